@@ -1,0 +1,8 @@
+// Checked allocation and checked narrowing for the host layer.
+#pragma once
+
+#include <cstddef>
+
+// malloc that never returns null for a positive size: on failure it writes one
+// line to descriptor 2 and aborts. A size of 0 may give null.
+void* Hst_Safe_Malloc(std::size_t size);

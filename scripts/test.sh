@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Builds libztint twice and runs every test in both builds:
+#   build/release   g++, optimised, warnings as errors
+#   build/sanitize  clang, AddressSanitizer + UndefinedBehaviorSanitizer, with the fuzzers
+# then runs each fuzz target for FUZZ_SECONDS (default 60) under the sanitizers.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-deps.sh
+jobs=$(nproc)
+fuzz_seconds=${FUZZ_SECONDS:-60}
+
+cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+      -DCMAKE_C_COMPILER=gcc -DCMAKE_CXX_COMPILER=g++ -DZTINT_WERROR=ON
+cmake --build build/release -j "$jobs"
+ctest --test-dir build/release --output-on-failure -j "$jobs"
+
+cmake -S . -B build/sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug \
+      -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+      -DZTINT_WERROR=ON -DZTINT_SANITIZE=ON -DZTINT_FUZZ=ON -DZTINT_BENCH=OFF
+cmake --build build/sanitize -j "$jobs"
+ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+  ctest --test-dir build/sanitize --output-on-failure -j "$jobs"
+
+scripts/run-fuzzers.sh build/sanitize "$fuzz_seconds"
