@@ -40,7 +40,8 @@ struct Wire {
     {
         auto* msg = reinterpret_cast<ZTInt_msg_struct*>(storage.data());
         msg->Data_Size = static_cast<int32_t>(data.size());
-        std::memcpy(ZTInt_msg_Data_Addr(msg), data.data(), data.size());
+        if (!data.empty())
+            std::memcpy(ZTInt_msg_Data_Addr(msg), data.data(), data.size());
         ZTInt_msg_info_Init(&info, msg);
     }
     explicit Wire(size_t room) : Wire(std::vector<char>(room)) {}
