@@ -1,0 +1,217 @@
+// The connection record and the small steps of a connection's life that this
+// build has: closing, the change to a client connection, taking the server's
+// connection, and the failure of opening without an opener.
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "ztint_base/ztint_strings.h"
+#include "ztint_utils/ztint_connect.h"
+
+namespace {
+
+bool Is_Open(int fd)
+{
+    return fcntl(fd, F_GETFD) != -1;
+}
+
+std::u16string Image(const char16_t* text)
+{
+    return text;
+}
+
+}  // namespace
+
+TEST(ConnectionRecord, InitializeAndCopy)
+{
+    ZTInt_Connection connection;
+    std::memset(&connection, 0x5a, sizeof connection);
+    ZTInt_Connection_Initialize(&connection);
+    EXPECT_EQ(connection.Type, ZTInt_Connection_Type_Nil);
+    EXPECT_EQ(connection.State, ZTInt_Connection_State_Nil);
+    EXPECT_EQ(connection.Handle.Read_File, -1);
+    EXPECT_EQ(connection.Handle.Write_File, -1);
+    EXPECT_EQ(connection.Handle.Data, nullptr);
+    EXPECT_EQ(connection.Handle.Length, 0);
+    EXPECT_EQ(connection.Handle.Last_Count, 0);
+    EXPECT_EQ(connection.Listen_File, -1);
+    EXPECT_EQ(connection.USocket_Path, nullptr);
+    EXPECT_EQ(connection.Client_Pid, -1);
+    EXPECT_EQ(connection.Sequence, 0);
+    EXPECT_EQ(connection.Reserved_1, 0);
+
+    connection.Sequence = 41;
+    connection.Reserved_1 = 7;
+    connection.Reserved_2 = 8;
+    connection.Handle.Read_File = 12;
+    ZTInt_Connection copy;
+    ZTInt_Connection_Copy(&connection, &copy);
+    EXPECT_EQ(copy.Sequence, 41);
+    EXPECT_EQ(copy.Handle.Read_File, 12);
+    EXPECT_EQ(copy.Reserved_1, 0);
+    EXPECT_EQ(copy.Reserved_2, 0);
+    EXPECT_EQ(connection.Reserved_1, 7) << "the source keeps its fields";
+}
+
+TEST(ConnectionRecord, Images)
+{
+    EXPECT_EQ(Image(ZTInt_Connection_Type_Image(0)), u"nil");
+    EXPECT_EQ(Image(ZTInt_Connection_Type_Image(2)), u"startup");
+    EXPECT_EQ(Image(ZTInt_Connection_Type_Image(5)), u"client");
+    EXPECT_EQ(Image(ZTInt_Connection_Type_Image(6)), u"unknown");
+    EXPECT_EQ(Image(ZTInt_Connection_Type_Image(-1)), u"unknown");
+    EXPECT_EQ(Image(ZTInt_Connection_State_Image(4)), u"ready");
+    EXPECT_EQ(Image(ZTInt_Connection_State_Image(5)), u"read_header");
+    EXPECT_EQ(Image(ZTInt_Connection_State_Image(10)), u"write_done");
+    EXPECT_EQ(Image(ZTInt_Connection_State_Image(11)), u"unknown");
+    EXPECT_EQ(Image(ZTInt_Connection_State_Image(-3)), u"unknown");
+}
+
+TEST(ConnectionClose, ASharedDescriptorIsClosedOnceAndAllFieldsForgetIt)
+{
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    ZTInt_Connection connection;
+    ZTInt_Connection_Initialize(&connection);
+    connection.Type = ZTInt_Connection_Type_Client;
+    connection.State = ZTInt_Connection_State_Ready;
+    connection.Handle.Read_File = connection.Handle.Write_File = connection.Listen_File = ends[0];
+    ZTInt_Close_Connection(&connection);
+    EXPECT_FALSE(Is_Open(ends[0]));
+    EXPECT_EQ(connection.Handle.Read_File, -1);
+    EXPECT_EQ(connection.Handle.Write_File, -1);
+    EXPECT_EQ(connection.Listen_File, -1);
+    EXPECT_EQ(connection.State, ZTInt_Connection_State_Nil);
+    EXPECT_EQ(connection.Type, ZTInt_Connection_Type_Client) << "the type stays";
+    close(ends[1]);
+}
+
+TEST(ConnectionClose, ThreeDescriptorsAreAllClosed)
+{
+    int a[2], b[2];
+    ASSERT_EQ(pipe(a), 0);
+    ASSERT_EQ(pipe(b), 0);
+    ZTInt_Connection connection;
+    ZTInt_Connection_Initialize(&connection);
+    connection.Handle.Read_File = a[0];
+    connection.Handle.Write_File = a[1];
+    connection.Listen_File = b[0];
+    ZTInt_Close_Connection(&connection);
+    EXPECT_FALSE(Is_Open(a[0]));
+    EXPECT_FALSE(Is_Open(a[1]));
+    EXPECT_FALSE(Is_Open(b[0]));
+    EXPECT_TRUE(Is_Open(b[1]));
+    close(b[1]);
+}
+
+TEST(ConnectionStartup, ChangeToClient)
+{
+    ZTInt_Connection connection;
+    ZTInt_Connection_Initialize(&connection);
+    connection.Type = ZTInt_Connection_Type_Startup;
+    connection.State = ZTInt_Connection_State_Started;
+    ZTInt_Change_Startup_to_Client(&connection);
+    EXPECT_EQ(connection.Type, ZTInt_Connection_Type_Client);
+    EXPECT_EQ(connection.State, ZTInt_Connection_State_Ready);
+}
+
+TEST(ConnectionStartupDeathTest, ChangeToClientAssertsTypeThenState)
+{
+    ZTInt_Connection connection;
+    ZTInt_Connection_Initialize(&connection);
+    connection.State = ZTInt_Connection_State_Started;
+    EXPECT_DEATH(ZTInt_Change_Startup_to_Client(&connection),
+                 "^\\*\\*\\* ztintsvr assertion failure: Connection.Type == "
+                 "ZTInt_Connection_Type_Startup in ztint_connect at line 1350\n$");
+    connection.Type = ZTInt_Connection_Type_Startup;
+    connection.State = ZTInt_Connection_State_Ready;
+    EXPECT_DEATH(ZTInt_Change_Startup_to_Client(&connection),
+                 "^\\*\\*\\* ztintsvr assertion failure: Connection.State == "
+                 "ZTInt_Connection_State_Started in ztint_connect at line 1351\n$");
+}
+
+TEST(ConnectionStartup, OpeningWithoutAnOpenerFailsWithAClearText)
+{
+    ZTInt_Connection connection;
+    ZTInt_Connection_Initialize(&connection);
+    char* name = reinterpret_cast<char*>(0x1);
+    char* error = nullptr;
+    EXPECT_EQ(ZTInt_Create_Connection_Un(&connection, &name, &error, 1), -1);
+    EXPECT_EQ(name, nullptr);
+    ASSERT_NE(error, nullptr);
+    EXPECT_STREQ(error, "ztintsvr: no server connection can be opened by this build");
+    EXPECT_EQ(connection.State, ZTInt_Connection_State_Error);
+    ZTInt_String_Free(error);
+}
+
+TEST(ConnectionStartup, AcceptPutsTheServersSocketInPlaceOfThePipeAndListener)
+{
+    char directory[] = "/tmp/ztint_accept_XXXXXX";
+    ASSERT_NE(mkdtemp(directory), nullptr);
+    const std::string path = std::string(directory) + "/s";
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(listener, 1), 0);
+    int pipe_ends[2];
+    ASSERT_EQ(pipe(pipe_ends), 0);
+
+    ZTInt_Connection connection;
+    ZTInt_Connection_Initialize(&connection);
+    connection.Type = ZTInt_Connection_Type_Startup;
+    connection.State = ZTInt_Connection_State_Started;
+    connection.Handle.Read_File = listener;
+    connection.Handle.Write_File = pipe_ends[1];
+    connection.Listen_File = listener;
+
+    const int server = socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(connect(server, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    char* error = reinterpret_cast<char*>(0x1);
+    ASSERT_EQ(ZTInt_Accept_Connections(&connection, &error), 0);
+    EXPECT_EQ(error, nullptr);
+    const int socket_fd = connection.Listen_File;
+    EXPECT_EQ(connection.Handle.Read_File, socket_fd);
+    EXPECT_EQ(connection.Handle.Write_File, socket_fd);
+    EXPECT_EQ(connection.State, ZTInt_Connection_State_Started) << "the state is the caller's";
+    EXPECT_FALSE(Is_Open(pipe_ends[1]));
+    EXPECT_TRUE(Is_Open(socket_fd));
+    EXPECT_EQ(fcntl(socket_fd, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+    ASSERT_EQ(write(server, "x", 1), 1);
+    char byte = 0;
+    EXPECT_EQ(read(socket_fd, &byte, 1), 1);
+    EXPECT_EQ(byte, 'x');
+
+    ZTInt_Close_Connection(&connection);
+    close(server);
+    close(pipe_ends[0]);
+    unlink(path.c_str());
+    rmdir(directory);
+}
+
+TEST(ConnectionStartup, AcceptWithoutAListenerFailsAtOnceAndClosesNothing)
+{
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ZTInt_Connection connection;
+    ZTInt_Connection_Initialize(&connection);
+    connection.Handle.Write_File = ends[1];
+    char* error = nullptr;
+    EXPECT_EQ(ZTInt_Accept_Connections(&connection, &error), -1);
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(std::string(error), std::string("ztintsvr: waiting for the server's connection: ") +
+                                      std::strerror(EBADF));
+    EXPECT_TRUE(Is_Open(ends[1]));
+    ZTInt_String_Free(error);
+    close(ends[0]);
+    close(ends[1]);
+}
