@@ -1,0 +1,266 @@
+#include "foundation/base/fnd_object.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace {
+
+// A small hierarchy: Shape <- Circle, Shape <- Square (siblings).
+class Shape : public virtual Fnd_Object {
+    FND_OBJECT_MEMBERS(Shape)
+public:
+    explicit Shape(long Id = 0) : Id(Id) {}
+    long Id;
+    long Is_Equal(const Fnd_Object& Other) const override {
+        return Convert(&Other)->Id == Id;
+    }
+    long Hash() const override { return Id * 31; }
+};
+
+class Circle : public Shape {
+    FND_OBJECT_MEMBERS(Circle, Shape)
+public:
+    explicit Circle(long Id = 0, long Radius = 0) : Shape(Id), Radius(Radius) {}
+    long Radius;
+    static inline int Is_Equal_Calls = 0;
+    long Is_Equal(const Fnd_Object& Other) const override {
+        ++Is_Equal_Calls;
+        const Circle* other = Convert(&Other);
+        return Shape::Is_Equal(Other) && other->Radius == Radius;
+    }
+};
+
+class Square : public Shape {
+    FND_OBJECT_MEMBERS(Square, Shape)
+public:
+    using Shape::Shape;
+};
+
+// A diamond through virtual inheritance: one Base part.
+class Base : public virtual Fnd_Object {
+    FND_OBJECT_MEMBERS(Base)
+};
+class Left : public virtual Base {
+    FND_OBJECT_MEMBERS(Left, Base)
+};
+class Right : public virtual Base {
+    FND_OBJECT_MEMBERS(Right, Base)
+};
+class Diamond : public Left, public Right {
+    FND_OBJECT_MEMBERS(Diamond, Left, Right)
+};
+
+// Two plain copies of a base: two Plain parts, one Fnd_Object part.
+class Plain : public virtual Fnd_Object {
+    FND_OBJECT_MEMBERS(Plain)
+};
+class Plain_Left : public Plain {
+    FND_OBJECT_MEMBERS(Plain_Left, Plain)
+};
+class Plain_Right : public Plain {
+    FND_OBJECT_MEMBERS(Plain_Right, Plain)
+};
+class Two_Copies : public Plain_Left, public Plain_Right {
+    FND_OBJECT_MEMBERS(Two_Copies, Plain_Left, Plain_Right)
+};
+
+// A class that cannot be copied keeps the failing Clone.
+class Uncopyable : public virtual Fnd_Object {
+    FND_OBJECT_MEMBERS(Uncopyable)
+public:
+    Uncopyable() = default;
+    Uncopyable(const Uncopyable&) = delete;
+};
+
+// Two classes whose names read the same are still two types.
+namespace first { class Same : public virtual Fnd_Object { FND_OBJECT_MEMBERS(Same) }; }
+namespace second { class Same : public virtual Fnd_Object { FND_OBJECT_MEMBERS(Same) }; }
+
+std::u16string Text(const Code_Unit* s) { return s; }
+
+TEST(FndObjectTest, TypeIdentityIsTheAddressOfTheName) {
+    Circle c;
+    EXPECT_EQ(c.Object_Type(), Circle::My_Type);
+    EXPECT_EQ(Text(Circle::My_Type), u"Circle");
+    EXPECT_EQ(Text(Fnd_Object::My_Type), u"Fnd_Object");
+    EXPECT_EQ(Text(first::Same::My_Type), Text(second::Same::My_Type));
+    EXPECT_NE(first::Same::My_Type, second::Same::My_Type);
+    first::Same s;
+    EXPECT_EQ(second::Same::Convert(&s), nullptr);
+    EXPECT_EQ(Text(Fnd_Predefined_Class_Id::Unsigned_Short), u"unsigned short");
+    EXPECT_EQ(Text(Fnd_Predefined_Class_Id::Null), u"");
+    EXPECT_NE(Fnd_Predefined_Class_Id::Long, Fnd_Predefined_Class_Id::Unsigned_Long);
+}
+
+TEST(FndObjectTest, ConvertFollowsTheClassTree) {
+    EXPECT_EQ(Shape::Convert(nullptr), nullptr);
+    Circle c(1, 2);
+    const Fnd_Object* object = &c;
+    EXPECT_EQ(Shape::Convert(object), static_cast<Shape*>(&c));
+    EXPECT_EQ(Circle::Convert(object), &c);
+    EXPECT_EQ(Square::Convert(object), nullptr);  // siblings
+    EXPECT_EQ(Base::Convert(object), nullptr);    // unrelated
+    EXPECT_TRUE(c.Is_A(Fnd_Object::My_Type));
+    EXPECT_TRUE(c.Is_A(Shape::My_Type));
+    EXPECT_FALSE(c.Is_A(Square::My_Type));
+    EXPECT_FALSE(c.Is_A(Fnd_Predefined_Class_Id::Null));
+}
+
+TEST(FndObjectTest, DiamondThroughVirtualBasesIsUnambiguous) {
+    Diamond d;
+    const Fnd_Object* object = static_cast<const Left&>(d).Convert(&d);
+    EXPECT_EQ(object, static_cast<Fnd_Object*>(&d));
+    Base* base = Base::Convert(object);
+    ASSERT_NE(base, nullptr);
+    EXPECT_EQ(base, static_cast<Base*>(&d));
+    EXPECT_EQ(Left::Convert(object), static_cast<Left*>(&d));
+    EXPECT_EQ(Right::Convert(object), static_cast<Right*>(&d));
+    EXPECT_EQ(Diamond::Convert(base), &d);  // down-cast from the shared part
+    EXPECT_TRUE(d.Is_A(Base::My_Type));
+}
+
+TEST(FndObjectTest, TwoPlainCopiesOfABaseAreAmbiguous) {
+    Two_Copies t;
+    const Fnd_Object* object = static_cast<Fnd_Object*>(&t);
+    EXPECT_EQ(Plain::Convert(object), nullptr);
+    EXPECT_TRUE(t.Is_A(Plain::My_Type));  // ambiguous still counts as "is a"
+    EXPECT_EQ(Plain_Left::Convert(object), static_cast<Plain_Left*>(&t));
+    EXPECT_EQ(Plain_Right::Convert(object), static_cast<Plain_Right*>(&t));
+    EXPECT_EQ(Two_Copies::Convert(object), &t);
+    // The walk stops at the ambiguity and reports it; each part alone converts.
+    void* result = nullptr;
+    Fnd_Cast_Status status = Fnd_Cast_Searching;
+    t.Do_Convert(result, Plain::My_Type, status);
+    EXPECT_EQ(status, Fnd_Cast_Ambiguous);
+    EXPECT_EQ(result, nullptr);
+    Plain_Left& left = t;
+    EXPECT_EQ(Plain::Convert(static_cast<Fnd_Object*>(&left)), nullptr);  // same object
+}
+
+TEST(FndObjectTest, CloneCopiesTheDynamicType) {
+    Circle c(7, 3);
+    const Fnd_Object& original = c;
+    std::unique_ptr<Fnd_Object> copy(original.Clone());
+    ASSERT_NE(copy, nullptr);
+    EXPECT_NE(copy.get(), static_cast<const Fnd_Object*>(&c));
+    EXPECT_EQ(copy->Object_Type(), Circle::My_Type);
+    Circle* circle = Circle::Convert(copy.get());
+    ASSERT_NE(circle, nullptr);
+    EXPECT_EQ(circle->Id, 7);
+    EXPECT_EQ(circle->Radius, 3);
+    EXPECT_TRUE(*copy == original);
+}
+
+TEST(FndObjectTest, EqualityChecksTypesBeforeIsEqual) {
+    Circle::Is_Equal_Calls = 0;
+    Circle a(1, 2), b(1, 2), c(1, 5);
+    Square s(1);
+    EXPECT_TRUE(a == b);
+    EXPECT_FALSE(a == c);
+    EXPECT_EQ(Circle::Is_Equal_Calls, 2);
+    EXPECT_FALSE(a == s);  // same Id, different type: no call of Is_Equal
+    EXPECT_FALSE(static_cast<const Fnd_Object&>(s) == a);
+    EXPECT_EQ(Circle::Is_Equal_Calls, 2);
+    EXPECT_EQ(a.Hash(), b.Hash());
+    EXPECT_NE(a.Hash(), Shape(2).Hash());
+    Base x, y;
+    EXPECT_TRUE(x == y);  // the root's rule: same type is equal
+}
+
+using FndObjectDeathTest = ::testing::Test;
+
+TEST_F(FndObjectDeathTest, ProgrammingErrorsEndTheProcess) {
+    Uncopyable u;
+    EXPECT_DEATH(u.Clone(), "clone error: class Uncopyable");
+    Base b;
+    EXPECT_DEATH(b.Hash(), "208.*class Base");
+    Left l;
+    EXPECT_DEATH(b.Fnd_Object::Is_Equal(l), "207.*class Base");
+    Fnd_Is_Checker checker(Base::My_Type);
+    EXPECT_DEATH(checker.Hash(), "208.*class Fnd_Is_Checker");
+}
+
+TEST(FndTypeCheckerTest, ChecksExactTypes) {
+    Fnd_Is_Checker checker(Shape::My_Type);
+    EXPECT_EQ(Text(checker.Object_Type()), u"Fnd_Is_Checker");
+    EXPECT_EQ(checker.Fatal, 1);
+    EXPECT_EQ(checker.Report, 1);
+    Shape shape;
+    EXPECT_EQ(checker.Type_Check(static_cast<const Fnd_Object*>(nullptr)), 1);
+    EXPECT_EQ(checker.Type_Check(&shape), 1);
+    EXPECT_EQ(checker.Type_Check(Shape::My_Type), 1);
+    EXPECT_EQ(checker.Type_Check(Circle::My_Type, Shape::My_Type), 1);
+    EXPECT_TRUE(checker.Is_A(Fnd_Type_Checker::My_Type));
+    EXPECT_EQ(Fnd_Type_Checker::Convert(&checker), &checker);
+    Fnd_Is_Checker unset;
+    EXPECT_EQ(unset.Type, Fnd_Predefined_Class_Id::Null);
+}
+
+TEST(FndTypeCheckerTest, EqualityComparesAllThreeFields) {
+    Fnd_Is_Checker a(Shape::My_Type), b(Shape::My_Type), c(Circle::My_Type);
+    EXPECT_TRUE(a == b);
+    EXPECT_FALSE(a == c);
+    b.Report = 0;
+    EXPECT_FALSE(a == b);
+    Fnd_Is_Checker copy(b);
+    EXPECT_TRUE(copy == b);
+    copy = c;
+    EXPECT_EQ(copy.Type, Circle::My_Type);
+    EXPECT_EQ(copy.Report, 1);
+    std::unique_ptr<Fnd_Object> clone(b.Clone());
+    EXPECT_EQ(clone->Object_Type(), Fnd_Is_Checker::My_Type);
+    EXPECT_TRUE(*clone == b);
+}
+
+TEST(FndTypeCheckerTest, NonFatalCheckerLogsOrStaysSilent) {
+    Fnd_Is_Checker checker(Shape::My_Type);
+    checker.Fatal = 0;
+    Circle derived;  // a derived object does not pass a checker of its base
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(checker.Type_Check(&derived), 0);
+    EXPECT_EQ(checker.Type_Check(Square::My_Type, Circle::My_Type), 0);
+    std::string logged = ::testing::internal::GetCapturedStderr();
+    EXPECT_NE(logged.find("legal Shape, illegal Circle"), std::string::npos) << logged;
+    EXPECT_NE(logged.find("legal Shape, illegal Square"), std::string::npos) << logged;
+
+    checker.Report = 0;
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(checker.Type_Check(&derived), 0);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(FndObjectDeathTest, FatalCheckerEndsTheProcess) {
+    Fnd_Is_Checker checker(Shape::My_Type);
+    Square s;
+    EXPECT_DEATH(checker.Type_Check(&s),
+                 "checker Fnd_Is_Checker, legal Shape, illegal Square");
+}
+
+struct Pointee : Fnd_Counted_Pointee {
+    static inline int Destroyed = 0;
+    ~Pointee() override { ++Destroyed; }
+};
+
+TEST(FndCountedPointeeTest, DyingWithReferencesIsLoggedAndSurvived) {
+    auto* p = new Pointee;
+    p->Add_Reference();
+    p->Add_Reference();
+    Pointee copy(*p);
+    EXPECT_EQ(copy.Reference_Count, 0);  // a copy is a new, unreferenced object
+    ::testing::internal::CaptureStderr();
+    delete p;
+    std::string logged = ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(Pointee::Destroyed, 1);
+    EXPECT_NE(logged.find("Fnd_Counted_Pointee"), std::string::npos) << logged;
+    EXPECT_NE(logged.find("2"), std::string::npos) << logged;
+
+    copy.Add_Reference();
+    EXPECT_EQ(copy.Drop_Reference(), 0);
+    ::testing::internal::CaptureStderr();
+    { Pointee quiet; }
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+}
+
+}  // namespace
