@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "ztint_base/ztint_protocol.h"
+#include "ztint_utils/ztint_call.h"
 #include "ztint_utils/ztint_connect.h"
 #include "ztint_utils/ztint_message.h"
 #include "ztint_utils/ztint_objects.h"
@@ -20,8 +21,6 @@
 extern ZTInt_Connection* The_Connection;
 // The client error slot: a heap string or NULL.
 extern char* Client_Error;
-// The process id put into every call; -1 until Set_My_Pid.
-extern int32_t My_Pid;
 
 // Opens the connection if needed, encodes and sends the call, and receives the
 // answer into *message. Returns 1 if a message was received, 0 if not (the reason
@@ -45,11 +44,17 @@ void ZTInt_Set_Client_Error(const char* text);
 int ZTInt_Get_Client_Error(char** text);
 int ZTInt_client_GetError(char** text);
 
+extern "C" {
+// The first call of the protocol, made by ZTInt_client_Call inside the first call
+// of a process: sends the name of the client's socket into the server's pipe.
+ZTINT_EXPORT int32_t ZTInt_Special_Startup_Stub(const char* name);
+// Asks the server to end. No path of the library calls it.
+ZTINT_EXPORT int32_t ZTInt_Special_Shutdown_Stub(void);
+}
+
 // The connection if it is usable (opening it if it is nil), else NULL with the
 // reason in the slot.
 ZTInt_Connection* ZTInt_Get_Connection();
-// My_Pid := getpid() unless already set.
-void Set_My_Pid();
 
 // A client handle for a decoded record: a new table entry for an object record,
 // NULL for the nil record and for a full table. Any other type ends the process.

@@ -6,6 +6,11 @@
 #include "ztint_utils/ztint_connect.h"
 #include "ztint_utils/ztint_message.h"
 
+// The process id put into every call: -1 until Set_My_Pid reads it from the
+// system, once. A child made by fork keeps its parent's value.
+extern int32_t My_Pid;
+void Set_My_Pid();
+
 // Receives the 8-bit text of a failure; it copies what it keeps.
 typedef void (*ZTInt_Error_Sink)(const char* text);
 

@@ -1,0 +1,224 @@
+#include "ztint_client/ztint_client.h"
+
+#include <cstdlib>
+
+#include "foundation/base/fnd_string.h"
+#include "ztcoreutil/adcharset.h"
+#include "ztcoreutil/addiagnostic.h"
+#include "ztcoreutil/admbcsstring.h"
+#include "ztint_base/ztint_assert.h"
+#include "ztint_base/ztint_strings.h"
+
+ZTInt_Connection* The_Connection = nullptr;
+char* Client_Error = nullptr;
+
+namespace {
+
+// The diagnostic "ZTINTSVR" of the call frame.
+constexpr int kDiagnosticId = 14;
+constexpr int kDiagnosticLevel = 1;
+
+bool Tracing()
+{
+    return AdDiagnostic::m_DiagnosticFlags[kDiagnosticId] != 0 &&
+           AdDiagnostic::IsEnabled(kDiagnosticId, kDiagnosticLevel, 0);
+}
+
+Fnd_String Wide(const char* text)
+{
+    Fnd_String wide;
+    AdMbcsString::cvtToTchar(AdCharset::getDefaultCharset(), text, wide, 0);
+    return wide;
+}
+
+// One line of the frame's diagnostic: two parts joined by a blank.
+void Trace(const char* step, const char* what)
+{
+    if (Tracing())
+        AdDiagnostic::Report(Fnd_String(u"ztintsvr client"),
+                             AdDiagnostic::Join_With_Space(Wide(step), Wide(what)));
+}
+
+void Trace_Call(int procedure)
+{
+    if (!Tracing())
+        return;
+    char* what = ZTInt_String_Format("%s_%d (%d)",
+                                     ZTInt_msg_Class_Name_Of(procedure >> ZTInt_msg_Class_Shift),
+                                     procedure & ZTInt_msg_Method_Mask, procedure);
+    Trace("call", what);
+    ZTInt_String_Free(what);
+}
+
+// Takes over text (which may be NULL) as the slot's text.
+void Adopt_Client_Error(char* text)
+{
+    ZTInt_String_Free(Client_Error);
+    Client_Error = text;
+}
+
+bool Usable(const ZTInt_Connection* connection)
+{
+    return connection->State == ZTInt_Connection_State_Ready ||
+           (connection->State == ZTInt_Connection_State_Started &&
+            connection->Type == ZTInt_Connection_Type_Startup);
+}
+
+// Opens a connection in state nil: the pipe, the listening socket, and the
+// startup call nested in this first call. The slot tells what went wrong.
+void Open(ZTInt_Connection* connection)
+{
+    char* name = nullptr;
+    char* error = nullptr;
+    if (ZTInt_Create_Connection_Un(connection, &name, &error, 1) != 0) {
+        Adopt_Client_Error(error);
+        error = nullptr;
+    } else if (ZTInt_Special_Startup_Stub(name) == 0) {
+        ZTInt_Change_Startup_to_Client(connection);
+    } else {
+        ZTInt_Close_Connection(connection);
+    }
+    ZTInt_String_Free(name);
+    ZTInt_String_Free(error);
+}
+
+// Finds the connection, opening it if it is nil. NULL when it is not usable.
+ZTInt_Connection* Find_Connection()
+{
+    ZTInt_Connection* connection = ZTInt_client_Connection_Record();
+    bool tried = false;
+    if (connection->State == ZTInt_Connection_State_Nil) {
+        Open(connection);
+        tried = true;
+    }
+    if (Usable(connection))
+        return connection;
+    if (!tried)
+        ZTInt_Set_Client_Error("unable to open server connection");
+    return nullptr;
+}
+
+// Takes the server's connection after the startup call went into the pipe.
+bool Accept(ZTInt_Connection* connection)
+{
+    char* error = nullptr;
+    if (ZTInt_Accept_Connections(connection, &error) == 0) {
+        ZTInt_String_Free(error);
+        return true;
+    }
+    Adopt_Client_Error(error);
+    return false;
+}
+
+}  // namespace
+
+ZTInt_Connection* ZTInt_client_Connection_Record()
+{
+    if (The_Connection == nullptr) {
+        The_Connection = static_cast<ZTInt_Connection*>(std::malloc(sizeof(ZTInt_Connection)));
+        if (The_Connection == nullptr)
+            ZTInt_abort("memory allocation failed for the connection");
+        ZTInt_Connection_Initialize(The_Connection);
+    }
+    return The_Connection;
+}
+
+ZTInt_Connection* ZTInt_Get_Connection()
+{
+    return Find_Connection();
+}
+
+int ZTInt_client_Call(ZTInt_Connection** connection, ZTInt_msg_struct** message, int procedure,
+                      int count, const ZTInt_rpc_type* types, const void* const* values)
+{
+    char* remembered = Client_Error;
+    Client_Error = nullptr;
+    *message = nullptr;
+    *connection = Find_Connection();
+    const bool atomic =
+        *connection != nullptr && (*connection)->Type == ZTInt_Connection_Type_Startup;
+    Trace_Call(procedure);
+    bool received = ZTInt_do_Call_Send(*connection, ZTInt_Set_Client_Error, message, procedure,
+                                       count, types, values, atomic);
+    if (received) {
+        Trace("call", "sent");
+        received = !atomic || Accept(*connection);
+    }
+    if (received) {
+        Trace("rply", "wait");
+        received = ZTInt_do_Call_Recv(*connection, ZTInt_Set_Client_Error, message);
+        if (!received)
+            Trace("rply", "fail");
+    }
+    if (received && (*message)->Type == ZTInt_msg_type_Reply) {
+        Trace("rply", "received");
+        if (Client_Error == nullptr) {
+            Client_Error = remembered;
+            return 1;
+        }
+    } else if (received) {
+        Trace("rply", "received with error");
+    }
+    ZTInt_String_Free(remembered);
+    return received ? 1 : 0;
+}
+
+void ZTInt_client_Result(ZTInt_Connection* connection, ZTInt_msg_struct* message, int procedure,
+                         int count, const ZTInt_rpc_type* types, void* const* values)
+{
+    ZTInt_do_Result(connection, ZTInt_Set_Client_Error, message, procedure, count, types, values);
+}
+
+void ZTInt_client_Error(ZTInt_Connection*, ZTInt_msg_struct* message, int count,
+                        const ZTInt_rpc_type* types, void* const* values)
+{
+    ZTInt_msg_Decode_Nil(message, count, types, values);
+    ZTInt_msg_Set_Status(-1, count, types, values);
+}
+
+void ZTInt_client_Unsupported(const char* name)
+{
+    Adopt_Client_Error(ZTInt_String_Format("unsupported operation: %s", name));
+}
+
+void ZTInt_Set_Client_Error(const char* text)
+{
+    Adopt_Client_Error(text != nullptr ? ZTInt_String_New(text) : nullptr);
+}
+
+int ZTInt_Get_Client_Error(char** text)
+{
+    if (Client_Error == nullptr)
+        return 0;
+    *text = ZTInt_String_New(Client_Error);
+    return 1;
+}
+
+int ZTInt_client_GetError(char** text)
+{
+    return ZTInt_Get_Client_Error(text);
+}
+
+ZTInt_obj_struct* ZTInt_obj_New_Local(const ZTInt_obj_struct* record)
+{
+    if (record == nullptr || record->Type == 0)
+        return nullptr;
+    if (!ZTInt_rpc_type_Is_Object(record->Type))
+        ZTInt_abort3("FALSE", "ztint_client", 346);
+    return ZTInt_obj_New(record);
+}
+
+ZTInt_obj_struct* ZTInt_obj_To_Proxy(ZTInt_obj_struct* handle)
+{
+    return handle;
+}
+
+void ZTInt_client_New_Handle(int32_t* status, const ZTInt_obj_struct* record,
+                             ZTInt_obj_struct** result)
+{
+    *result = ZTInt_obj_New_Local(record);
+    if (*result == nullptr && record->Type != 0) {
+        *status = -1;
+        ZTInt_Set_Client_Error("ztintsvr: the table of object handles is full (25000 handles)");
+    }
+}
