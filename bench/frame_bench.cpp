@@ -1,0 +1,182 @@
+// The cost of the call frame: an echo call round trip through the frame against
+// a raw ping-pong of the same bytes, both over a socketpair to a thread that
+// answers. Prints both latencies and their ratio.
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "ztint_base/ztint_strings.h"
+#include "ztint_client/ztint_call_table.h"
+#include "ztint_client/ztint_client.h"
+#include "ztint_utils/ztint_transport.h"
+
+namespace {
+
+constexpr int32_t kEchoString = 7187;
+constexpr int kRounds = 20000;
+constexpr int kRepeats = 5;
+const char* const kText = "the quick brown fox jumps over the lazy dog";
+
+struct Pair {
+    int Near, Far;
+    Pair()
+    {
+        int ends[2];
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) std::perror("socketpair");
+        Near = ends[0];
+        Far = ends[1];
+    }
+    ~Pair()
+    {
+        close(Near);
+        close(Far);
+    }
+};
+
+bool Read_Exactly(int fd, char* to, std::size_t size)
+{
+    while (size > 0) {
+        const ssize_t count = read(fd, to, size);
+        if (count <= 0) return false;
+        to += count;
+        size -= static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+// The reply that the server sends to every echo call: status 0 and the text.
+ZTInt_msg_struct* Echo_Reply(const ZTInt_msg_struct& call)
+{
+    int32_t status = 0;
+    const char* text = kText;
+    const ZTInt_rpc_type types[] = {ZTInt_rpc_type_status, ZTInt_rpc_type_String};
+    const void* const values[] = {&status, &text};
+    ZTInt_msg_struct* reply = nullptr;
+    char* error = nullptr;
+    ZTInt_msg_Encode_Reply(&call, &reply, &error, 2, types, values);
+    return reply;
+}
+
+// The encoded echo call, as the frame sends it.
+std::vector<char> Echo_Call_Bytes()
+{
+    ZTInt_obj_struct handle{27, 0, 1, 1};
+    const char* text = kText;
+    const ZTInt_call_entry* entry = ZTInt_call_Find(kEchoString);
+    const void* const values[] = {&handle, &text};
+    ZTInt_msg_struct* call = nullptr;
+    char* error = nullptr;
+    ZTInt_msg_Encode(&call, &error, entry->In_Count, entry->Types_In, values);
+    ZTInt_msg_Init_Call(call, 1, 1, kEchoString);
+    std::vector<char> bytes(reinterpret_cast<char*>(call),
+                            reinterpret_cast<char*>(call) + ZTInt_msg_Full_Size(call));
+    ZTInt_msg_Free(call);
+    return bytes;
+}
+
+double Nanoseconds_Per_Round(const std::chrono::steady_clock::time_point& start)
+{
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    return std::chrono::duration<double, std::nano>(elapsed).count() / kRounds;
+}
+
+double Raw_Ping_Pong(std::size_t call_size, std::size_t reply_size)
+{
+    Pair pair;
+    std::thread server([&] {
+        std::vector<char> in(call_size), out(reply_size, 'r');
+        while (Read_Exactly(pair.Far, in.data(), call_size))
+            if (write(pair.Far, out.data(), reply_size) != static_cast<ssize_t>(reply_size)) break;
+    });
+    std::vector<char> call(call_size, 'c'), reply(reply_size);
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < kRounds; ++i) {
+        if (write(pair.Near, call.data(), call_size) != static_cast<ssize_t>(call_size)) break;
+        if (!Read_Exactly(pair.Near, reply.data(), reply_size)) break;
+    }
+    const double result = Nanoseconds_Per_Round(start);
+    shutdown(pair.Near, SHUT_RDWR);
+    server.join();
+    return result;
+}
+
+double Frame_Round_Trip()
+{
+    Pair pair;
+    std::thread server([&] {
+        ZTInt_RPC_Handle handle;
+        ZTInt_RPC_Handle_Initialize(&handle);
+        handle.Read_File = handle.Write_File = pair.Far;
+        for (;;) {
+            ZTInt_msg_struct* call = nullptr;
+            char* error = nullptr;
+            if (ZTInt_transport_Recv(&handle, &call, &error) != 0) {
+                ZTInt_String_Free(error);
+                ZTInt_msg_Free(call);
+                return;
+            }
+            ZTInt_msg_struct* reply = Echo_Reply(*call);
+            ZTInt_transport_Send(&handle, reply, &error);
+            ZTInt_String_Free(error);
+            ZTInt_msg_Free(reply);
+            ZTInt_msg_Free(call);
+        }
+    });
+    ZTInt_Connection* connection = ZTInt_client_Connection_Record();
+    ZTInt_Connection_Initialize(connection);
+    connection->Type = ZTInt_Connection_Type_Client;
+    connection->State = ZTInt_Connection_State_Ready;
+    connection->Handle.Read_File = connection->Handle.Write_File = pair.Near;
+
+    const ZTInt_call_entry* entry = ZTInt_call_Find(kEchoString);
+    ZTInt_obj_struct handle{27, 0, 1, 1};
+    const char* text = kText;
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < kRounds; ++i) {
+        int32_t status = -1;
+        char* result = nullptr;
+        const void* const in[] = {&handle, &text};
+        void* const out[] = {&status, &result};
+        ZTInt_Connection* used = nullptr;
+        ZTInt_msg_struct* message = nullptr;
+        if (ZTInt_client_Call(&used, &message, kEchoString, entry->In_Count, entry->Types_In, in))
+            ZTInt_client_Result(used, message, kEchoString, entry->Out_Count, entry->Types_Out, out);
+        ZTInt_msg_Free(message);
+        ZTInt_String_Free(result);
+    }
+    const double nanoseconds = Nanoseconds_Per_Round(start);
+    shutdown(pair.Near, SHUT_RDWR);
+    server.join();
+    ZTInt_Connection_Initialize(connection);
+    return nanoseconds;
+}
+
+}  // namespace
+
+int main()
+{
+    const std::vector<char> call = Echo_Call_Bytes();
+    ZTInt_msg_struct header;
+    std::memcpy(&header, call.data(), sizeof header);
+    ZTInt_msg_struct* reply = Echo_Reply(header);
+    const std::size_t reply_size = static_cast<std::size_t>(ZTInt_msg_Full_Size(reply));
+    ZTInt_msg_Free(reply);
+
+    double raw = 1e300, frame = 1e300;
+    for (int i = 0; i < kRepeats; ++i) {
+        raw = std::min(raw, Raw_Ping_Pong(call.size(), reply_size));
+        frame = std::min(frame, Frame_Round_Trip());
+    }
+    std::printf("echo call: %zu bytes out, %zu bytes back, best of %d runs of %d rounds\n",
+                call.size(), reply_size, kRepeats, kRounds);
+    std::printf("raw ping-pong     %8.0f ns per round trip\n", raw);
+    std::printf("frame echo call   %8.0f ns per round trip\n", frame);
+    std::printf("ratio frame/raw   %8.2f\n", frame / raw);
+    return 0;
+}

@@ -1,0 +1,253 @@
+// The transport over socketpairs: whole-message and stepwise transfers, and every
+// way a peer can fail them.
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "ztint_base/ztint_strings.h"
+#include "ztint_utils/ztint_transport.h"
+
+namespace {
+
+class Transport : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        int ends[2];
+        ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+        near = ends[0];
+        far = ends[1];
+        ZTInt_RPC_Handle_Initialize(&handle);
+        handle.Read_File = near;
+        handle.Write_File = near;
+    }
+    void TearDown() override
+    {
+        Close_Far();
+        close(near);
+        ZTInt_String_Free(error);
+    }
+    void Close_Far()
+    {
+        if (far >= 0) close(far);
+        far = -1;
+    }
+    void Put(const void* bytes, std::size_t size)
+    {
+        ASSERT_EQ(write(far, bytes, size), static_cast<ssize_t>(size));
+    }
+    std::string Error() const { return error != nullptr ? error : "<null>"; }
+
+    // A call carrying one string.
+    static ZTInt_msg_struct* String_Call(const char* text)
+    {
+        const ZTInt_rpc_type types[] = {ZTInt_rpc_type_String};
+        const void* const values[] = {&text};
+        ZTInt_msg_struct* msg = nullptr;
+        char* failure = nullptr;
+        EXPECT_EQ(ZTInt_msg_Encode(&msg, &failure, 1, types, values), 1);
+        ZTInt_msg_Init_Call(msg, 1234, 7, 7187);
+        return msg;
+    }
+
+    int near = -1;
+    int far = -1;
+    ZTInt_RPC_Handle handle;
+    char* error = nullptr;
+};
+
+}  // namespace
+
+TEST_F(Transport, SendAndReceiveAWholeMessage)
+{
+    ZTInt_msg_struct* sent = String_Call("abc");
+    ZTInt_RPC_Handle far_handle = handle;
+    far_handle.Read_File = far_handle.Write_File = far;
+    EXPECT_EQ(ZTInt_transport_Send(&handle, sent, &error), 0);
+    EXPECT_EQ(error, nullptr);
+    EXPECT_EQ(handle.Length, 0);
+    EXPECT_EQ(handle.Last_Count, ZTInt_msg_Full_Size(sent));
+
+    ZTInt_msg_struct* received = nullptr;
+    EXPECT_EQ(ZTInt_transport_Recv(&far_handle, &received, &error), 0);
+    ASSERT_NE(received, nullptr);
+    EXPECT_EQ(std::memcmp(received, sent, ZTInt_msg_Full_Size(sent)), 0);
+    ZTInt_msg_Free(received);
+    ZTInt_msg_Free(sent);
+}
+
+TEST_F(Transport, EmptyDataEndsRightAfterTheHeader)
+{
+    ZTInt_msg_struct* sent = ZTInt_msg_New(0, nullptr, nullptr);
+    ZTInt_msg_Init_Call(sent, 1, 1, 1025);
+    Put(sent, 32);
+    ZTInt_msg_struct* received = nullptr;
+    EXPECT_EQ(ZTInt_transport_Recv(&handle, &received, &error), 0);
+    EXPECT_EQ(handle.Last_Count, -1);  // no read of data was made
+    EXPECT_TRUE(ZTInt_transport_Data_Done(&handle));
+    ZTInt_msg_Free(received);
+    ZTInt_msg_Free(sent);
+}
+
+TEST_F(Transport, HeaderReadFailures)
+{
+    ZTInt_msg_struct* const untouched = reinterpret_cast<ZTInt_msg_struct*>(0x10);
+    ZTInt_msg_struct* out = untouched;
+
+    char zeros[32] = {};
+    Put(zeros, sizeof zeros);
+    EXPECT_EQ(ZTInt_transport_Recv(&handle, &out, &error), -1);
+    EXPECT_EQ(Error(),
+              "ztintsvr RPC message has invalid framing word (1): got 0, expected 0xdeadbeef");
+    EXPECT_EQ(out, untouched);
+    ZTInt_String_Free(error);
+
+    ZTInt_msg_struct huge = {};
+    ZTInt_msg_Init_Call(&huge, 1, 1, 1025);
+    huge.Data_Size = 0x7fffffff;
+    Put(&huge, sizeof huge);
+    EXPECT_EQ(ZTInt_transport_Recv(&handle, &out, &error), -1);
+    EXPECT_NE(Error().find("data size"), std::string::npos) << Error();
+    EXPECT_EQ(out, untouched);
+    ZTInt_String_Free(error);
+
+    Put(zeros, 17);
+    Close_Far();
+    EXPECT_EQ(ZTInt_transport_Recv(&handle, &out, &error), -1);
+    EXPECT_EQ(Error(), "incomplete data");
+    ZTInt_String_Free(error);
+
+    EXPECT_EQ(ZTInt_transport_Recv(&handle, &out, &error), -10);
+    EXPECT_EQ(Error(), "no data");
+    EXPECT_EQ(out, untouched);
+}
+
+TEST_F(Transport, EndOfFileInTheDataFailsAndLeavesTheMessage)
+{
+    ZTInt_msg_struct* sent = String_Call("some text");
+    Put(sent, ZTInt_msg_Full_Size(sent) - 3);
+    Close_Far();
+    ZTInt_msg_struct* out = nullptr;
+    EXPECT_EQ(ZTInt_transport_Recv(&handle, &out, &error), -1);
+    EXPECT_EQ(Error(), "incomplete data");
+    ASSERT_NE(out, nullptr);
+    EXPECT_EQ(handle.Length, 3);
+    ZTInt_msg_Free(out);
+    ZTInt_msg_Free(sent);
+}
+
+TEST_F(Transport, WaitingHeaderReadDropsShortReadsAndEndsAtEndOfFile)
+{
+    ZTInt_msg_struct* sent = ZTInt_msg_New(0, nullptr, nullptr);
+    ZTInt_msg_Init_Call(sent, 1, 1, 1);
+    std::thread writer([&] {
+        Put(sent, 10);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        Put(sent, 32);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        Put(sent, 5);
+        Close_Far();
+    });
+    ZTInt_msg_struct* out = nullptr;
+    EXPECT_EQ(ZTInt_transport_Recv_Header(&handle, &out, &error, 1), 0);
+    ASSERT_NE(out, nullptr);
+    EXPECT_EQ(out->Procedure, 1);
+    ZTInt_msg_Free(out);
+    out = nullptr;
+    EXPECT_EQ(ZTInt_transport_Recv_Header(&handle, &out, &error, 1), -1);
+    EXPECT_EQ(Error(), "incomplete data");
+    EXPECT_EQ(out, nullptr);
+    writer.join();
+    ZTInt_msg_Free(sent);
+}
+
+TEST_F(Transport, WriteToAClosedPeerFailsWithTheSystemText)
+{
+    Close_Far();
+    ZTInt_msg_struct* sent = String_Call("x");
+    EXPECT_EQ(ZTInt_transport_Send(&handle, sent, &error), -1);
+    EXPECT_NE(Error().find("Broken pipe"), std::string::npos) << Error();
+    ZTInt_String_Free(error);
+    EXPECT_EQ(ZTInt_transport_Send_Atomic(&handle, sent, &error), -1);
+    EXPECT_NE(Error().find("Broken pipe"), std::string::npos) << Error();
+    ZTInt_msg_Free(sent);
+}
+
+TEST_F(Transport, StepwiseTransferAdvancesByEachCount)
+{
+    // A small send buffer on a non-blocking socket makes each write step short.
+    const int small = 4096;
+    ASSERT_EQ(setsockopt(near, SOL_SOCKET, SO_SNDBUF, &small, sizeof small), 0);
+    ASSERT_EQ(fcntl(near, F_SETFL, O_NONBLOCK), 0);
+    std::string big(200000, 'q');
+    ZTInt_msg_struct* sent = String_Call(big.c_str());
+    const int32_t full = ZTInt_msg_Full_Size(sent);
+
+    std::vector<char> arrived;
+    std::thread reader([&] {
+        char chunk[8192];
+        while (arrived.size() < static_cast<std::size_t>(full)) {
+            const ssize_t count = read(far, chunk, sizeof chunk);
+            if (count <= 0) break;
+            arrived.insert(arrived.end(), chunk, chunk + count);
+        }
+    });
+    ZTInt_transport_Start_Full(&handle, sent);
+    EXPECT_EQ(handle.Last_Count, -1);
+    int steps = 0;
+    while (!ZTInt_transport_Data_Done(&handle)) {
+        char* before = handle.Data;
+        const int result = ZTInt_transport_Send_Data(&handle, sent, &error);
+        if (result != 0) {
+            // EAGAIN: the reader has not caught up yet.
+            ZTInt_String_Free(error);
+            error = nullptr;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            continue;
+        }
+        EXPECT_EQ(handle.Data, before + handle.Last_Count);
+        ++steps;
+    }
+    reader.join();
+    EXPECT_GT(steps, 1);
+    ASSERT_EQ(arrived.size(), static_cast<std::size_t>(full));
+    EXPECT_EQ(std::memcmp(arrived.data(), sent, full), 0);
+    ZTInt_msg_Free(sent);
+}
+
+TEST_F(Transport, StepwiseReceiveOfHeaderThenData)
+{
+    ZTInt_msg_struct* sent = String_Call("stepwise");
+    Put(sent, ZTInt_msg_Full_Size(sent));
+    ZTInt_msg_struct* out = nullptr;
+    ASSERT_EQ(ZTInt_transport_Recv_Header(&handle, &out, &error, 1), 0);
+    ZTInt_transport_Start_Data(&handle, out);
+    while (!ZTInt_transport_Data_Done(&handle))
+        ASSERT_EQ(ZTInt_transport_Recv_Data(&handle, out, &error), 0);
+    EXPECT_EQ(std::memcmp(out, sent, ZTInt_msg_Full_Size(sent)), 0);
+
+    ZTInt_transport_Start_Data(&handle, out);
+    Close_Far();
+    EXPECT_EQ(ZTInt_transport_Recv_Data(&handle, out, &error), -1);
+    EXPECT_EQ(Error(), "incomplete data");
+    ZTInt_msg_Free(out);
+    ZTInt_msg_Free(sent);
+}
+
+TEST_F(Transport, SendHeaderWritesOnlyTheHeader)
+{
+    ZTInt_msg_struct* sent = String_Call("abc");
+    EXPECT_EQ(ZTInt_transport_Send_Header(&handle, sent, &error), 0);
+    EXPECT_EQ(handle.Last_Count, 32);
+    char header[64];
+    EXPECT_EQ(recv(far, header, sizeof header, MSG_DONTWAIT), 32);
+    EXPECT_EQ(std::memcmp(header, sent, 32), 0);
+    ZTInt_msg_Free(sent);
+}
