@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "foundation/host/hst_primitives.h"
+#include "foundation/host/hst_switches.h"
 #include "ztcoreutil/admbcsstring.h"
 #include "ztcoreutil/tchar.h"
 
@@ -132,6 +133,38 @@ void Fnd_String_Library::Unset_Variable(const Code_Unit* Name) {
         if (!match) *kept++ = *entry;
     }
     if (kept) *kept = nullptr;
+}
+
+namespace {
+
+const Fnd_String& Variable_Name(const Fnd_String& Name, const long Session) {
+    return Session ? Hst_Switches::Normalize_Session_Switch(Name) : Name;
+}
+
+}  // namespace
+
+long Fnd_String_Library::Get_Variable(const Fnd_String& Name, Fnd_String& Value,
+                                      const long Session) {
+    return Get_Environment(Variable_Name(Name, Session), Value);
+}
+
+long Fnd_String_Library::Set_Variable(const Fnd_String& Name, const Fnd_String& Value,
+                                      const long Session) {
+    return Set_Environment(Variable_Name(Name, Session), Value);
+}
+
+void Fnd_String_Library::Unset_Variable(const Fnd_String& Name, const long Session) {
+    Unset_Variable(Variable_Name(Name, Session).Data());
+}
+
+long Fnd_String_Library::Get_Boolean_Variable(const Fnd_String& Name, const long Session) {
+    Fnd_String value;
+    if (!Get_Variable(Name, value, Session)) return 0;
+    if (value.Is_Empty()) return 1;
+    long result = 0;
+    long valid = 0;
+    Get_Boolean(value, result, valid);
+    return result;
 }
 
 Fnd_String Fnd_String_Library::Error_Message(const int Error_Number) {

@@ -48,8 +48,16 @@ public:
     // "NAME=value"; the text is kept for the environment. 1 on success.
     static long Set_Environment(const Fnd_String& Setting);
     static long Set_Environment(const Fnd_String& Name, const Fnd_String& Value);
+    // As above; with Session non-zero the name is a session switch word, which gets
+    // the product prefix first ("MESSAGES" is ZT_MESSAGES).
+    static long Get_Variable(const Fnd_String& Name, Fnd_String& Value, const long Session);
+    static long Set_Variable(const Fnd_String& Name, const Fnd_String& Value,
+                             const long Session);
+    static void Unset_Variable(const Fnd_String& Name, const long Session);
     // Removes NAME from the process's environment in place.
     static void Unset_Variable(const Code_Unit* Name);
+    // 0 if unset, 1 if set and empty, else the value read by Get_Boolean.
+    static long Get_Boolean_Variable(const Fnd_String& Name, const long Session);
     // The system's text of an errno value.
     static Fnd_String Error_Message(const int Error_Number);
 
