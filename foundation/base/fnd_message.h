@@ -137,7 +137,7 @@ public:
     static const Fnd_String& Kind_Image(const Fnd_Message_Kinds Kind);
     // The canonical prefix ("***" for an error).
     static Fnd_String Canonical_Kind_Image(const Fnd_Message_Kinds Kind);
-    // Ends the process for a value of 22 or more.
+    // Ends the process (assertion 1001) for a value of 22 or more, or below 0.
     static void Check_Kind(const long Kind);
     // The kind (2 to 21) whose canonical prefix and one blank begin Text, with Length
     // the length of both; 0 and Length 0 when none does.
