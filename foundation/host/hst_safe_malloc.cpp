@@ -14,3 +14,11 @@ void* Hst_Safe_Malloc(std::size_t size)
     }
     return block;
 }
+
+void* Hst_Unchecked_Malloc(std::size_t size) { return std::malloc(size); }
+
+void* Hst_malloc(std::size_t size) { return std::malloc(size); }
+
+void* Hst_realloc(void* block, std::size_t size) { return std::realloc(block, size); }
+
+void Hst_free(void* block) { std::free(block); }

@@ -1,0 +1,118 @@
+#include "foundation/textio/tio_text_output.h"
+
+#include <cerrno>
+#include <string>
+#include <unistd.h>
+
+#include "foundation/base/fnd_assert.h"
+#include "foundation/host/hst_filesystem.h"
+#include "ztcoreutil/admbcsstring.h"
+
+namespace {
+
+// Writes Text (in the default charset, unconvertible characters substituted) and, with
+// New_Line, a line end to Fd. 1 when every byte went out.
+long Write_Text(int Fd, const Fnd_String& Text, long New_Line, Fnd_Condition& Condition) {
+    std::string bytes;
+    if (!Text.Is_Empty()) {
+        AdMbcsString converted;
+        if (converted.cvtFromTchar(AdCharset::getDefaultCharset(), Text,
+                                   AdCharset::cvt_substitute))
+            bytes = converted.getString();
+    }
+    if (New_Line) bytes += '\n';
+    const char* next = bytes.data();
+    long left = static_cast<long>(bytes.size());
+    while (left > 0) {
+        const long written = Hst_Filesystem::Write(Fd, next, left, Condition);
+        if (written <= 0) return 0;
+        next += written;
+        left -= written;
+    }
+    Condition.Clear();
+    return 1;
+}
+
+}  // namespace
+
+// ---- Tio_Text_Output_Base
+
+Tio_Text_Output_Base::~Tio_Text_Output_Base() = default;
+
+long Tio_Text_Output_Base::Is_Equal(const Fnd_Object&) const { return 1; }
+
+long Tio_Text_Output_Base::Do_Put_Message(Fnd_Message_Kinds, const Fnd_String& Prefix,
+                                          const Fnd_String& Text) {
+    if (Prefix.Is_Empty()) return Do_Put(Text, 1);
+    return Do_Put(Prefix + u" " + Text, 1);
+}
+
+long Tio_Text_Output_Base::Put(const Fnd_String& Text) {
+    Fnd_Assert_Statics_Initialized();
+    return Do_Put(Text, 0);
+}
+
+long Tio_Text_Output_Base::Put(Code_Unit Unit) {
+    Fnd_Assert_Statics_Initialized();
+    return Do_Put(Fnd_String(&Unit, 1), 0);
+}
+
+long Tio_Text_Output_Base::Put_Line(const Fnd_String& Text) {
+    Fnd_Assert_Statics_Initialized();
+    return Do_Put(Text, 1);
+}
+
+long Tio_Text_Output_Base::New_Line(long Count) {
+    Fnd_Assert_Statics_Initialized();
+    if (Count < 1) return 0;
+    if (Count == 1) return Do_Put(Fnd_String(), 1);
+    return Do_Put(Fnd_String(static_cast<unsigned short>(u'\n'), static_cast<int>(Count - 1)), 1);
+}
+
+long Tio_Text_Output_Base::Endl() {
+    Fnd_Assert_Statics_Initialized();
+    return Do_Put(Fnd_String(), 1);
+}
+
+// ---- The console
+
+long Tio_Text_Cout::Do_Put(const Fnd_String& Text, long New_Line) {
+    Write_Text(1, Text, New_Line, Output_Condition);
+    return 1;
+}
+
+long Tio_Text_Cerr::Do_Put(const Fnd_String& Text, long New_Line) {
+    return Write_Text(2, Text, New_Line, Output_Condition);
+}
+
+// ---- Tio_Text_Output_Stream
+
+Tio_Text_Output_Stream::Tio_Text_Output_Stream(long To_Error) : Standard_Out(To_Error > 0 ? 0 : 1) {}
+
+Tio_Text_Output_Stream::~Tio_Text_Output_Stream() { delete Destination; }
+
+long Tio_Text_Output_Stream::Is_Equal(const Fnd_Object& Other) const {
+    const Tio_Text_Output_Stream* other = Convert(&Other);
+    return other != nullptr &&
+           (other == this ||
+            (other->Destination == Destination && other->Standard_Out == Standard_Out));
+}
+
+Tio_Text_Output_Base* Tio_Text_Output_Stream::Get_Destination() {
+    if (Destination == nullptr) {
+        if (Standard_Out)
+            Destination = new Tio_Text_Cout();
+        else
+            Destination = new Tio_Text_Cerr();
+    }
+    return Destination;
+}
+
+void Tio_Text_Output_Stream::Set_Destination(Tio_Text_Output_Base* Destination) {
+    delete this->Destination;
+    this->Destination = Destination;
+}
+
+long Tio_Text_Output_Stream::Do_Put(const Fnd_String& Text, long New_Line) {
+    return Get_Destination()->Do_Put(Text, New_Line);
+}

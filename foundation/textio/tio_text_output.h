@@ -1,0 +1,74 @@
+// Text output streams: an abstract base with the writing operations, the two console
+// destinations, and a stream that forwards to a destination it owns (by default the
+// console's output or error side).
+#pragma once
+
+#include "foundation/base/fnd_condition.h"
+#include "foundation/base/fnd_message.h"
+#include "foundation/base/fnd_string.h"
+
+class Tio_Text_Output_Base : public virtual Fnd_Object {
+    FND_OBJECT_MEMBERS(Tio_Text_Output_Base)
+public:
+    // The failure of the last write.
+    Fnd_Condition Output_Condition;
+
+    ~Tio_Text_Output_Base() override;
+    long Is_Equal(const Fnd_Object& Other) const override;
+
+    // Writes Text, then a line end when New_Line is non-zero. 1 on success.
+    virtual long Do_Put(const Fnd_String& Text, long New_Line) = 0;
+    // One line: Prefix, a blank and Text, or Text alone for an empty Prefix.
+    virtual long Do_Put_Message(Fnd_Message_Kinds Kind, const Fnd_String& Prefix,
+                                const Fnd_String& Text);
+
+    long Put(const Fnd_String& Text);
+    long Put(Code_Unit Unit);
+    long Put_Line(const Fnd_String& Text);
+    // 0 for a Count below 1; else Count line ends.
+    long New_Line(long Count);
+    long Endl();
+
+protected:
+    Tio_Text_Output_Base() = default;
+    Tio_Text_Output_Base(const Tio_Text_Output_Base&) = delete;
+    Tio_Text_Output_Base& operator=(const Tio_Text_Output_Base&) = delete;
+};
+
+// The console's output side, descriptor 1.
+class Tio_Text_Cout : public Tio_Text_Output_Base {
+    FND_OBJECT_MEMBERS(Tio_Text_Cout, Tio_Text_Output_Base)
+public:
+    Tio_Text_Cout() = default;
+    long Do_Put(const Fnd_String& Text, long New_Line) override;
+};
+
+// The console's error side, descriptor 2. A failed write gives 0.
+class Tio_Text_Cerr : public Tio_Text_Output_Base {
+    FND_OBJECT_MEMBERS(Tio_Text_Cerr, Tio_Text_Output_Base)
+public:
+    Tio_Text_Cerr() = default;
+    long Do_Put(const Fnd_String& Text, long New_Line) override;
+};
+
+// Forwards to its destination, which it owns; without one it makes the default: the
+// console's output side when Standard_Out is 1, its error side when it is 0.
+class Tio_Text_Output_Stream : public Tio_Text_Output_Base {
+    FND_OBJECT_MEMBERS(Tio_Text_Output_Stream, Tio_Text_Output_Base)
+public:
+    // To_Error above 0 makes a stream whose default destination is the error side.
+    explicit Tio_Text_Output_Stream(long To_Error);
+    ~Tio_Text_Output_Stream() override;
+
+    long Is_Equal(const Fnd_Object& Other) const override;
+
+    Tio_Text_Output_Base* Get_Destination();
+    // Destroys the destination in force and takes Destination (null allowed).
+    void Set_Destination(Tio_Text_Output_Base* Destination);
+    long Do_Put(const Fnd_String& Text, long New_Line) override;
+
+    long Standard_Out;
+
+private:
+    Tio_Text_Output_Base* Destination = nullptr;
+};
