@@ -27,7 +27,7 @@ bool Tracing()
 Fnd_String Wide(const char* text)
 {
     Fnd_String wide;
-    AdMbcsString::cvtToTchar(AdCharset::getDefaultCharset(), text, wide, 0);
+    AdMbcsString::cvtToTchar(AdCharset::getDefaultCharset(), text, wide, AdCharset::cvt_stop);
     return wide;
 }
 
@@ -35,8 +35,8 @@ Fnd_String Wide(const char* text)
 void Trace(const char* step, const char* what)
 {
     if (Tracing())
-        AdDiagnostic::Report(Fnd_String(u"ztintsvr client"),
-                             AdDiagnostic::Join_With_Space(Wide(step), Wide(what)));
+        AdDiagnostic::Report(u"ztintsvr client",
+                             AdDiagnostic::Join_With_Space(Wide(step), Wide(what)).Data());
 }
 
 void Trace_Call(int procedure)

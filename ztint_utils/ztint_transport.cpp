@@ -69,9 +69,9 @@ int Set_Result(const Fnd_Condition& condition, int& result, char** error)
         return result;
     result = ZTInt_transport_Failed;
     Fnd_String image;
-    condition.Image(image, 4, 0, 1, 1, 1, Fnd_Message::Default_Message_Separator());
+    condition.Image(image, Fnd_Detail_Normal, 0, 1, 1, 1, Fnd_Message::Default_Message_Separator());
     AdMbcsString bytes;
-    if (bytes.cvtFromTchar(AdCharset::getDefaultCharset(), image, 0) && bytes.getData() != nullptr)
+    if (bytes.cvtFromTchar(AdCharset::getDefaultCharset(), image, AdCharset::cvt_stop) && bytes.getData() != nullptr)
         *error = ZTInt_String_New(bytes.getData());
     else
         *error = ZTInt_String_New("unconvertible failure text");

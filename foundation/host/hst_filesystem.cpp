@@ -1,6 +1,10 @@
 #include "foundation/host/hst_filesystem.h"
 
+#include <csignal>
 #include <cerrno>
+#include <ctime>
+#include <pthread.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include "foundation/base/fnd_condition.h"
@@ -22,6 +26,32 @@ ssize_t Retry(Call System_Call, bool Repeat_Again) {
         if (errno == ETIMEDOUT && ++timeouts < Timeout_Attempts) continue;
         return result;
     }
+}
+
+// write(2) without SIGPIPE: a library must not kill its host when a peer has gone.
+// A socket is written by send with MSG_NOSIGNAL; anything else (a pipe) with
+// SIGPIPE blocked, and a SIGPIPE that this write raised is taken back before the
+// mask is restored. Either way a gone reader shows as EPIPE.
+ssize_t Write_Without_Sigpipe(int Fd, const void* Buffer, size_t Length) {
+    const ssize_t sent = ::send(Fd, Buffer, Length, MSG_NOSIGNAL);
+    if (sent >= 0 || errno != ENOTSOCK) return sent;
+
+    sigset_t pipe_only, old_mask, pending;
+    sigemptyset(&pipe_only);
+    sigaddset(&pipe_only, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipe_only, &old_mask);
+    sigpending(&pending);
+    const bool was_pending = sigismember(&pending, SIGPIPE);
+    const ssize_t written = ::write(Fd, Buffer, Length);
+    const int write_errno = errno;
+    if (written < 0 && write_errno == EPIPE && !was_pending) {
+        const timespec no_wait = {0, 0};
+        while (sigtimedwait(&pipe_only, nullptr, &no_wait) < 0 && errno == EINTR) {
+        }
+    }
+    pthread_sigmask(SIG_SETMASK, &old_mask, nullptr);
+    errno = write_errno;
+    return written;
 }
 
 }  // namespace
@@ -48,7 +78,7 @@ long Hst_Filesystem::Write(int Fd, const void* Buffer, long Length, Fnd_Conditio
         return -1;
     }
     const ssize_t count = Retry(
-        [&] { return ::write(Fd, Buffer, static_cast<size_t>(Length)); }, false);
+        [&] { return Write_Without_Sigpipe(Fd, Buffer, static_cast<size_t>(Length)); }, false);
     if (count < 0) {
         Condition.Set_Error(Hst_Sys_Call_Error(143, errno, Length, 0), 1);
         return -1;

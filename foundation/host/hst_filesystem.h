@@ -24,6 +24,7 @@ public:
     static long Read(int Fd, void* Buffer, long Length, Fnd_Condition& Condition);
     // Writes up to Length bytes. The count written, which may be less than Length; -1
     // on failure (Hst_Sys_Call_Error 143 with Length). A count below Length is no
-    // failure: the caller writes the rest.
+    // failure: the caller writes the rest. A reader that has gone gives EPIPE and
+    // never raises SIGPIPE in the process.
     static long Write(int Fd, const void* Buffer, long Length, Fnd_Condition& Condition);
 };

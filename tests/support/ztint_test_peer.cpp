@@ -6,9 +6,9 @@
 #include <cerrno>
 #include <cstring>
 
+#include "ztint_base/ztint_assert.h"
 #include "ztint_base/ztint_strings.h"
 #include "ztint_client/ztint_client.h"
-#include "ztint_utils/ztint_transport.h"
 
 namespace {
 
@@ -124,14 +124,14 @@ bool ZTInt_Test_Decode(ZTInt_msg_struct* message, const ZTInt_rpc_type* types, i
     return decoded == count;
 }
 
-ZTInt_msg_struct* ZTInt_Test_Encode_Reply(const ZTInt_msg_struct* call,
+std::vector<char> ZTInt_Test_Encode_Reply(const ZTInt_msg_struct& call,
                                           const std::vector<ZTInt_Test_Value>& values)
 {
     const std::size_t count = values.size();
     std::vector<Raw_Value> raws(count);
-    std::vector<ZTInt_rpc_type> types;
     std::vector<std::vector<char*>> arrays(count);
     std::vector<const void*> addresses;
+    int64_t data_size = 0;
     for (std::size_t i = 0; i < count; ++i) {
         const ZTInt_Test_Value& value = values[i];
         Raw_Value& raw = raws[i];
@@ -142,15 +142,21 @@ ZTInt_msg_struct* ZTInt_Test_Encode_Reply(const ZTInt_msg_struct* call,
             arrays[i].push_back(const_cast<char*>(element.c_str()));
         arrays[i].push_back(nullptr);
         raw.Texts = arrays[i].data();
-        types.push_back(value.Type);
         addresses.push_back(raw.Address(value.Type));
+        data_size += ZTInt_rpc_Get_Length(value.Type, addresses.back());
     }
-    ZTInt_msg_struct* reply = nullptr;
-    char* error = nullptr;
-    ZTInt_msg_Encode_Reply(call, &reply, &error, static_cast<int>(count), types.data(),
-                           addresses.data());
-    ZTInt_String_Free(error);
-    return reply;
+    std::vector<char> bytes(sizeof(ZTInt_msg_struct) + static_cast<std::size_t>(data_size) + 4);
+    auto* reply = reinterpret_cast<ZTInt_msg_struct*>(bytes.data());
+    ZTInt_msg_Init_Reply(reply, &call);
+    reply->Param_Count = static_cast<int32_t>(count);
+    reply->Data_Size = static_cast<int32_t>(data_size);
+    ZTInt_msg_info cursor;
+    ZTInt_msg_info_Init(&cursor, reply);
+    for (std::size_t i = 0; i < count; ++i)
+        ZTInt_rpc_Encode(&cursor, values[i].Type, addresses[i]);
+    ZTInt_String_Free(cursor.Error);
+    bytes.resize(static_cast<std::size_t>(ZTInt_msg_Full_Size(reply)));
+    return bytes;
 }
 
 void ZTInt_Test_Peer::Echo(const ZTInt_Test_Call& call, std::vector<ZTInt_Test_Value>& results)
@@ -195,6 +201,7 @@ void ZTInt_Test_Peer::Install()
     connection->Handle.Read_File = Near;
     connection->Handle.Write_File = Near;
     connection->Listen_File = Near;
+    ZTInt_rpc_type_Name_Of(ZTInt_rpc_type_status);  // fills the codec's name table here, once
     Server = std::thread([this] { Serve(); });
 }
 
@@ -222,34 +229,46 @@ std::size_t ZTInt_Test_Peer::Call_Count() const
     return Received.size();
 }
 
+bool ZTInt_Test_Peer::Read_Call(std::vector<char>& message)
+{
+    message.resize(sizeof(ZTInt_msg_struct));
+    auto read_exactly = [this](char* to, std::size_t size) {
+        while (size > 0) {
+            const ssize_t count = read(Far, to, size);
+            if (count < 0 && errno == EINTR) continue;
+            if (count <= 0) return false;
+            to += count;
+            size -= static_cast<std::size_t>(count);
+        }
+        return true;
+    };
+    if (!read_exactly(message.data(), message.size())) return false;
+    auto* header = reinterpret_cast<ZTInt_msg_struct*>(message.data());
+    char* error = nullptr;
+    const bool sane = ZTInt_msg_Check(&error, header) == 0 && ZTInt_msg_Check_Size(&error, header) == 0;
+    ZTInt_String_Free(error);
+    if (!sane) return false;
+    const std::size_t data_size = static_cast<std::size_t>(header->Data_Size);
+    message.resize(sizeof(ZTInt_msg_struct) + data_size + 4);
+    return read_exactly(message.data() + sizeof(ZTInt_msg_struct), data_size);
+}
+
 void ZTInt_Test_Peer::Serve()
 {
-    ZTInt_RPC_Handle handle;
-    ZTInt_RPC_Handle_Initialize(&handle);
-    handle.Read_File = Far;
-    handle.Write_File = Far;
-    for (;;) {
-        ZTInt_msg_struct* message = nullptr;
-        char* error = nullptr;
-        const int result = ZTInt_transport_Recv(&handle, &message, &error);
-        ZTInt_String_Free(error);
-        if (result != ZTInt_transport_Done) {
-            ZTInt_msg_Free(message);
-            return;
-        }
+    std::vector<char> message;
+    while (Far >= 0 && Read_Call(message)) {
+        auto* header = reinterpret_cast<ZTInt_msg_struct*>(message.data());
         ZTInt_Test_Call call;
-        call.Header = *message;
-        call.Entry = ZTInt_call_Find(message->Procedure);
+        call.Header = *header;
+        call.Entry = ZTInt_call_Find(header->Procedure);
         if (call.Entry != nullptr)
-            ZTInt_Test_Decode(message, call.Entry->Types_In, call.Entry->In_Count, call.Params,
+            ZTInt_Test_Decode(header, call.Entry->Types_In, call.Entry->In_Count, call.Params,
                               call.Decode_Error);
         {
             std::lock_guard<std::mutex> guard(Lock);
             Received.push_back(call);
         }
-        Answer(message, call);
-        ZTInt_msg_Free(message);
-        if (Far < 0) return;
+        Answer(header, call);
     }
 }
 
@@ -266,7 +285,7 @@ bool ZTInt_Test_Peer::Write_All(const void* data, std::size_t size)
     return true;
 }
 
-void ZTInt_Test_Peer::Answer(const ZTInt_msg_struct* call_message, const ZTInt_Test_Call& call)
+void ZTInt_Test_Peer::Answer(ZTInt_msg_struct* call_message, const ZTInt_Test_Call& call)
 {
     ZTInt_Test_Fault fault;
     Responder respond;
@@ -282,9 +301,11 @@ void ZTInt_Test_Peer::Answer(const ZTInt_msg_struct* call_message, const ZTInt_T
         Close(Far);
         return;
     }
-    ZTInt_msg_struct* reply = nullptr;
+    std::vector<char> bytes;
     if (fault == ZTInt_Test_Fault::Error_Message || call.Entry == nullptr) {
-        ZTInt_msg_Encode_Error(call_message, &reply);
+        bytes.assign(sizeof(ZTInt_msg_struct), 0);
+        auto* error = reinterpret_cast<ZTInt_msg_struct*>(bytes.data());
+        ZTInt_msg_Init_Error(error, call_message);
     } else {
         std::vector<ZTInt_Test_Value> results;
         for (int i = 0; i < call.Entry->Out_Count; ++i)
@@ -293,24 +314,23 @@ void ZTInt_Test_Peer::Answer(const ZTInt_msg_struct* call_message, const ZTInt_T
         if (fault == ZTInt_Test_Fault::Missing_Parameter && !results.empty()) results.pop_back();
         if (fault == ZTInt_Test_Fault::Extra_Parameter)
             results.push_back(ZTInt_Test_Value::Of_Word(ZTInt_rpc_type_int, 99));
-        reply = ZTInt_Test_Encode_Reply(call_message, results);
+        bytes = ZTInt_Test_Encode_Reply(*call_message, results);
+        auto* reply = reinterpret_cast<ZTInt_msg_struct*>(bytes.data());
         if (fault == ZTInt_Test_Fault::Wrong_Sequence) reply->Sequence -= 1;
         if (fault == ZTInt_Test_Fault::Bad_Framing) reply->Framing_1 = 0x12345678;
         if (fault == ZTInt_Test_Fault::Wrong_Tag && !results.empty())
             Break_Last_Tag(reply, results);
     }
-    const char* bytes = reinterpret_cast<const char*>(reply);
-    const std::size_t size = static_cast<std::size_t>(ZTInt_msg_Full_Size(reply));
+    const std::size_t size = bytes.size();
     if (fault == ZTInt_Test_Fault::Split_Header) {
-        Write_All(bytes, 16);
+        Write_All(bytes.data(), 16);
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        Write_All(bytes + 16, size - 16);
+        Write_All(bytes.data() + 16, size - 16);
     } else if (fault == ZTInt_Test_Fault::Close_Mid_Message) {
-        Write_All(bytes, 32 + (size - 32) / 2);
+        Write_All(bytes.data(), 32 + (size - 32) / 2);
         shutdown(Far, SHUT_RDWR);
         Close(Far);
     } else {
-        Write_All(bytes, size);
+        Write_All(bytes.data(), size);
     }
-    ZTInt_msg_Free(reply);
 }

@@ -2,9 +2,13 @@
 //
 // The peer owns a socketpair. Install() puts the near end in place as the
 // process's connection (type client, state ready), and a thread serves the far
-// end: it receives each call with the library's own transport, decodes its
-// parameters by the call table's in list, hands them to a responder, and answers
-// with a reply of the row's out list, or misbehaves as told.
+// end: it reads each call, checks its header, decodes its parameters by the call
+// table's in list with the library's codec, hands them to a responder, and
+// answers with a reply of the row's out list, or misbehaves as told.
+//
+// The message pool of the library is process-wide and unlocked, as the library
+// is single-threaded; the peer's thread therefore keeps its messages in its own
+// buffers and never touches the pool.
 #pragma once
 
 #include <cstdint>
@@ -88,7 +92,8 @@ public:
 
 private:
     void Serve();
-    void Answer(const ZTInt_msg_struct* call_message, const ZTInt_Test_Call& call);
+    bool Read_Call(std::vector<char>& message);
+    void Answer(ZTInt_msg_struct* call_message, const ZTInt_Test_Call& call);
     bool Write_All(const void* data, std::size_t size);
 
     int Near = -1;
@@ -103,6 +108,6 @@ private:
 // Decodes the parameters of a received message by a type list.
 bool ZTInt_Test_Decode(ZTInt_msg_struct* message, const ZTInt_rpc_type* types, int count,
                        std::vector<ZTInt_Test_Value>& values, std::string& error);
-// Encodes values into a reply to call (status first). Returns the pool message.
-ZTInt_msg_struct* ZTInt_Test_Encode_Reply(const ZTInt_msg_struct* call,
+// Encodes values into a reply to call (status first), in a buffer of its own.
+std::vector<char> ZTInt_Test_Encode_Reply(const ZTInt_msg_struct& call,
                                           const std::vector<ZTInt_Test_Value>& values);

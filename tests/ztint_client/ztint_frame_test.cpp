@@ -2,6 +2,10 @@
 // an exported function sees it (status, results, client error slot).
 #include <gtest/gtest.h>
 
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstring>
 #include <string>
 
 #include "tests/support/ztint_test_peer.h"
