@@ -19,3 +19,8 @@ add_test(NAME ztint_handle_types
                  ${CMAKE_C_COMPILER} ${CMAKE_CXX_COMPILER}
                  ${CMAKE_CURRENT_LIST_DIR}/ztint_handle_mixup.c
                  ${PROJECT_SOURCE_DIR}/include ${ZTINT_GENERATED_DIR}/include)
+
+# The conformance test calls every stub through the generated invokers.
+target_sources(test_ztint_stubs PRIVATE ${ZTINT_GENERATED_DIR}/tests/ztint_stub_invokers.cpp)
+target_include_directories(test_ztint_stubs PRIVATE ${ZTINT_GENERATED_DIR}/tests)
+add_dependencies(test_ztint_stubs ztint_generated)
