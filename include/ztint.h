@@ -13,7 +13,9 @@
  *
  * Handles of different classes are distinct types. Calls share one process-wide connection
  * and are not safe to make from several threads at once. The type codes of each call's
- * parameters and results are exported as data, declared in ztint_signatures.h. */
+ * parameters and results are exported as data: <call>_Types_In and <call>_Types_Out, each
+ * ended by 0 (ztint_signatures.h). The declarations of the calls themselves, one for each
+ * row of the interface's table, are generated into ztint_api.h, which this header includes. */
 #ifndef ZTINT_H
 #define ZTINT_H
 
@@ -46,5 +48,6 @@ ZTINT_EXPORT void libztintsvr_sprintf_verid(void);
 #endif
 
 #include "ztint_api.h"
+#include "ztint_signatures.h"
 
 #endif

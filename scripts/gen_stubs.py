@@ -31,6 +31,9 @@ EXPECTED_DECLARED_ROWS = 102  # rows of classes 54 to 62
 EXPECTED_SPECIAL_ROWS = 4    # classes 0 and 1
 EXPECTED_LONGEST_IN = ('ZTAdminSession_InstallAddDbSetEx', 8)
 EXPECTED_MAX_METHOD = 142
+# Method numbers that an object class leaves unused; every other class numbers its calls
+# 1, 2, then 4 upward without a gap (3 is the local GetObject).
+EXPECTED_GAPS = {'ZTProductInfo': [7, 8, 9]}
 
 # Headers whose ZTINT_EXPORT declarations belong to the exported interface, with the name
 # patterns allowed from each.
@@ -212,6 +215,10 @@ def check(table):
         methods = [c.method for c in cls.calls()]
         if methods != sorted(set(methods)):
             fail('%s: methods out of order or doubled' % cls.name)
+        if cls.kind != 'special':
+            gaps = [m for m in range(1, methods[-1]) if m != 3 and m not in methods]
+            if gaps != EXPECTED_GAPS.get(cls.name, []):
+                fail('%s: methods %s are missing' % (cls.name, gaps))
         build = {c.method: c for c in cls.rows if c.name.endswith(('_Build', '_Unbuild'))}
         if cls.build:
             b, u = build.get(4), build.get(5)

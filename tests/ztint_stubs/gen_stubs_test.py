@@ -47,7 +47,7 @@ class TableChecks(unittest.TestCase):
         self.assertEqual((status, error), (0, ''))
 
     def test_a_lost_row(self):
-        self.refused(self.edit(r'^38927 .*\n', ''), '828 row rows, expected 829')
+        self.refused(self.edit(r'^39054 .*\n', ''), '828 row rows, expected 829')
 
     def test_a_doubled_name(self):
         self.refused(self.edit(r'ZTSession_GetEntity ', 'ZTSession_GetEntityByDbId '),
@@ -70,6 +70,15 @@ class TableChecks(unittest.TestCase):
     def test_build_without_its_mark(self):
         self.refused(self.edit(r'^(class +38 +ZTSession +)build', r'\1-'),
                      'ZTSession has Build or Unbuild but is not marked "build"')
+
+    def test_a_gap_in_the_methods(self):
+        # A mistyped opcode at the end of a class keeps the order and the count.
+        self.refused(self.edit(r'^7188 ', '7189 '), 'ZTZentrak: methods [20] are missing')
+        self.refused(self.edit(r'^38917 ', '38918 '), 'ZTSession: methods out of order or doubled')
+
+    def test_a_row_moved_into_the_known_gap(self):
+        self.refused(self.edit(r'^32778 ', '32775 '),
+                     'ZTProductInfo: methods [8, 9, 10] are missing')
 
     def test_a_longer_in_list(self):
         self.refused(self.edit(r'(^2083 +\S+ +)String,', r'\1String,String,'),

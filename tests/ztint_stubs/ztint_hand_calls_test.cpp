@@ -1,0 +1,247 @@
+// The calls that differ from the plain stub: the error calls, the guarded Free, the
+// logon hook, and Unbuild, which leaves its handle alone.
+#include <cstring>
+#include <mutex>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/ztint_test_peer.h"
+#include "ztint.h"
+#include "ztint_client/ztint_client.h"
+#include "ztint_client/ztint_logon.h"
+
+namespace {
+
+constexpr int32_t kGetError = 1025;
+constexpr int32_t kSetError = 1026;
+constexpr int32_t kSessionLogon = 7178;
+constexpr int32_t kEntityFree = 13313;
+
+int opener_calls = 0;
+
+// Stands for a host where no server can be reached.
+int No_Server(ZTInt_Connection* connection, char** name, char** error, int)
+{
+    ++opener_calls;
+    connection->State = ZTInt_Connection_State_Error;
+    *name = nullptr;
+    *error = ZTInt_String_New("no server here");
+    return -1;
+}
+
+template <typename Class>
+Class* Handle_Of(ZTInt_rpc_type type, uint32_t id)
+{
+    const ZTInt_obj_struct record{static_cast<uint16_t>(type), 0, id, 77};
+    return reinterpret_cast<Class*>(ZTInt_obj_New(&record));
+}
+
+ZTInt_obj_struct* Record_Of(void* handle)
+{
+    return static_cast<ZTInt_obj_struct*>(handle);
+}
+
+std::string Error_Text()
+{
+    char* text = nullptr;
+    ZTInt_GetError(&text);
+    std::string copy = text != nullptr ? text : "<null>";
+    ZTInt_String_Free(text);
+    return copy;
+}
+
+// A peer whose answers a test sets per opcode: a status, and a string result if the row
+// has one. Unset opcodes get status 0 and the peer's echo.
+class Server {
+public:
+    Server()
+        : peer([this](const ZTInt_Test_Call& call, std::vector<ZTInt_Test_Value>& results) {
+              ZTInt_Test_Peer::Echo(call, results);
+              std::lock_guard<std::mutex> guard(lock);
+              if (call.Header.Procedure != opcode) return;
+              results[0].Word = status;
+              if (results.size() > 1 && results[1].Type == ZTInt_rpc_type_String)
+                  results[1].Text = text;
+          })
+    {
+        peer.Install();
+    }
+
+    void Answer(int32_t for_opcode, int32_t with_status, const std::string& with_text = "")
+    {
+        std::lock_guard<std::mutex> guard(lock);
+        opcode = for_opcode;
+        status = with_status;
+        text = with_text;
+    }
+
+    ZTInt_Test_Peer peer;
+
+private:
+    std::mutex lock;
+    int32_t opcode = 0;
+    int32_t status = 0;
+    std::string text;
+};
+
+}  // namespace
+
+TEST(ErrorCalls, GetErrorReadsTheClientSlotWithoutACall)
+{
+    Server server;
+    EXPECT_EQ(ZTInt_Session_GetObject(nullptr, nullptr), -1);
+    char* first = nullptr;
+    char* second = nullptr;
+    ZTInt_GetError(&first);
+    ZTInt_GetError(&second);
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
+    EXPECT_NE(first, second);
+    EXPECT_STREQ(first, "unsupported operation: ZTInt_Session_GetObject");
+    EXPECT_STREQ(second, first);
+    EXPECT_EQ(server.peer.Call_Count(), 0u);
+    ZTInt_String_Free(first);
+    ZTInt_String_Free(second);
+}
+
+TEST(ErrorCalls, GetErrorAsksTheServerWhenTheSlotIsEmpty)
+{
+    Server server;
+    server.Answer(kGetError, 0, "the server's last error");
+    EXPECT_EQ(Error_Text(), "the server's last error");
+    const auto calls = server.peer.Calls();
+    ASSERT_EQ(calls.size(), 1u);
+    EXPECT_EQ(calls[0].Header.Procedure, kGetError);
+    EXPECT_EQ(calls[0].Header.Param_Count, 0);
+
+    // A server that fails the call: no text, whatever the variable held.
+    server.peer.Set_Fault(ZTInt_Test_Fault::Error_Message);
+    char* text = reinterpret_cast<char*>(&server);
+    ZTInt_GetError(&text);
+    EXPECT_EQ(text, nullptr);
+}
+
+TEST(ErrorCalls, GetErrorWithNoServerLeavesTheReasonForTheNextOne)
+{
+    ZTInt_Set_Connection_Opener(No_Server);
+    char* text = reinterpret_cast<char*>(&opener_calls);
+    ZTInt_GetError(&text);
+    EXPECT_EQ(text, nullptr);
+    EXPECT_EQ(opener_calls, 1);
+    EXPECT_EQ(Error_Text(), "no server here");
+    EXPECT_EQ(opener_calls, 1);
+}
+
+TEST(ErrorCalls, SetErrorSendsTheTextAndDropsTheStatus)
+{
+    Server server;
+    server.Answer(kSetError, -2);
+    ZTInt_SetError("set by the client");
+    const auto calls = server.peer.Calls();
+    ASSERT_EQ(calls.size(), 1u);
+    EXPECT_EQ(calls[0].Header.Procedure, kSetError);
+    ASSERT_EQ(calls[0].Params.size(), 1u);
+    EXPECT_EQ(calls[0].Params[0].Type, ZTInt_rpc_type_String);
+    EXPECT_EQ(calls[0].Params[0].Text, "set by the client");
+}
+
+TEST(ErrorCalls, SetErrorWithNoServerReturns)
+{
+    ZTInt_Set_Connection_Opener(No_Server);
+    ZTInt_SetError("nobody listens");
+    EXPECT_EQ(opener_calls, 1);
+    EXPECT_EQ(Error_Text(), "no server here");
+}
+
+TEST(GenericCalls, FreeOfANullHandleOpensNothingAndSendsNothing)
+{
+    ZTInt_Set_Connection_Opener(No_Server);
+    EXPECT_EQ(ZTInt_Session_Free(nullptr), 0);
+    EXPECT_EQ(opener_calls, 0);
+    EXPECT_EQ(The_Connection, nullptr);
+
+    Server server;
+    EXPECT_EQ(ZTInt_Entity_Free(nullptr), 0);
+    EXPECT_EQ(server.peer.Call_Count(), 0u);
+}
+
+TEST(GenericCalls, FreeKeepsTheHandleUntilTheServerAgrees)
+{
+    ZTEntity* entity = Handle_Of<ZTEntity>(33, 501);
+    const ZTInt_obj_struct record = *Record_Of(entity);
+    {
+        Server server;
+        server.Answer(kEntityFree, -2);
+        EXPECT_EQ(ZTInt_Entity_Free(entity), -2);
+        EXPECT_EQ(std::memcmp(Record_Of(entity), &record, sizeof record), 0);
+
+        // The connection goes down: -1, and the handle is still there.
+        server.peer.Set_Fault(ZTInt_Test_Fault::Close_Without_Reply);
+        EXPECT_EQ(ZTInt_Entity_Free(entity), -1);
+        EXPECT_EQ(std::memcmp(Record_Of(entity), &record, sizeof record), 0);
+        EXPECT_EQ(ZTInt_Entity_Free(entity), -1);
+    }
+    // With a server again, the same handle goes out as it came and is released.
+    Server server;
+    EXPECT_EQ(ZTInt_Entity_Free(entity), 0);
+    const auto calls = server.peer.Calls();
+    ASSERT_EQ(calls.size(), 1u);
+    EXPECT_EQ(std::memcmp(&calls[0].Params[0].Object, &record, sizeof record), 0);
+    EXPECT_EQ(Record_Of(entity)->Owner_Pid, -1);
+}
+
+TEST(GenericCalls, UnbuildLeavesTheLocalHandle)
+{
+    Server server;
+    ZTZentrak* zentrak = Handle_Of<ZTZentrak>(27, 9);
+    EXPECT_EQ(ZTZentrak_Unbuild(zentrak), 0);
+    EXPECT_EQ(Record_Of(zentrak)->Owner_Pid, 77);
+    EXPECT_EQ(ZTInt_Zentrak_Free(zentrak), 0);
+    EXPECT_EQ(Record_Of(zentrak)->Owner_Pid, -1);
+    EXPECT_EQ(server.peer.Call_Count(), 2u);
+}
+
+// The logon goes on the wire once, with the direct flags added unless they were all there.
+TEST(Logon, EveryLogonIsOneWireCallWithTheDirectFlags)
+{
+    Server server;
+    server.peer.Set_Responder([](const ZTInt_Test_Call& call,
+                                 std::vector<ZTInt_Test_Value>& results) {
+        if (call.Header.Procedure == kSessionLogon)
+            results[1] = ZTInt_Test_Value::Of_Object(ZTInt_obj_struct{58, 0, 1234, 5});
+    });
+    ZTZentrak* zentrak = Handle_Of<ZTZentrak>(27, 3);
+    const struct {
+        ZTInt_LONG given;
+        ZTInt_LONG sent;
+    } cases[] = {{0, 14}, {2, 14}, {8 | 16, 30}, {14, 14}, {14 | 16, 30}, {-1, -1}};
+    size_t calls = 0;
+    for (const auto& c : cases) {
+        ZTSession* session = nullptr;
+        EXPECT_EQ(ZTZentrak_SessionLogon(zentrak, &session, "client", "user", "secret", "db",
+                                         "master", c.given),
+                  0);
+        ASSERT_NE(session, nullptr);
+        EXPECT_EQ(Record_Of(session)->Id, 1234u);
+        ZTInt_obj_Free(Record_Of(session));
+        const auto received = server.peer.Calls();
+        ASSERT_EQ(received.size(), ++calls) << c.given;
+        const ZTInt_Test_Call& call = received.back();
+        ASSERT_EQ(call.Params.size(), 7u);
+        EXPECT_EQ(call.Params[6].Word, c.sent) << c.given;
+        EXPECT_EQ(call.Params[1].Text, "client");
+        EXPECT_EQ(call.Params[3].Text, "secret");
+        EXPECT_EQ(call.Params[5].Text, "master");
+    }
+}
+
+TEST(Logon, TheHookLeavesADirectLogonToTheCaller)
+{
+    Server server;
+    int32_t status = 99;
+    ZTSession* session = nullptr;
+    EXPECT_EQ(ZTInt_client_SessionLogon(&status, nullptr, &session, "", "", "", "", "", 14), 0);
+    EXPECT_EQ(status, 99);
+    EXPECT_EQ(server.peer.Call_Count(), 0u);
+}
