@@ -1,4 +1,5 @@
 #include "ztint_client/ztint_client.h"
+#include "ztint_client/ztint_special.h"
 
 #include <cstdlib>
 

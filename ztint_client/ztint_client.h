@@ -44,14 +44,6 @@ void ZTInt_Set_Client_Error(const char* text);
 int ZTInt_Get_Client_Error(char** text);
 int ZTInt_client_GetError(char** text);
 
-extern "C" {
-// The first call of the protocol, made by ZTInt_client_Call inside the first call
-// of a process: sends the name of the client's socket into the server's pipe.
-ZTINT_EXPORT int32_t ZTInt_Special_Startup_Stub(const char* name);
-// Asks the server to end. No path of the library calls it.
-ZTINT_EXPORT int32_t ZTInt_Special_Shutdown_Stub(void);
-}
-
 // The connection if it is usable (opening it if it is nil), else NULL with the
 // reason in the slot.
 ZTInt_Connection* ZTInt_Get_Connection();

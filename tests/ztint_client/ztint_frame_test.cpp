@@ -1,5 +1,6 @@
 // The call frame against the test peer: every outcome of a call, as the caller of
-// an exported function sees it (status, results, client error slot).
+// an exported function sees it (status, results, client error slot), through
+// ZTZentrak_EchoString and ZTZentrak_Build.
 #include <gtest/gtest.h>
 
 #include <sys/socket.h>
@@ -9,6 +10,7 @@
 #include <string>
 
 #include "tests/support/ztint_test_peer.h"
+#include "ztint.h"
 #include "ztint_base/ztint_strings.h"
 #include "ztint_client/ztint_call_table.h"
 #include "ztint_client/ztint_client.h"
@@ -18,43 +20,20 @@ namespace {
 constexpr int32_t kEchoString = 7187;  // ZTZentrak_EchoString: (handle, String) -> String
 constexpr int32_t kBuild = 7172;       // ZTZentrak_Build: () -> Zentrak
 
-// One call in the shape of every generated stub.
-int32_t Stub(int32_t opcode, const void* const* in, void* const* out)
-{
-    const ZTInt_call_entry* entry = ZTInt_call_Find(opcode);
-    ZTInt_Connection* connection = nullptr;
-    ZTInt_msg_struct* message = nullptr;
-    if (ZTInt_client_Call(&connection, &message, opcode, entry->In_Count, entry->Types_In, in))
-        ZTInt_client_Result(connection, message, opcode, entry->Out_Count, entry->Types_Out, out);
-    else
-        ZTInt_client_Error(connection, message, entry->Out_Count, entry->Types_Out, out);
-    ZTInt_msg_Free(message);
-    return *static_cast<int32_t*>(out[0]);
-}
-
 ZTInt_obj_struct Zentrak_Record()
 {
     return ZTInt_obj_struct{27, 0, 4711, 99};
 }
 
+// The exported calls, with the table's handles as the application holds them.
 int32_t Echo(ZTInt_obj_struct* handle, char** result, const char* text)
 {
-    int32_t status = -1;
-    *result = nullptr;
-    const void* const in[] = {handle, &text};
-    void* const out[] = {&status, result};
-    return Stub(kEchoString, in, out);
+    return ZTZentrak_EchoString(reinterpret_cast<ZTZentrak*>(handle), result, text);
 }
 
 int32_t Build(ZTInt_obj_struct** result)
 {
-    int32_t status = -1;
-    ZTInt_obj_struct record{};
-    *result = nullptr;
-    void* const out[] = {&status, &record};
-    Stub(kBuild, nullptr, out);
-    ZTInt_client_New_Handle(&status, &record, result);
-    return status;
+    return ZTZentrak_Build(reinterpret_cast<ZTZentrak**>(result));
 }
 
 std::string Slot()

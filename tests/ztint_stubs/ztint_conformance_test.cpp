@@ -355,15 +355,21 @@ TEST_F(StubConformance, EveryStubSendsItsRowAndDecodesItsResult)
             ASSERT_EQ(server.Count(), before + 1) << name << " made no single call";
             Expect_Sent(*entry, args);
             if (result_type != 0) Expect_Result(*entry, result_type, args.result);
-            if (frees) EXPECT_EQ(args.Handles[0]->Owner_Pid, -1) << name << " kept the handle";
+            if (frees) {
+                EXPECT_EQ(args.Handles[0]->Owner_Pid, -1) << name << " kept the handle";
+            }
             ++wire_calls;
         }
         {  // A call that the server refuses: 0 or NULL in the result, the handle kept.
             Arguments args(*entry, result_type);
             server.peer.Set_Fault(ZTInt_Test_Fault::Error_Message);
             EXPECT_EQ(invoker.Invoke(args.Block), -1) << name;
-            if (result_type != 0) EXPECT_TRUE(args.result.Is_Nil(result_type)) << name;
-            if (frees) EXPECT_EQ(args.Handles[0]->Owner_Pid, kOwnerPid) << name;
+            if (result_type != 0) {
+                EXPECT_TRUE(args.result.Is_Nil(result_type)) << name;
+            }
+            if (frees) {
+                EXPECT_EQ(args.Handles[0]->Owner_Pid, kOwnerPid) << name;
+            }
             ++refusals;
         }
         if (ZTInt_rpc_type_Is_Object(result_type)) {  // The nil handle with status 0.
