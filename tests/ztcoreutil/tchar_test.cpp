@@ -1,6 +1,8 @@
 #include "ztcoreutil/tchar.h"
 
 #include <gtest/gtest.h>
+
+#include "tests/support/ztint_test_locale.h"
 #include <unicode/uloc.h>
 
 #include <cerrno>
@@ -26,12 +28,7 @@ std::u16string Prepared(const Code_Unit* Format) {
 class Tchar : public ::testing::Test {
 protected:
     void SetUp() override {
-        setenv("TZ", "UTC", 1);
-        tzset();
-        setenv("LC_ALL", "C", 1);
-        std::setlocale(LC_ALL, "C");
-        UErrorCode status = U_ZERO_ERROR;
-        uloc_setDefault("en_US", &status);
+        ZTInt_Test_Pin_Locale();
         char pattern[] = "/tmp/tchar_test_XXXXXX";
         ASSERT_NE(mkdtemp(pattern), nullptr);
         Dir = pattern;

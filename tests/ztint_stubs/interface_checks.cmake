@@ -8,6 +8,11 @@ target_include_directories(ztint_c_program PRIVATE ${ZTINT_GENERATED_DIR}/includ
 set_target_properties(ztint_c_program PROPERTIES C_STANDARD 99 C_STANDARD_REQUIRED ON
                       C_EXTENSIONS OFF)
 target_compile_options(ztint_c_program PRIVATE -pedantic-errors)
+if(ZTINT_SANITIZE)
+  # The library's C++ sanitizer checks need the C++ runtime of the sanitizers, which
+  # only the C++ driver links.
+  set_target_properties(ztint_c_program PROPERTIES LINKER_LANGUAGE CXX)
+endif()
 add_test(NAME ztint_c_program COMMAND ztint_c_program)
 
 add_test(NAME ztint_exports

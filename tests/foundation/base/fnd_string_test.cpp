@@ -1,6 +1,8 @@
 #include "foundation/base/fnd_string.h"
 
 #include <gtest/gtest.h>
+
+#include "tests/support/ztint_test_locale.h"
 #include <unicode/uloc.h>
 
 #include <climits>
@@ -25,13 +27,7 @@ std::u16string Text(const Fnd_String& S) {
 class FndString : public ::testing::Test {
 protected:
     void SetUp() override {
-        setenv("TZ", "UTC", 1);
-        tzset();
-        setenv("LC_ALL", "C", 1);
-        std::setlocale(LC_ALL, "C");
-        UErrorCode status = U_ZERO_ERROR;
-        uloc_setDefault("en_US", &status);
-        unsetenv("ZT_LANG");
+        ZTInt_Test_Pin_Locale();
         // The shipped catalogs, so that a failed assertion prints its text.
         setenv("ZT_MESSAGES", ZTINT_BUILD_DIR "/catalogs", 1);
         Hst_Switches::Clear_Cache();

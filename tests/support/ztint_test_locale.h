@@ -1,0 +1,20 @@
+// Pins what formatted text depends on, for tests that compare exact texts: UTC,
+// the C locale, ICU's default locale en_US, no ZT_LANG.
+#pragma once
+
+#include <clocale>
+#include <cstdlib>
+#include <ctime>
+
+#include <unicode/uloc.h>
+
+inline void ZTInt_Test_Pin_Locale()
+{
+    setenv("TZ", "UTC", 1);
+    tzset();
+    setenv("LC_ALL", "C", 1);
+    std::setlocale(LC_ALL, "C");
+    UErrorCode status = U_ZERO_ERROR;
+    uloc_setDefault("en_US", &status);
+    unsetenv("ZT_LANG");
+}
