@@ -3,6 +3,7 @@
 #include "foundation/base/fnd_string.h"
 #include "foundation/utilities/utl_pointer_array.h"
 #include "foundation/utilities/utl_pointer_map.h"
+#include "foundation/utilities/utl_string_array.h"
 #include "foundation/utilities/utl_string_map.h"
 #include "foundation/utilities/utl_string_set.h"
 #include "foundation/utilities/utl_tracing_utilities.h"
@@ -55,6 +56,7 @@ const Code_Unit* const Utl_Type_Utilities::Arrow = u" => ";
 void Utl_Type_Utilities::Set_Range_Deleter(long Kind, Utl_Range_Deleter& Out) {
     switch (Kind) {
     case Utl_Range_String: Out = String_Delete; break;
+    case Utl_Range_String_Array: Out = Utl_String_Array::Range_Delete; break;
     case Utl_Range_String_Map: Out = Utl_String_Map::Range_Delete; break;
     case Utl_Range_String_Set: Out = Utl_String_Set::Range_Delete; break;
     case Utl_Range_Pointer_Array: Out = Utl_Pointer_Array::Range_Delete; break;
@@ -67,6 +69,7 @@ void Utl_Type_Utilities::Set_Range_Deleter(long Kind, Utl_Range_Deleter& Out) {
 void Utl_Type_Utilities::Set_Range_Copier(long Kind, Utl_Range_Copier& Out) {
     switch (Kind) {
     case Utl_Range_String: Out = String_Copy; break;
+    case Utl_Range_String_Array: Out = Utl_String_Array::Range_Copy; break;
     case Utl_Range_String_Map: Out = Utl_String_Map::Range_Copy; break;
     case Utl_Range_String_Set: Out = Utl_String_Set::Range_Copy; break;
     case Utl_Range_Pointer_Array: Out = Utl_Pointer_Array::Range_Copy; break;
@@ -101,6 +104,14 @@ void Utl_Type_Utilities::Range_Image(Fnd_String& Out, long Kind, long Range, lon
     case Utl_Range_Pointer:
         Utl_Tracing_Utilities::Value(Out, object, 0);
         return;
+    case Utl_Range_String_Array: {
+        const auto* array = static_cast<const Utl_String_Array*>(object);
+        if (!array) return Out.Append(Null_Word);
+        if (array->Get_Count() == 0) return Out.Append(Empty_Array);
+        if (Multiline) Out.Append(u"\n");
+        array->Image(Out, Multiline, 0, 1, deeper.Data());
+        return;
+    }
     case Utl_Range_Pointer_Array: {
         const auto* array = static_cast<const Utl_Pointer_Array*>(object);
         if (!array) return Out.Append(Null_Word);
