@@ -3,9 +3,13 @@
 #include <unicode/ustring.h>
 
 #include <cstdint>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "foundation/base/fnd_array_errors.h"
 #include "foundation/base/fnd_assert.h"
@@ -207,7 +211,7 @@ void Fnd_Char_Buffer::Set_Size(const long N) {
 
 // ---- Changing
 
-void Fnd_Char_Buffer::Append_Data(const Code_Unit* Text, const long Count) {
+void Fnd_Char_Buffer::Append_Growing(const Code_Unit* Text, const long Count) {
     if (!Text || Count <= 0) return;
     unsigned long need = Size + static_cast<unsigned long>(Count);
     if (need > Allocated) {
@@ -379,15 +383,137 @@ Fnd_Relation Fnd_Char_Buffer::Caseless_Compare(const Fnd_Char_Buffer& A,
 
 namespace {
 
+// One unit at a time: the rule itself, used where a block may hold a unit that
+// shifts to 0. Returns false when it met one.
+bool Hash_Slowly(const Code_Unit* Text, unsigned long Count, unsigned Shift, uint32_t& Hash) {
+    for (unsigned long i = 0; i < Count; ++i) {
+        uint32_t shifted = static_cast<uint32_t>(Text[i]) << Shift;
+        if (shifted == 0) return false;
+        Hash ^= shifted;
+        Shift = Shift == 23 ? 1 : Shift + 1;
+    }
+    return true;
+}
+
+// A block of units with the shifts First, First + 1, ...: all shifts are constants,
+// the units are independent, and one test covers the whole block. Returns false when
+// a unit shifts to 0, leaving Hash for the slow path to redo the block.
+template <unsigned First, size_t... I>
+inline bool Hash_Block(const Code_Unit* Text, uint32_t& Hash, std::index_sequence<I...>) {
+    const uint32_t shifted[] = {(static_cast<uint32_t>(Text[I]) << (First + I))...};
+    if (((shifted[I] == 0) | ...)) return false;
+    Hash ^= (shifted[I] ^ ...);
+    return true;
+}
+
+#if defined(__SSE2__)
+
+// Eight units at a time. A 32-bit value u << s is built from two 16-bit halves with
+// the multiplications SSE2 has: for s <= 15 the low half is the low product u * 2^s and
+// the high half the high product; for s >= 16 the low half is 0 and the high half the
+// low product u * 2^(s - 16). Exclusive or works lane by lane, so each half is
+// accumulated apart and the lanes are folded at the end. The shifts repeat every 23
+// units and the lanes every 8: a super-block of 184 units takes 23 vectors, each
+// with its own multipliers.
+constexpr unsigned long Super_Block = 184;
+
+struct Lane_Multipliers {
+    alignas(16) uint16_t Low[23][8];   // 2^s for s <= 15, else 0
+    alignas(16) uint16_t High[23][8];  // 2^(s - 16) for s >= 16, else 0
+};
+
+constexpr Lane_Multipliers Make_Lane_Multipliers() {
+    Lane_Multipliers table{};
+    for (unsigned vector = 0; vector < 23; ++vector) {
+        for (unsigned lane = 0; lane < 8; ++lane) {
+            unsigned shift = (vector * 8 + lane) % 23 + 1;
+            table.Low[vector][lane] = shift <= 15 ? static_cast<uint16_t>(1u << shift) : 0;
+            table.High[vector][lane] = shift >= 16 ? static_cast<uint16_t>(1u << (shift - 16)) : 0;
+        }
+    }
+    return table;
+}
+
+constexpr Lane_Multipliers Multipliers = Make_Lane_Multipliers();
+
+uint32_t Fold_Lanes(__m128i Low, __m128i High) {
+    alignas(16) uint16_t low[8], high[8];
+    _mm_store_si128(reinterpret_cast<__m128i*>(low), Low);
+    _mm_store_si128(reinterpret_cast<__m128i*>(high), High);
+    uint32_t folded = 0;
+    for (int lane = 0; lane < 8; ++lane)
+        folded ^= static_cast<uint32_t>(high[lane]) << 16 | low[lane];
+    return folded;
+}
+
+// Hashes the whole super-blocks of Text, which start at shift 1, into Hash. Done is
+// the number of units hashed. False when a super-block holds a unit that shifts to 0:
+// that block is left out, for the slow path.
+bool Hash_Super_Blocks(const Code_Unit* Text, unsigned long Count, uint32_t& Hash,
+                       unsigned long& Done) {
+    const __m128i zero = _mm_setzero_si128();
+    __m128i low = zero, high = zero;
+    bool clean = true;
+    for (Done = 0; Done + Super_Block <= Count; Done += Super_Block) {
+        __m128i block_low = zero, block_high = zero, zeros = zero;
+        for (unsigned vector = 0; vector < 23; ++vector) {
+            const __m128i units =
+                _mm_loadu_si128(reinterpret_cast<const __m128i*>(Text + Done + vector * 8));
+            const __m128i by_low =
+                _mm_load_si128(reinterpret_cast<const __m128i*>(Multipliers.Low[vector]));
+            const __m128i by_high =
+                _mm_load_si128(reinterpret_cast<const __m128i*>(Multipliers.High[vector]));
+            const __m128i part_low = _mm_mullo_epi16(units, by_low);
+            const __m128i part_high =
+                _mm_or_si128(_mm_mulhi_epu16(units, by_low), _mm_mullo_epi16(units, by_high));
+            block_low = _mm_xor_si128(block_low, part_low);
+            block_high = _mm_xor_si128(block_high, part_high);
+            zeros = _mm_or_si128(zeros, _mm_cmpeq_epi16(_mm_or_si128(part_low, part_high), zero));
+        }
+        if (_mm_movemask_epi8(zeros)) {
+            clean = false;
+            break;
+        }
+        low = _mm_xor_si128(low, block_low);
+        high = _mm_xor_si128(high, block_high);
+    }
+    Hash ^= Fold_Lanes(low, high);
+    return clean;
+}
+
+#endif
+
+// The running value starts as Start; unit k is shifted by 5, 6, ... 23, then 1 ... 23
+// again, in 32 bits; a shifted unit of 0 ends the hash.
 long Hash_Units(const Code_Unit* Text, unsigned long Count, uint32_t Start) {
     uint32_t hash = Start;
-    unsigned shift = 5;
-    for (unsigned long i = 0; i < Count; ++i) {
-        uint32_t shifted = static_cast<uint32_t>(Text[i]) << shift;
-        if (shifted == 0) break;
-        hash ^= shifted;
-        shift = shift == 23 ? 1 : shift + 1;
+    // The first 19 units (shifts 5 to 23), then blocks of 23 (shifts 1 to 23).
+    constexpr unsigned long Head = 19;
+    constexpr unsigned long Period = 23;
+    if (Count < Head) {
+        Hash_Slowly(Text, Count, 5, hash);
+        return static_cast<int32_t>(hash);
     }
+    if (!Hash_Block<5>(Text, hash, std::make_index_sequence<Head>())) {
+        Hash_Slowly(Text, Head, 5, hash);
+        return static_cast<int32_t>(hash);
+    }
+    unsigned long at = Head;
+#if defined(__SSE2__)
+    unsigned long done = 0;
+    if (!Hash_Super_Blocks(Text + at, Count - at, hash, done)) {
+        Hash_Slowly(Text + at + done, Super_Block, 1, hash);
+        return static_cast<int32_t>(hash);
+    }
+    at += done;
+#endif
+    for (; at + Period <= Count; at += Period) {
+        if (!Hash_Block<1>(Text + at, hash, std::make_index_sequence<Period>())) {
+            Hash_Slowly(Text + at, Period, 1, hash);
+            return static_cast<int32_t>(hash);
+        }
+    }
+    Hash_Slowly(Text + at, Count - at, 1, hash);
     return static_cast<int32_t>(hash);
 }
 

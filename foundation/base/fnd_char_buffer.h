@@ -65,7 +65,23 @@ public:
     void Set_Size(const long N);
 
     // Changing. The source may lie inside this buffer.
-    void Append_Data(const Code_Unit* Text, const long Count);
+    void Append_Data(const Code_Unit* Text, const long Count) {
+        // Inline when the storage suffices: the usual case after Ensure_Storage.
+        if (Text && Count > 0 && Size + static_cast<unsigned long>(Count) <= Allocated) {
+            const unsigned long count = static_cast<unsigned long>(Count);
+            Code_Unit* end = Data + Size;
+            // The text may come from this buffer; it overlaps the target only if it
+            // reaches into the units behind the size.
+            if (Text + count <= end || Text >= end + count)
+                __builtin_memcpy(end, Text, count * sizeof(Code_Unit));
+            else
+                __builtin_memmove(end, Text, count * sizeof(Code_Unit));
+            Size += count;
+            Data[Size] = 0;
+            return;
+        }
+        Append_Growing(Text, Count);
+    }
     void Insert_Data(const Code_Unit* Text, const long Count, const long At);
     void Append(const Code_Unit* Text);
     void Insert(const Code_Unit* Text, const long At);
@@ -113,6 +129,7 @@ private:
     Code_Unit* Data;
     Fnd_Deallocator Deallocator;
 
+    void Append_Growing(const Code_Unit* Text, const long Count);
     void Release_Storage();
     void Take(Code_Unit* Text, unsigned long Capacity, unsigned long Count,
               Fnd_Deallocator Release);

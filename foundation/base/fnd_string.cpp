@@ -194,13 +194,6 @@ void Fnd_String::Append(const Code_Unit* Text) {
 
 void Fnd_String::Append(const Fnd_Char Unit) { Append_Data(&Unit.Unit, 1); }
 
-void Fnd_String::Append_Data(const Code_Unit* Text, const long Count) {
-    if (!Text || Count <= 0) return;
-    if (Length != Buffer.Get_Size()) Expunge();
-    Buffer.Append_Data(Text, Count);
-    Length += Count;
-}
-
 Fnd_String& Fnd_String::operator+=(unsigned short Unit) {
     Append(Fnd_Char(Unit));
     return *this;

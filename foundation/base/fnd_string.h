@@ -128,7 +128,11 @@ public:
     void Append(const Fnd_String& Text);
     void Append(const Code_Unit* Text);
     void Append(const Fnd_Char Unit);
-    void Append_Data(const Code_Unit* Text, const long Count);
+    void Append_Data(const Code_Unit* Text, const long Count) {
+        if (Length != Buffer.Get_Size()) Expunge();  // drop a stale tail first
+        Buffer.Append_Data(Text, Count);
+        Length = Buffer.Get_Size();
+    }
     Fnd_String& operator+=(unsigned short Unit);
     Fnd_String& operator+=(const Fnd_String& Text);
     Fnd_String& operator+=(const Code_Unit* Text);

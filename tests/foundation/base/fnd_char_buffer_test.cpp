@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <random>
 #include <string>
 
 #include "foundation/base/fnd_message.h"
@@ -243,6 +244,30 @@ TEST(FndCharBuffer, HashEndsAtAUnitThatShiftsToZero) {
     Fnd_Char_Buffer negative((eleven + u'\x8000').c_str());
     EXPECT_LT(negative.Hash(), 0);
     EXPECT_EQ(negative.Hash(), Reference_Hash(eleven + u'\x8000'));
+}
+
+TEST(FndCharBuffer, HashAgreesWithTheRuleOnLongAndEndingTexts) {
+    // Lengths around the blocks the hash works in (19 units, then 23 and 184), units
+    // with high bits set, and units that shift to 0 at various places.
+    std::mt19937 random(12345);
+    const char16_t pool[] = {u'a', u'Z', u'\x00FF', u'\x0100', u'\xFFFF', u'\xD800', u'\x1234',
+                             u'\x7FFF', u'\x00C1', u'\xFEDC'};
+    for (int round = 0; round < 400; ++round) {
+        const size_t length = random() % 1200;
+        std::u16string text(length, u'x');
+        for (char16_t& unit : text) unit = pool[random() % (sizeof(pool) / sizeof(pool[0]))];
+        // Half of the texts get a unit that shifts to 0 when its shift is 17 or more.
+        if (length > 0 && round % 2) text[random() % length] = u'\x8000';
+        Fnd_Char_Buffer buffer(text.data(), static_cast<long>(text.size()));
+        ASSERT_EQ(buffer.Hash(), Reference_Hash(text)) << "length " << length;
+        if (length > 10) {
+            long first = static_cast<long>(random() % length);
+            long last = first + static_cast<long>(random() % (length - first));
+            ASSERT_EQ(buffer.Hash(first, last),
+                      Reference_Hash(text.substr(static_cast<size_t>(first),
+                                                 static_cast<size_t>(last - first + 1))));
+        }
+    }
 }
 
 TEST(FndCharBuffer, HashOfARangeEqualsHashOfItsUnits) {

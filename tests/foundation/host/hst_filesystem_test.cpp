@@ -1,0 +1,169 @@
+// Reading and writing descriptors: counts, end of file, failures in the condition, and
+// the retry rule on interrupted and non-blocking calls.
+#include "foundation/host/hst_filesystem.h"
+
+#include <gtest/gtest.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <thread>
+
+#include "foundation/base/fnd_condition.h"
+#include "foundation/host/hst_errors.h"
+#include "tests/foundation/base/message_test_support.h"
+
+using namespace message_test;
+
+namespace {
+
+struct Pipe {
+    Pipe() { EXPECT_EQ(pipe(Ends), 0); }
+    ~Pipe() {
+        Close_Read();
+        Close_Write();
+    }
+    void Close_Read() {
+        if (Ends[0] >= 0) close(Ends[0]);
+        Ends[0] = -1;
+    }
+    void Close_Write() {
+        if (Ends[1] >= 0) close(Ends[1]);
+        Ends[1] = -1;
+    }
+    int Read_End() const { return Ends[0]; }
+    int Write_End() const { return Ends[1]; }
+    int Ends[2] = {-1, -1};
+};
+
+const Hst_Sys_Call_Error* Sys_Call_Error(const Fnd_Condition& Condition) {
+    return Hst_Sys_Call_Error::Convert(Condition.Get_Error());
+}
+
+std::atomic<int> Interruptions{0};
+void Count_Interruption(int) { ++Interruptions; }
+
+}  // namespace
+
+TEST(Hst_Filesystem_Read_Write, BytesGoThroughAPipeAndEndOfFileIsACountOfZero) {
+    Pipe pipe;
+    Fnd_Condition condition(Hst_Sys_Call_Error(1, 2));
+    EXPECT_EQ(Hst_Filesystem::Write(pipe.Write_End(), "hello", 5, condition), 5);
+    EXPECT_FALSE(condition.Failed());
+
+    char buffer[16] = {};
+    condition.Set_Error(Hst_Sys_Call_Error(1, 2), 1);
+    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read_End(), buffer, 3, condition), 3);
+    EXPECT_FALSE(condition.Failed());
+    EXPECT_EQ(std::string(buffer, 3), "hel");
+    // A short read is a success: only what is there comes back.
+    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read_End(), buffer, sizeof buffer, condition), 2);
+    EXPECT_EQ(std::string(buffer, 2), "lo");
+
+    EXPECT_EQ(Hst_Filesystem::Write(pipe.Write_End(), "x", 0, condition), 0);
+    EXPECT_FALSE(condition.Failed());
+
+    pipe.Close_Write();
+    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read_End(), buffer, sizeof buffer, condition), 0);
+    EXPECT_FALSE(condition.Failed());
+}
+
+TEST(Hst_Filesystem_Read_Write, WritingToAClosedPeerFailsWithBrokenPipe) {
+    // The library never lets SIGPIPE kill its host; callers that write to a pipe block it.
+    sigset_t blocked, previous;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGPIPE);
+    ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &blocked, &previous), 0);
+    Pipe pipe;
+    pipe.Close_Read();
+    Fnd_Condition condition;
+    EXPECT_EQ(Hst_Filesystem::Write(pipe.Write_End(), "data", 4, condition), -1);
+    ASSERT_TRUE(condition.Failed());
+    EXPECT_EQ(Hst_Sys_Call_Error::Is_Errno(condition, EPIPE), 1);
+    ASSERT_NE(Sys_Call_Error(condition), nullptr);
+    EXPECT_EQ(Sys_Call_Error(condition)->Text_Number(), 143);
+    EXPECT_EQ(Sys_Call_Error(condition)->Num, 4);
+
+    Pin_Language();
+    Use_Catalogs(Shipped_Catalogs());
+    EXPECT_EQ(Narrow(condition.Image(Fnd_Detail_Normal, 0, 1, 1, 1,
+                                     Fnd_Message::Default_Message_Separator())),
+              "writing 4 bytes failed: Broken pipe");
+    // Drop the pending signal before unblocking it.
+    const timespec no_wait = {0, 0};
+    sigtimedwait(&blocked, nullptr, &no_wait);
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+}
+
+TEST(Hst_Filesystem_Read_Write, FailuresCarryTheCallNumberTheLengthAndErrno) {
+    Fnd_Condition condition;
+    char buffer[8];
+    EXPECT_EQ(Hst_Filesystem::Read(-1, buffer, 8, condition), -1);
+    ASSERT_NE(Sys_Call_Error(condition), nullptr);
+    EXPECT_EQ(Sys_Call_Error(condition)->Text_Number(), 141);
+    EXPECT_EQ(Sys_Call_Error(condition)->Errno, EBADF);
+    EXPECT_EQ(Sys_Call_Error(condition)->Num, 8);
+
+    Pipe pipe;
+    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read_End(), buffer, -1, condition), -1);
+    EXPECT_EQ(Hst_Sys_Call_Error::Is_Errno(condition, EINVAL), 1);
+    EXPECT_EQ(Hst_Filesystem::Write(pipe.Write_End(), buffer, -5, condition), -1);
+    EXPECT_EQ(Hst_Sys_Call_Error::Is_Errno(condition, EINVAL), 1);
+    EXPECT_EQ(Sys_Call_Error(condition)->Text_Number(), 143);
+}
+
+TEST(Hst_Filesystem_Read_Write, ANonBlockingReadWaitsForDataButAWriteReportsAFullPipe) {
+    Pipe pipe;
+    ASSERT_EQ(fcntl(pipe.Read_End(), F_SETFL, O_NONBLOCK), 0);
+    ASSERT_EQ(fcntl(pipe.Write_End(), F_SETFL, O_NONBLOCK), 0);
+    std::thread writer([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_EQ(write(pipe.Write_End(), "late", 4), 4);
+    });
+    Fnd_Condition condition;
+    char buffer[8] = {};
+    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read_End(), buffer, sizeof buffer, condition), 4);
+    EXPECT_FALSE(condition.Failed());
+    EXPECT_EQ(std::string(buffer, 4), "late");
+    writer.join();
+
+    // Fill the pipe; the write that finds it full fails with EAGAIN instead of spinning.
+    char block[4096];
+    std::memset(block, 'x', sizeof block);
+    long result = 0;
+    for (int i = 0; i < 1024 && result >= 0; ++i)
+        result = Hst_Filesystem::Write(pipe.Write_End(), block, sizeof block, condition);
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(Hst_Sys_Call_Error::Is_Errno(condition, EAGAIN), 1);
+}
+
+TEST(Hst_Filesystem_Read_Write, AnInterruptedReadIsRepeated) {
+    struct sigaction action {};
+    action.sa_handler = &Count_Interruption;
+    action.sa_flags = 0;  // no SA_RESTART: the read returns EINTR
+    sigemptyset(&action.sa_mask);
+    struct sigaction previous {};
+    ASSERT_EQ(sigaction(SIGUSR1, &action, &previous), 0);
+
+    Pipe pipe;
+    const pthread_t reader = pthread_self();
+    std::thread interrupter([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        pthread_kill(reader, SIGUSR1);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_EQ(write(pipe.Write_End(), "after", 5), 5);
+    });
+    Fnd_Condition condition;
+    char buffer[8] = {};
+    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read_End(), buffer, sizeof buffer, condition), 5);
+    interrupter.join();
+    EXPECT_FALSE(condition.Failed());
+    EXPECT_EQ(std::string(buffer, 5), "after");
+    EXPECT_EQ(Interruptions.load(), 1);
+    sigaction(SIGUSR1, &previous, nullptr);
+}

@@ -1,0 +1,158 @@
+// Checked narrowing, allocation, signal helpers, switches and the small host texts.
+#include "foundation/host/hst_primitives.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+
+#include "foundation/host/hst_file_info.h"
+#include "foundation/host/hst_safe_malloc.h"
+#include "foundation/host/hst_switches.h"
+#include "tests/foundation/base/message_test_support.h"
+
+using namespace message_test;
+
+namespace {
+
+class Narrowing_Test : public ::testing::Test {
+protected:
+    void SetUp() override {
+        Pin_Language();
+        Use_Catalogs(Shipped_Catalogs());
+    }
+};
+
+void Ignore(int) {}
+
+}  // namespace
+
+// ---- Narrowing
+
+TEST_F(Narrowing_Test, ToByteKeepsValuesBelow256) {
+    EXPECT_EQ(Hst_To_Byte(0), 0);
+    EXPECT_EQ(Hst_To_Byte(255), 255);
+    EXPECT_EXIT(Hst_To_Byte(256), ::testing::KilledBySignal(SIGABRT),
+                "^\\*\\*\\* internal error: the value 256 exceeds the limit 255\n$");
+    // Taken as unsigned, a negative value is far above the limit.
+    EXPECT_EXIT(Hst_To_Byte(-1), ::testing::KilledBySignal(SIGABRT),
+                "^\\*\\*\\* internal error: the value -1 exceeds the limit 255\n$");
+}
+
+TEST_F(Narrowing_Test, ToSizeTKeepsValuesBelow2To31) {
+    EXPECT_EQ(Hst_To_Size_T(0), 0u);
+    EXPECT_EQ(Hst_To_Size_T(0x7fffffff), 0x7fffffffu);
+    EXPECT_EXIT(Hst_To_Size_T(0x80000000L), ::testing::KilledBySignal(SIGABRT),
+                "^\\*\\*\\* internal error: the value 2147483648 exceeds the limit 2147483647\n$");
+    EXPECT_EXIT(Hst_To_Size_T(-1), ::testing::KilledBySignal(SIGABRT),
+                "^\\*\\*\\* internal error: the value -1 exceeds the limit 2147483647\n$");
+}
+
+// ---- Allocation
+
+TEST(Hst_Allocation, SafeMallocOfZeroIsNoFailure) {
+    void* block = Hst_Safe_Malloc(0);
+    Hst_free(block);
+    void* some = Hst_Safe_Malloc(64);
+    ASSERT_NE(some, nullptr);
+    some = Hst_realloc(some, 128);
+    ASSERT_NE(some, nullptr);
+    Hst_free(some);
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+#define ZT_UNDER_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ZT_UNDER_ASAN 1
+#endif
+#endif
+
+TEST(Hst_Allocation, AFailedAllocationWritesOneLineAndAborts) {
+#ifdef ZT_UNDER_ASAN
+    GTEST_SKIP() << "the sanitizer's allocator reports impossible sizes itself";
+#else
+    EXPECT_EXIT(Hst_Safe_Malloc(static_cast<std::size_t>(-1) / 2),
+                ::testing::KilledBySignal(SIGABRT),
+                "^\\*\\*\\* memory allocation failed; terminating process\n$");
+#endif
+}
+
+// ---- Signals
+
+TEST(Hst_Signals, HandleWithAFullMaskAndBackToTheDefault) {
+    ASSERT_EQ(Hst_Handle_Signal(SIGUSR2, &Ignore), 0);
+    struct sigaction now {};
+    ASSERT_EQ(sigaction(SIGUSR2, nullptr, &now), 0);
+    EXPECT_EQ(now.sa_handler, &Ignore);
+    EXPECT_EQ(now.sa_flags & SA_RESTART, 0);
+    EXPECT_EQ(sigismember(&now.sa_mask, SIGTERM), 1);
+    EXPECT_EQ(sigismember(&now.sa_mask, SIGINT), 1);
+
+    ASSERT_EQ(Hst_Default_Signal(SIGUSR2), 0);
+    ASSERT_EQ(sigaction(SIGUSR2, nullptr, &now), 0);
+    EXPECT_EQ(now.sa_handler, SIG_DFL);
+    EXPECT_EQ(sigismember(&now.sa_mask, SIGTERM), 0);
+    EXPECT_EQ(Hst_Handle_Signal(SIGKILL, &Ignore), -1);
+}
+
+TEST(Hst_Host_Names, ANameThatDoesNotConvertFindsNoHost) {
+    const Code_Unit lone_surrogate[] = {u'h', 0xDC00, 0};
+    EXPECT_EQ(Hst_gethostbyname(lone_surrogate), nullptr);
+}
+
+// ---- Texts
+
+TEST(Hst_Texts, ErrnoTextsAndPermissions) {
+    EXPECT_EQ(Narrow(Hst_strerror(EPIPE)), "Broken pipe");
+    EXPECT_EQ(Narrow(Hst_Strerror(ENOENT)), "No such file or directory");
+    EXPECT_EQ(Narrow(Hst_File_Info::Permissions_Image(0)), "---------");
+    EXPECT_EQ(Narrow(Hst_File_Info::Permissions_Image(0754)), "rwxr-xr--");
+    EXPECT_EQ(Narrow(Hst_File_Info::Permissions_Image(06644)), "rwSr-Sr--");
+    EXPECT_EQ(Narrow(Hst_File_Info::Permissions_Image(06711)), "rws--s--x");
+}
+
+// ---- Switches
+
+TEST(Hst_Switches_Test, SessionSwitchNamesCarryTheProductPrefix) {
+    EXPECT_EQ(Hst_Switches::Get_Product_Prefix(), nullptr);
+    EXPECT_EQ(Narrow(Hst_Switches::Normalize_Session_Switch(u"HOME")), "ZT_HOME");
+    EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Name()), "ZT_MESSAGES");
+    Hst_Switches::Set_Product_Prefix(u"QA_");
+    EXPECT_EQ(Narrow(Hst_Switches::Normalize_Session_Switch(u"HOME")), "QA_HOME");
+    ASSERT_NE(Hst_Switches::Get_Product_Prefix(), nullptr);
+    // A name looked up before keeps its prefix.
+    EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Name()), "ZT_MESSAGES");
+    EXPECT_EQ(Narrow(Hst_Switches::Product_Home_Switch_Name()), "QA_HOME");
+}
+
+TEST(Hst_Switches_Test, ValuesAreCachedUntilClearCache) {
+    setenv("ZT_MESSAGES", "/first", 1);
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Value()), "/first");
+    setenv("ZT_MESSAGES", "/second", 1);
+    EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Value()), "/first");
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Value()), "/second");
+    unsetenv("ZT_MESSAGES");
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Value()), "");
+}
+
+TEST(Hst_Switches_Test, DefaultsOfHomeAndArchitecture) {
+    unsetenv("ZT_HOME");
+    unsetenv("ZT_ARCH");
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Product_Home_Switch_Value()), "/opt/morvane/zentrak");
+    EXPECT_EQ(getenv("ZT_HOME"), nullptr);
+    EXPECT_EQ(Narrow(Hst_Switches::Architecture_Switch_Value()), "linux_x86_64");
+    ASSERT_NE(getenv("ZT_ARCH"), nullptr);
+    EXPECT_STREQ(getenv("ZT_ARCH"), "linux_x86_64");
+    EXPECT_EQ(Hst_Switches::Is_Platform_Name(u"x86_64"), 1);
+    EXPECT_EQ(Hst_Switches::Is_Platform_Name(u"hppa"), 1);
+    // This platform's row replaces the last one of the table.
+    EXPECT_EQ(Hst_Switches::Is_Platform_Name(u"sun4"), 0);
+    EXPECT_EQ(Narrow(Fnd_String(Hst_Switches::This_Platform())), "x86_64");
+    EXPECT_EQ(Narrow(Fnd_String(Hst_Product_Dir_Table[Hst_Product_Messages_Dir])), "messages");
+}
