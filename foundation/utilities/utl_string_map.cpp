@@ -493,6 +493,11 @@ long* Utl_String_Map::get_range_address(const Code_Unit* Key) const {
     return node ? &node->range : nullptr;
 }
 
+long* Utl_String_Map::get_range_address(const Fnd_String& Key) const {
+    utl_string_map_data* node = Find_Any(Key);
+    return node ? &node->range : nullptr;
+}
+
 void Utl_String_Map::iterate(Utl_String_Map_Iterator* Iterator) const {
     Iterator->Map = this;
     Iterator->Node = nullptr;

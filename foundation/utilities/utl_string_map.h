@@ -125,8 +125,10 @@ public:
     // The string the range points to; empty for a null range.
     static void get_data(const utl_string_map_data* Node, Fnd_String& Domain,
                          Fnd_String& Range);
-    // The address of the key's range word; null when absent.
+    // The address of the key's range word; null when absent. The string form also
+    // finds keys with embedded 0 units.
     long* get_range_address(const Code_Unit* Key) const;
+    long* get_range_address(const Fnd_String& Key) const;
     // Stores a new range in a node by the replacement rule (replacer, else deleter).
     void replace_range(utl_string_map_data* Node, long New_Range);
 
