@@ -157,3 +157,9 @@ const Code_Unit* _tctime(const time_t* Time);
 // format does not convert or the result does not fit.
 size_t _tcsftime(Code_Unit* Buffer, size_t Size, const Code_Unit* Format,
                  const struct tm* Time);
+
+// ---- Debug output
+
+// Reports Text under the label "ODS" when diagnostic 2 is on; otherwise nothing.
+void OutputDebugString(const Code_Unit* Text);
+void OutputDebugString(const Fnd_String& Text);

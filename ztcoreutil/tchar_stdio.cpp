@@ -4,12 +4,14 @@
 // which leaves the FILE* open. Input cannot do that: a fresh UFILE reads ahead and
 // the bytes it buffered are lost when it closes. So input reads bytes with getc and
 // converts them one character at a time. A character outside the basic plane gives
-// two units; the second waits for the next read of the same FILE*.
+// two units; the second waits for the next read of the same FILE* at the same
+// position (a stream closed in between, whose address is reused, does not get it).
 #include <unicode/ucnv.h>
 #include <unicode/ustdio.h>
 #include <unicode/ustring.h>
 
 #include <cstdarg>
+#include <cstdio>
 #include <unordered_map>
 
 #include "ztcoreutil/adcharset.h"
@@ -18,9 +20,15 @@
 
 namespace {
 
-// The second unit of a surrogate pair, by stream.
-std::unordered_map<FILE*, Code_Unit>& Pending_Units() {
-    static auto* pending = new std::unordered_map<FILE*, Code_Unit>();
+// The second unit of a surrogate pair, by stream, with the stream's position behind
+// the pair (-1 for a stream without positions).
+struct Pending_Unit {
+    Code_Unit Unit;
+    long Position;
+};
+
+std::unordered_map<FILE*, Pending_Unit>& Pending_Units() {
+    static auto* pending = new std::unordered_map<FILE*, Pending_Unit>();
     return *pending;
 }
 
@@ -64,14 +72,14 @@ unsigned int _gettc(FILE* File) {
     auto& pending = Pending_Units();
     auto found = pending.find(File);
     if (found != pending.end()) {
-        Code_Unit unit = found->second;
+        const Pending_Unit waiting = found->second;
         pending.erase(found);
-        return unit;
+        if (waiting.Position == std::ftell(File)) return waiting.Unit;
     }
     Code_Unit units[2];
     int count = Read_Character(File, units);
     if (count == 0) return TCHAR_EOF;
-    if (count == 2) pending[File] = units[1];
+    if (count == 2) pending[File] = Pending_Unit{units[1], std::ftell(File)};
     return units[0];
 }
 

@@ -71,7 +71,8 @@ public:
     void Set_Error(Fnd_Message* Message, const long Force);
     // Puts a new error on top. With Force 0 a successful condition stays successful.
     // On a condition without an error, or with a generic one, the new message simply
-    // takes its place.
+    // takes its place. Above a specific error the old content becomes the subordinate
+    // of the new one; until conditions hold subordinates that case is an assertion.
     void Push_Error(const Fnd_Message& Message, const long Force);
     void Push_Error(Fnd_Message* Message, const long Force);
 

@@ -1,6 +1,5 @@
 #include "foundation/host/hst_switches.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "foundation/base/fnd_string.h"

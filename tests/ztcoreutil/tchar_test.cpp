@@ -271,6 +271,17 @@ TEST_F(Tchar, SurrogatePairsReadUnitByUnit) {
     fclose(in);
 }
 
+// ---- Debug output
+
+TEST_F(Tchar, DebugOutputIsSilentWhileItsDiagnosticIsOff) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    OutputDebugString(u"not shown");
+    OutputDebugString(Fnd_String(u"not shown"));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
 // ---- Time
 
 TEST_F(Tchar, TimeTexts) {

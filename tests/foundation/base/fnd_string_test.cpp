@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "foundation/base/fnd_string_iterator.h"
+#include "tests/foundation/base/message_test_support.h"
 
 #include "foundation/base/fnd_message.h"
 #include "foundation/host/hst_switches.h"
@@ -75,7 +76,10 @@ TEST_F(FndString, AssignmentReusesCapacityAndCopiesDeeply) {
     EXPECT_EQ(Text(source), u"xyz");
     target = static_cast<const Code_Unit*>(nullptr);
     EXPECT_TRUE(target.Is_Empty());
-    target = target;  // self-assignment keeps the text
+    Fnd_String self(u"self");
+    Fnd_String& alias = self;
+    self = alias;  // self-assignment keeps the text
+    EXPECT_EQ(Text(self), u"self");
     Fnd_String moved(std::move(source));
     EXPECT_EQ(Text(moved), u"xyz");
     EXPECT_TRUE(source.Is_Empty());  // NOLINT(bugprone-use-after-move): moved-from is empty
@@ -385,6 +389,21 @@ TEST_F(FndString, FormatUsesTheSixteenBitConventionAndFullLongs) {
     EXPECT_EQ(Text(text), u"9223372036854775807|4000000000|ABCDEF012|bytes|\u00E9|b");
     text.Format(text.Data());  // a format out of the string itself
     EXPECT_EQ(Text(text), u"9223372036854775807|4000000000|ABCDEF012|bytes|\u00E9|b");
+}
+
+TEST_F(FndString, FormatAndLoadStringFromTheCatalog) {
+    message_test::Catalog_Directory catalogs;
+    catalogs.Add("Zentrak_core", "root", "\"42\" { \"Hello %s, %d\" }");
+    catalogs.Use();
+    Fnd_String text;
+    EXPECT_EQ(text.LoadString(42), 1);
+    EXPECT_EQ(Text(text), u"Hello %s, %d");
+    text.Format(42u, u"you", 3);
+    EXPECT_EQ(Text(text), u"Hello you, 3");
+    EXPECT_EQ(text.LoadString(43), 0);
+    EXPECT_TRUE(text.Is_Empty());
+    text.Format(43u, u"unused");
+    EXPECT_EQ(Text(text), u"CString::Format(43) LoadString failed");
 }
 
 TEST_F(FndStringDeath, FormatGivesUpAboveAMillionUnits) {
