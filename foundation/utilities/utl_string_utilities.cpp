@@ -9,7 +9,9 @@
 #include "foundation/utilities/utl_errors.h"
 #include "foundation/utilities/utl_long_array.h"
 #include "foundation/utilities/utl_name_matcher.h"
+#include "foundation/textio/tio_streams.h"
 #include "foundation/utilities/utl_string_array.h"
+#include "foundation/utilities/utl_string_map.h"
 
 namespace {
 
@@ -62,6 +64,13 @@ long Read_Number(const Fnd_String& In, long& Pos, long& Consumed) {
     Consumed = end.Position - Pos;
     Pos = end.Position;
     return value;
+}
+
+// Tio_Out, or the console's output side.
+Tio_Text_Output_Base& Listing_Stream(long To_Console) {
+    static Tio_Text_Cout* const console = new Tio_Text_Cout;
+    if (To_Console) return *console;
+    return Tio_Out;
 }
 
 std::vector<Utl_String_Utilities::Setenv_Callback>& Setenv_Callbacks() {
@@ -408,6 +417,61 @@ void Utl_String_Utilities::Find_Matches(const Fnd_String& Pattern, Utl_Long_Arra
         if (Filter && !percent && Filter(i)) continue;
         if (matcher.Match(Fnd_String(Names[i]))) Matches.Add(i);
     }
+}
+
+long Utl_String_Utilities::Check_Wild(long& Index, const Fnd_String& Pattern, long Last,
+                                      const Code_Unit* const* Names, long To_Console,
+                                      Index_Filter Filter, const Code_Unit* Kind_Name,
+                                      long Need_Wild, long Match_Kind, const Code_Unit* Header,
+                                      long No_List) {
+    Utl_Long_Array matches(10);
+    Find_Matches(Pattern, matches, Last, Names, Filter, Need_Wild, Match_Kind);
+    if (matches.Get_Count() == 0) return 0;
+    if (matches.Get_Count() == 1) {
+        Index = matches[0];
+        return 1;
+    }
+    if (No_List) return 2;
+    Utl_String_Array names(matches.Get_Count(), 0);
+    for (long i = 0; i < matches.Get_Count(); ++i) names.Add(Names[matches[i]]);
+    names.Sort();
+    Fnd_String title;
+    if (Header) {
+        title = Header;
+    } else if (Kind_Name) {
+        title = u"matching ";
+        title.Append(Kind_Name);
+        title.Append(u"s:");
+    } else {
+        title = u"values:";
+    }
+    Tio_Text_Output_Base& out = Listing_Stream(To_Console);
+    if (!To_Console) out.New_Line(1);
+    out.Put_Line(title);
+    Output_Table(names, To_Console, 3);
+    if (!To_Console) out.New_Line(1);
+    return 2;
+}
+
+void Utl_String_Utilities::Output_Table(const Utl_String_Array& Names, long To_Console,
+                                        long Columns) {
+    Fnd_String table;
+    Names.Table_Image(table, Columns, u"  ");
+    Tio_Text_Output_Base& out = Listing_Stream(To_Console);
+    long start = 0;
+    for (long i = 0; i < table.Get_Length(); ++i) {
+        if (table.Data()[i] != u'\n') continue;
+        out.Put_Line(table.Get(start, i - start));
+        start = i + 1;
+    }
+}
+
+void Utl_String_Utilities::Output_Domain_Table(const Utl_String_Map& Map,
+                                               const Code_Unit* Header, long To_Console) {
+    Utl_String_Array domains(Map, 0);
+    domains.Sort();
+    if (Header) Listing_Stream(To_Console).Put_Line(Header);
+    Output_Table(domains, To_Console, 3);
 }
 
 // ---- Other operations

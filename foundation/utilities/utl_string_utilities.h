@@ -16,6 +16,7 @@
 class Fnd_Condition;
 class Utl_Long_Array;
 class Utl_String_Array;
+class Utl_String_Map;
 
 class Utl_String_Utilities {
 public:
@@ -91,6 +92,21 @@ public:
     static void Find_Matches(const Fnd_String& Pattern, Utl_Long_Array& Matches, long Last,
                              const Code_Unit* const* Names, Index_Filter Filter,
                              long Need_Wild, long Kind);
+
+    // Find_Matches, and for several matches a listing. 0: no match; 1: one, stored in
+    // Index; 2: more, which unless No_List are listed sorted in three columns under
+    // Header (or "matching <kind name>s:", or "values:"), on Tio_Out between blank
+    // lines, or on the console's output side with To_Console.
+    static long Check_Wild(long& Index, const Fnd_String& Pattern, long Last,
+                           const Code_Unit* const* Names, long To_Console, Index_Filter Filter,
+                           const Code_Unit* Kind_Name, long Need_Wild, long Match_Kind,
+                           const Code_Unit* Header, long No_List);
+    // The names as a table (Table_Image with a prefix of two blanks), row by row on
+    // Tio_Out, or on the console's output side with To_Console.
+    static void Output_Table(const Utl_String_Array& Names, long To_Console, long Columns);
+    // The map's domains, sorted, in three columns, after Header if there is one.
+    static void Output_Domain_Table(const Utl_String_Map& Map, const Code_Unit* Header,
+                                    long To_Console);
 
     // ---- Other operations
     // "a.b.c.d" as base-256 digits, the first most significant.

@@ -439,3 +439,27 @@ TEST(StringUtilitiesTest, WrappingAndOptions) {
     EXPECT_EQ(argc, 1);
     EXPECT_EQ(argv[1], nullptr);
 }
+
+TEST(StringUtilitiesTest, SeveralMatchesAreListedInATable) {
+    const Code_Unit* names[] = {u"bind", u"unbind", u"built", nullptr};
+    long index = -1;
+    EXPECT_EQ(Utl_String_Utilities::Check_Wild(index, u"unbind", 2, names, 0, nullptr,
+                                               u"operation", 0, 0, nullptr, 0),
+              1);
+    EXPECT_EQ(index, 1);
+    EXPECT_EQ(Utl_String_Utilities::Check_Wild(index, u"x*", 2, names, 0, nullptr, nullptr, 1, 0,
+                                               nullptr, 0),
+              0);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(Utl_String_Utilities::Check_Wild(index, u"b*", 2, names, 0, nullptr,
+                                               u"operation", 1, 0, nullptr, 0),
+              2);
+    EXPECT_EQ(Utl_String_Utilities::Check_Wild(index, u"*bind", 2, names, 0, nullptr, nullptr, 1,
+                                               0, nullptr, 1),
+              2) << "no listing";
+    Utl_String_Map map(Utl_Range_Long, 7, 0, Utl_Case_Unchanged, nullptr);
+    for (const char16_t* key : {u"d", u"a", u"c", u"b"}) map.Bind(key, 1);
+    Utl_String_Utilities::Output_Domain_Table(map, u"keys:", 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "\nmatching operations:\n  bind built \n\nkeys:\n  a c \n  b d \n");
+}
