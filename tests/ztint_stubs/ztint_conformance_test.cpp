@@ -4,9 +4,9 @@
 // call and by position, and calls the exported function through its generated invoker.
 // The peer decodes the call by the table's in list and answers with a result of the row's
 // type. The test then checks what reached the wire (opcode, parameter count, every tag and
-// value), what the caller got back, and, in a second call that the peer refuses, that the
-// result is left 0 or NULL. Object results go back to the peer through the Free of their
-// class, which must send the 12 bytes exactly as they arrived.
+// value), what the caller got back, and, in calls that the peer refuses or that find no
+// connection, that the result is left 0 or NULL. Object results go back to the peer
+// through the Free of their class, which must send the 12 bytes exactly as they arrived.
 #include <unistd.h>
 
 #include <cstring>
@@ -21,6 +21,7 @@
 #include "tests/support/ztint_test_peer.h"
 #include "ztint.h"
 #include "ztint_client/ztint_call_table.h"
+#include "ztint_client/ztint_client.h"
 #include "ztint_client/ztint_logon.h"
 #include "ztint_stub_invokers.h"
 
@@ -100,7 +101,8 @@ std::string Image(const ZTInt_Test_Value& value)
 
 bool Ends_With(const std::string& text, const std::string& end)
 {
-    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
 // The peer's side: answers every call with the generated result of its row (or the nil
@@ -326,6 +328,7 @@ TEST_F(StubConformance, EveryStubSendsItsRowAndDecodesItsResult)
     int wire_calls = 0;
     int local_calls = 0;
     int refusals = 0;
+    int unsent = 0;
     int nil_handles = 0;
     for (int i = 0; i < ZTInt_Stub_Invokers_Size; ++i) {
         const ZTInt_stub_invoker& invoker = ZTInt_Stub_Invokers[i];
@@ -372,6 +375,22 @@ TEST_F(StubConformance, EveryStubSendsItsRowAndDecodesItsResult)
             }
             ++refusals;
         }
+        {  // No usable connection: nothing is sent, and the same holds.
+            Arguments args(*entry, result_type);
+            ZTInt_Connection* connection = ZTInt_client_Connection_Record();
+            connection->State = ZTInt_Connection_State_Error;
+            const size_t before = server.Count();
+            EXPECT_EQ(invoker.Invoke(args.Block), -1) << name;
+            connection->State = ZTInt_Connection_State_Ready;
+            EXPECT_EQ(server.Count(), before) << name;
+            if (result_type != 0) {
+                EXPECT_TRUE(args.result.Is_Nil(result_type)) << name;
+            }
+            if (frees) {
+                EXPECT_EQ(args.Handles[0]->Owner_Pid, kOwnerPid) << name;
+            }
+            ++unsent;
+        }
         if (ZTInt_rpc_type_Is_Object(result_type)) {  // The nil handle with status 0.
             Arguments args(*entry, result_type);
             server.Answer_Nil(true);
@@ -382,8 +401,9 @@ TEST_F(StubConformance, EveryStubSendsItsRowAndDecodesItsResult)
         }
     }
     std::printf("%d stubs called on the wire (%d results decoded, %d handles sent back), "
-                "%d refused calls, %d nil handles, %d local GetObject calls\n",
-                wire_calls, results_decoded, handles_returned, refusals, nil_handles,
+                "%d refused calls, %d calls without a connection, %d nil handles, "
+                "%d local GetObject calls\n",
+                wire_calls, results_decoded, handles_returned, refusals, unsent, nil_handles,
                 local_calls);
     EXPECT_EQ(wire_calls, 829 + 2 * 52);  // every row, Free and Duplicate of every class
     EXPECT_EQ(local_calls, 52);
