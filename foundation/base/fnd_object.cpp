@@ -1,46 +1,12 @@
 #include "foundation/base/fnd_object.h"
 
-#include <unistd.h>
-
-#include <cstdlib>
-#include <string>
+#include "foundation/base/fnd_assert.h"
+#include "foundation/base/fnd_base_errors.h"
+#include "foundation/base/fnd_string.h"
+#include "foundation/base/fnd_type_errors.h"
+#include "foundation/textio/tio_streams.h"
 
 namespace {
-
-// Failure reporting of the object model. Programming errors end the process; the
-// other failures are written as one line to the log. Every such path of this unit
-// goes through the functions of this block.
-
-std::string Type_Name(const Code_Unit* Type) {
-    std::string name;
-    for (; Type && *Type; ++Type) name += *Type < 0x80 ? static_cast<char>(*Type) : '?';
-    return name;
-}
-
-void Write_Line(const std::string& Text) {
-    std::string line = Text + "\n";
-    const char* p = line.data();
-    size_t left = line.size();
-    while (left > 0) {
-        ssize_t n = ::write(2, p, left);
-        if (n <= 0) return;
-        p += n;
-        left -= static_cast<size_t>(n);
-    }
-}
-
-[[noreturn]] void Fail(const std::string& Text) {
-    Write_Line("*** " + Text);
-    std::abort();
-}
-
-void Log(const std::string& Text) { Write_Line(Text); }
-
-std::string Type_Error_Text(const Code_Unit* Checker, const Code_Unit* Legal,
-                            const Code_Unit* Illegal) {
-    return "type error: checker " + Type_Name(Checker) + ", legal " + Type_Name(Legal) +
-           ", illegal " + Type_Name(Illegal);
-}
 
 constexpr Code_Unit Object_Name[] = u"Fnd_Object";
 constexpr Code_Unit Null_Name[] = u"";
@@ -62,7 +28,8 @@ constexpr Code_Unit Fnd_Boolean_Name[] = u"Fnd_Boolean";
 namespace fnd_object_detail {
 
 void Clone_Failed(const Code_Unit* Type) {
-    Fail("clone error: class " + Type_Name(Type));
+    Fnd_Assert(0, Fnd_Clone_Error(Type), Fnd_String::Null);
+    __builtin_unreachable();
 }
 
 }  // namespace fnd_object_detail
@@ -79,7 +46,7 @@ Fnd_Object* Fnd_Object::Clone() const { fnd_object_detail::Clone_Failed(Object_T
 
 long Fnd_Object::Is_Equal(const Fnd_Object& Other) const {
     if (Object_Type() != Other.Object_Type())
-        Fail("assertion 207: Is_Equal of differing types, class " + Type_Name(Object_Type()));
+        Fnd_Assert(0, Fnd_Assertion_Message(207, Object_Type()), Fnd_String::Null);
     return 1;
 }
 
@@ -88,7 +55,8 @@ long Fnd_Object::Is_Equal_Pretest(const Fnd_Object& Other) const {
 }
 
 long Fnd_Object::Hash() const {
-    Fail("assertion 208: Hash without a rule, class " + Type_Name(Object_Type()));
+    Fnd_Assert(0, Fnd_Assertion_Message(208, Object_Type()), Fnd_String::Null);
+    __builtin_unreachable();
 }
 
 void Fnd_Object::Do_Convert(void*& Result, const Code_Unit* Type,
@@ -163,8 +131,9 @@ long Fnd_Type_Checker::Type_Check(const Code_Unit* Actual, const Code_Unit* Othe
 }
 
 long Fnd_Type_Checker::Type_Error(const Code_Unit* Actual) const {
-    if (Fatal) Fail(Type_Error_Text(Object_Type(), Type, Actual));
-    if (Report) Log(Type_Error_Text(Object_Type(), Type, Actual));
+    const Fnd_Type_Error error(Object_Type(), Type, Actual);
+    Fnd_Assert(!Fatal, error, Fnd_String::Null);
+    if (Report) Tio_Log.Put_Message(error, Tio_Log.Policy().Detail());
     return 0;
 }
 
@@ -178,6 +147,10 @@ long Fnd_Is_Checker::Type_Check(const Fnd_Object* Object) const {
 // ---- Fnd_Counted_Pointee
 
 Fnd_Counted_Pointee::~Fnd_Counted_Pointee() {
+    // Dying while pointers still refer to it is reported; the process goes on.
     if (Reference_Count > 0)
-        Log("class Fnd_Counted_Pointee; pos " + std::to_string(Reference_Count));
+        Tio_Log.Put_Message(
+            Fnd_Abstract_Type_Error(Fnd_Abstract_Type_Error_Texts::Kor_Referenced_Pointee,
+                                    u"Fnd_Counted_Pointee", Fnd_String::Null, Reference_Count),
+            Tio_Log.Policy().Detail());
 }
