@@ -5,6 +5,7 @@
 #include "foundation/base/fnd_semaphore.h"
 #include "foundation/utilities/utl_long_array.h"
 #include "foundation/utilities/utl_tracing_utilities.h"
+#include "foundation/utilities/utl_chain_walk.h"
 
 namespace {
 
@@ -319,25 +320,14 @@ long Utl_Pointer_Map::Get_Range(long Key, long& Out) const {
 }
 
 utl_pointer_map_data* Utl_Pointer_Map::first() const {
-    if (Count == 0) return nullptr;
-    for (long bucket = 0; bucket < Size; ++bucket)
-        if (Table[bucket]) return Table[bucket];
-    return nullptr;
+    long bucket = 0;
+    return Count == 0 ? nullptr : Utl_Chain_Head(Table, Size, bucket);
 }
 
 void Utl_Pointer_Map::next(utl_pointer_map_data*& Node) const {
     if (!Node) return;
-    if (Node->next) {
-        Node = Node->next;
-        return;
-    }
-    for (long bucket = Bucket_Of(Node->domain) + 1; bucket < Size; ++bucket) {
-        if (Table[bucket]) {
-            Node = Table[bucket];
-            return;
-        }
-    }
-    Node = nullptr;
+    long bucket = Bucket_Of(Node->domain);
+    Node = Utl_Chain_Next(Node, Table, Size, bucket);
 }
 
 void Utl_Pointer_Map::get_data(const utl_pointer_map_data* Node, void*& Domain, void*& Range) {
@@ -540,25 +530,14 @@ bool Utl_Pointer_Set::operator==(const Utl_Pointer_Set& Other) const {
 }
 
 utl_pointer_set_data* Utl_Pointer_Set::first() const {
-    if (Count == 0) return nullptr;
-    for (long bucket = 0; bucket < Size; ++bucket)
-        if (Table[bucket]) return Table[bucket];
-    return nullptr;
+    long bucket = 0;
+    return Count == 0 ? nullptr : Utl_Chain_Head(Table, Size, bucket);
 }
 
 void Utl_Pointer_Set::next(utl_pointer_set_data*& Node) const {
     if (!Node) return;
-    if (Node->next) {
-        Node = Node->next;
-        return;
-    }
-    for (long bucket = Bucket_Of(Node->member) + 1; bucket < Size; ++bucket) {
-        if (Table[bucket]) {
-            Node = Table[bucket];
-            return;
-        }
-    }
-    Node = nullptr;
+    long bucket = Bucket_Of(Node->member);
+    Node = Utl_Chain_Next(Node, Table, Size, bucket);
 }
 
 void Utl_Pointer_Set::Image(Fnd_String& Out, const Fnd_String& Options, long Multiline,

@@ -8,6 +8,7 @@
 #include "foundation/base/fnd_semaphore.h"
 #include "foundation/base/fnd_string_library.h"
 #include "foundation/utilities/utl_name_matcher.h"
+#include "foundation/utilities/utl_chain_walk.h"
 
 namespace {
 
@@ -453,25 +454,14 @@ long Utl_String_Map::Get_Range(const Code_Unit* Domain, Fnd_String& Out) const {
 // ---- Walking
 
 utl_string_map_data* Utl_String_Map::first() const {
-    if (Count == 0) return nullptr;
-    for (long bucket = 0; bucket < Size; ++bucket)
-        if (Table[bucket]) return Table[bucket];
-    return nullptr;
+    long bucket = 0;
+    return Count == 0 ? nullptr : Utl_Chain_Head(Table, Size, bucket);
 }
 
 void Utl_String_Map::next(utl_string_map_data*& Node) const {
     if (!Node) return;
-    if (Node->next) {
-        Node = Node->next;
-        return;
-    }
-    for (long bucket = Bucket_Of(Node->domain) + 1; bucket < Size; ++bucket) {
-        if (Table[bucket]) {
-            Node = Table[bucket];
-            return;
-        }
-    }
-    Node = nullptr;
+    long bucket = Bucket_Of(Node->domain);
+    Node = Utl_Chain_Next(Node, Table, Size, bucket);
 }
 
 void Utl_String_Map::get_data(const utl_string_map_data* Node, Fnd_String& Domain, long& Range) {
@@ -500,30 +490,13 @@ long* Utl_String_Map::get_range_address(const Fnd_String& Key) const {
 
 void Utl_String_Map::iterate(Utl_String_Map_Iterator* Iterator) const {
     Iterator->Map = this;
-    Iterator->Node = nullptr;
     Iterator->Bucket = 0;
-    if (Count == 0) return;
-    for (; Iterator->Bucket < Size; ++Iterator->Bucket) {
-        if (Table[Iterator->Bucket]) {
-            Iterator->Node = Table[Iterator->Bucket];
-            return;
-        }
-    }
+    Iterator->Node = Count == 0 ? nullptr : Utl_Chain_Head(Table, Size, Iterator->Bucket);
 }
 
 void Utl_String_Map::next(Utl_String_Map_Iterator* Iterator) const {
-    if (!Iterator->Node) return;
-    if (Iterator->Node->next) {
-        Iterator->Node = Iterator->Node->next;
-        return;
-    }
-    Iterator->Node = nullptr;
-    while (++Iterator->Bucket < Size) {
-        if (Table[Iterator->Bucket]) {
-            Iterator->Node = Table[Iterator->Bucket];
-            return;
-        }
-    }
+    if (Iterator->Node)
+        Iterator->Node = Utl_Chain_Next(Iterator->Node, Table, Size, Iterator->Bucket);
 }
 
 const Fnd_String& Utl_String_Map::get_domain(const Utl_String_Map_Iterator* Iterator) const {

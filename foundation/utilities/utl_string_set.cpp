@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "foundation/base/fnd_string_library.h"
+#include "foundation/utilities/utl_chain_walk.h"
 
 namespace {
 
@@ -206,30 +207,13 @@ const Fnd_String& Utl_String_Set::Image(long Quote, long Multiline, const Code_U
 
 void Utl_String_Set::iterate(Utl_String_Set_Iterator* Iterator) const {
     Iterator->Set = this;
-    Iterator->Node = nullptr;
     Iterator->Bucket = 0;
-    if (Count == 0) return;
-    for (; Iterator->Bucket < Size; ++Iterator->Bucket) {
-        if (Table[Iterator->Bucket]) {
-            Iterator->Node = Table[Iterator->Bucket];
-            return;
-        }
-    }
+    Iterator->Node = Count == 0 ? nullptr : Utl_Chain_Head(Table, Size, Iterator->Bucket);
 }
 
 void Utl_String_Set::next(Utl_String_Set_Iterator* Iterator) const {
-    if (!Iterator->Node) return;
-    if (Iterator->Node->next) {
-        Iterator->Node = Iterator->Node->next;
-        return;
-    }
-    Iterator->Node = nullptr;
-    while (++Iterator->Bucket < Size) {
-        if (Table[Iterator->Bucket]) {
-            Iterator->Node = Table[Iterator->Bucket];
-            return;
-        }
-    }
+    if (Iterator->Node)
+        Iterator->Node = Utl_Chain_Next(Iterator->Node, Table, Size, Iterator->Bucket);
 }
 
 Utl_String_Set_Iterator::Utl_String_Set_Iterator(const Utl_String_Set& Set) : Set(&Set) {
