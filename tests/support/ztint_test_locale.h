@@ -18,3 +18,15 @@ inline void ZTInt_Test_Pin_Locale()
     uloc_setDefault("en_US", &status);
     unsetenv("ZT_LANG");
 }
+
+#include "foundation/base/fnd_message.h"
+#include "foundation/host/hst_switches.h"
+
+// Points the catalog lookup at the catalogs this build compiled and forgets any
+// catalog opened before, so that failures print their texts.
+inline void ZTInt_Test_Use_Shipped_Catalogs()
+{
+    setenv("ZT_MESSAGES", ZTINT_BUILD_DIR "/catalogs", 1);
+    Hst_Switches::Clear_Cache();
+    Fnd_Message::Refresh_Databases();
+}

@@ -1,6 +1,8 @@
 #include "foundation/base/fnd_char_buffer.h"
 
 #include <gtest/gtest.h>
+
+#include "tests/support/ztint_test_locale.h"
 #include <unicode/uloc.h>
 
 #include <cstdint>
@@ -115,10 +117,7 @@ protected:
         UErrorCode status = U_ZERO_ERROR;
         uloc_setDefault("en_US", &status);
         unsetenv("ZT_LANG");
-        // The shipped catalogs, so that a failed assertion prints its text.
-        setenv("ZT_MESSAGES", ZTINT_BUILD_DIR "/catalogs", 1);
-        Hst_Switches::Clear_Cache();
-        Fnd_Message::Refresh_Databases();
+        ZTInt_Test_Use_Shipped_Catalogs();
     }
 };
 

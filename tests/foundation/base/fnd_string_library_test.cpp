@@ -27,10 +27,7 @@ class FndStringLibrary : public ::testing::Test {
 protected:
     void SetUp() override {
         ZTInt_Test_Pin_Locale();
-        // The shipped catalogs, so that a failed assertion prints its text.
-        setenv("ZT_MESSAGES", ZTINT_BUILD_DIR "/catalogs", 1);
-        Hst_Switches::Clear_Cache();
-        Fnd_Message::Refresh_Databases();
+        ZTInt_Test_Use_Shipped_Catalogs();
     }
 };
 using FndStringLibraryDeath = FndStringLibrary;
