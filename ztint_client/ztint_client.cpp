@@ -4,11 +4,10 @@
 #include <cstdlib>
 
 #include "foundation/base/fnd_string.h"
-#include "ztcoreutil/adcharset.h"
 #include "ztcoreutil/addiagnostic.h"
-#include "ztcoreutil/admbcsstring.h"
 #include "ztint_base/ztint_assert.h"
 #include "ztint_base/ztint_strings.h"
+#include "ztint_utils/ztint_text.h"
 
 ZTInt_Connection* The_Connection = nullptr;
 char* Client_Error = nullptr;
@@ -25,19 +24,12 @@ bool Tracing()
            AdDiagnostic::IsEnabled(kDiagnosticId, kDiagnosticLevel, 0);
 }
 
-Fnd_String Wide(const char* text)
-{
-    Fnd_String wide;
-    AdMbcsString::cvtToTchar(AdCharset::getDefaultCharset(), text, wide, AdCharset::cvt_stop);
-    return wide;
-}
-
 // One line of the frame's diagnostic: two parts joined by a blank.
 void Trace(const char* step, const char* what)
 {
     if (Tracing())
         AdDiagnostic::Report(u"ztintsvr client",
-                             AdDiagnostic::Join_With_Space(Wide(step), Wide(what)).Data());
+                             AdDiagnostic::Join_With_Space(ZTInt_Wide(step), ZTInt_Wide(what)).Data());
 }
 
 void Trace_Call(int procedure)

@@ -1,12 +1,16 @@
-// The connection record of the RPC core: the pair of descriptors that messages
-// travel on, the transfer position of the transport, and what the connection is
-// (type) and how far it has got (state).
+// Connections of the RPC core: how a client and the server find each other, and the
+// connection record that messages travel on.
 //
-// A client connection in state ready has one connected socket in both
-// descriptors of its handle. Opening a connection to a server (the pipe, the
-// listening socket and the startup call) is not part of this build yet:
-// ZTInt_Create_Connection_Un fails with a clear text unless an opener has been
-// installed with ZTInt_Set_Connection_Opener.
+// The server owns one named pipe per user, its connection point. A client makes a
+// listening Unix-domain socket of its own, writes the startup call into the pipe with
+// the socket's name, and waits for the server to connect back; from then on one
+// connected socket carries every call and its answer, and pipe and listening socket
+// are closed. If nobody reads the pipe, the client runs "<product home>/bin/ztintsvr
+// start" (at most three times) and tries again.
+//
+// A client connection in state ready has one connected socket in both descriptors of
+// its handle. Only the Unix-domain forms are built: the internet forms of the
+// connection (by host and port) have no user in the library and are left out.
 #pragma once
 
 #include <cstdint>
@@ -67,27 +71,76 @@ void ZTInt_Connection_Copy(const ZTInt_Connection* source, ZTInt_Connection* tar
 const char16_t* ZTInt_Connection_Type_Image(int32_t type);
 const char16_t* ZTInt_Connection_State_Image(int32_t state);
 
+// ---- Names, built for the effective user id. Each stores a new heap string.
+// The server's pipe: "/tmp/ZTIntSvr_" + euid + the value of ZTT_USER (if set).
+void ZTInt_Server_Connection_Name(char** name);
+// The client's socket: "/tmp/ZTIntSvr_USock_" + euid + "_" + process id.
+void ZTInt_Server_USocket_Path(char** path);
+// "<machine name>:<socket path>". 0, or -1 with *error a heap text.
+int ZTInt_Client_Connection_Name(char** name, const char* path, char** error);
+// Takes a connection name apart at its ":" separators into new heap strings.
+void ZTInt_Client_Connection_Addr(const char* name, char** host, char** path);
+
+// ---- The client's side
 // Opens a startup connection to the server; start nonzero allows starting the
 // server. Returns 0 with *name the heap name of the connection (to be sent in the
-// startup call), or -1 with *error a heap text (or NULL).
+// startup call). Returns -1 with *error a heap text on failure (state error), and -1
+// with *error untouched when start is 0 and no server runs (state started, the
+// listening socket open, no pipe).
 int ZTInt_Create_Connection_Un(ZTInt_Connection* connection, char** name, char** error, int start);
+// True if the condition says the pipe has no server behind it: ENXIO (nobody reads
+// it), ENOENT (there is none) or EACCES.
+class Fnd_Condition;
+bool Open_Error_Indicates_No_Server(const Fnd_Condition& condition);
 
-// Replaces ZTInt_Create_Connection_Un's work while this build has no way of its
-// own to reach a server: tests install an opener that leaves a startup connection
-// in place (Type startup, State started, Read_File and Listen_File a listening
-// socket, Write_File where the startup call goes). NULL removes it.
+// A test seam: an opener that replaces ZTInt_Create_Connection_Un's work, for tests
+// with a peer of their own. It leaves a startup connection in place (Type startup,
+// State started, Read_File and Listen_File a listening socket, Write_File where the
+// startup call goes). NULL removes it.
 typedef int (*ZTInt_Connection_Opener)(ZTInt_Connection* connection, char** name, char** error,
                                        int start);
 void ZTInt_Set_Connection_Opener(ZTInt_Connection_Opener opener);
 
 // Takes the server's connection on Listen_File and puts it in place of the
-// startup descriptors, which are closed. Waits at most
-// ZTInt_Accept_Timeout_Milliseconds. Returns 0, or -1 with *error a heap text.
-// On failure nothing is closed.
-constexpr int ZTInt_Accept_Timeout_Milliseconds = 60 * 1000;
+// startup descriptors, which are closed. Waits at most the accept timeout, and takes
+// the connection only from a process of the same effective user. Returns 0, or -1
+// with *error a heap text; on failure nothing of the record is closed.
 int ZTInt_Accept_Connections(ZTInt_Connection* connection, char** error);
+// The bound of that wait, 10 seconds unless set otherwise (for tests).
+int ZTInt_Accept_Timeout_Milliseconds();
+void ZTInt_Set_Accept_Timeout_Milliseconds(int milliseconds);
 
 // The startup call was answered with status 0: Type client, State ready.
 void ZTInt_Change_Startup_to_Client(ZTInt_Connection* connection);
-// Closes every descriptor of the connection once and sets the state nil.
+// Closes every descriptor of the connection once, sweeps this user's leftover
+// sockets, and sets the state nil.
 void ZTInt_Close_Connection(ZTInt_Connection* connection);
+// The same, ending in the given state.
+void Internal_Close_Connection(ZTInt_Connection* connection, ZTInt_Connection_State state);
+// Removes the sockets "/tmp/ZTIntSvr_USock_<euid>_<pid>" whose process no longer runs.
+void Unlink_USockets();
+
+// ---- The server's side
+// Makes the user's pipe (mode 0600; a leftover is replaced) and opens it for reading
+// and writing, non-blocking. 0, or -1 with *error a heap text.
+int ZTInt_Create_Connection_Point(ZTInt_Connection* point, char** error);
+// Closes the pipe and opens it again, read-only and non-blocking.
+int ZTInt_Reset_Connection_Point(ZTInt_Connection* point, char** error);
+int ZTInt_Set_Connection_Point_Blocking(ZTInt_Connection* point, int non_blocking, char** error);
+// Connects back to the client socket that name (from the startup call) gives; the
+// reply connection is non-blocking, in state ready, with the call's Pid.
+int ZTInt_Open_Reply_Connection_Un(ZTInt_Connection* point, ZTInt_Connection* reply,
+                                   const struct ZTInt_msg_struct* call, const char* name,
+                                   char** error);
+
+// ---- Server start
+// Runs "<product home>/bin/ztintsvr start" and waits for its end. A nonzero exit
+// status is the failure "exec" with that value in place of errno.
+void Internal_Start_Server(Fnd_Condition& condition);
+int ZTInt_Start_Server(char** error);
+// The child's preparation before exec: <product home>/shlib in front of
+// LD_LIBRARY_PATH, and TMPDIR as the working directory.
+void Internal_Server_Pre_Exec(void* data, Fnd_Condition& condition);
+// Changes LD_LIBRARY_PATH of this process: the product's shlib in front if
+// with_product, then each of the NULL-terminated paths appended.
+void ZTInt_Add_Library_Paths(char** paths, int with_product, char** unused);

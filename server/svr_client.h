@@ -1,0 +1,43 @@
+// Svr_Client: one connected client of the server, on its non-blocking reply socket.
+// It alternates between reading a call and writing the answer; a client that closes
+// or sends what is no message is done, and its objects go with it.
+#pragma once
+
+#include <poll.h>
+
+#include "server/svr_dispatch.h"
+#include "server/svr_transfer.h"
+#include "ztint_utils/ztint_connect.h"
+
+class Svr_Client {
+public:
+    // Takes over connection (a reply connection in state ready) and answers the
+    // startup call that made it with startup_status. A client refused (status not
+    // 0) is done once that answer is out.
+    Svr_Client(int number, const ZTInt_Connection& connection, const ZTInt_msg_struct& startup,
+               int32_t startup_status);
+    ~Svr_Client();
+    Svr_Client(const Svr_Client&) = delete;
+    Svr_Client& operator=(const Svr_Client&) = delete;
+
+    int Fd() const { return Connection.Handle.Read_File; }
+    // POLLIN while waiting for a call, POLLOUT while an answer is on its way.
+    short Events() const { return Writer.Busy() ? POLLOUT : POLLIN; }
+    // Moves the client on after poll reported its descriptor ready. False when the
+    // client is done and should be dropped.
+    bool On_Ready(Svr_Dispatcher& dispatcher);
+    // True when nothing is left to do for the client.
+    bool Done() const { return Refused && !Writer.Busy(); }
+    Svr_Client_State& State() { return Client_State; }
+
+private:
+    bool Read_Step(Svr_Dispatcher& dispatcher);
+    bool Write_Step();
+    void Send(ZTInt_msg_struct* answer);
+
+    ZTInt_Connection Connection;
+    Svr_Client_State Client_State;
+    bool Refused;
+    Svr_Reader Reader;
+    Svr_Writer Writer;
+};

@@ -1,0 +1,198 @@
+#include "server/svr_dispatch.h"
+
+#include <cstring>
+
+#include "ztint_string.h"
+
+namespace {
+
+bool Ends_With(const char* text, const char* tail)
+{
+    const std::size_t length = std::strlen(text), tail_length = std::strlen(tail);
+    return length >= tail_length && std::strcmp(text + length - tail_length, tail) == 0;
+}
+
+ZTInt_msg_struct* Error_Answer(const ZTInt_msg_struct* call)
+{
+    ZTInt_msg_struct* answer = nullptr;
+    ZTInt_msg_Encode_Error(call, &answer);
+    return answer;
+}
+
+}  // namespace
+
+Svr_Dispatcher::Svr_Dispatcher(Svr_Objects& objects, const Svr_Users& users, std::string version)
+    : Objects(objects), Users(users), Version(std::move(version))
+{
+    Add("ZTInt_Special_Shutdown_Stub", &Svr_Dispatcher::Shutdown_Call);
+    Add("ZTInt_GetError", &Svr_Dispatcher::Get_Error);
+    Add("ZTInt_SetError", &Svr_Dispatcher::Set_Error);
+    Add("ZTZentrak_Build", &Svr_Dispatcher::Build);
+    Add("ZTZentrak_Unbuild", &Svr_Dispatcher::Unbuild);
+    Add("ZTZentrak_CreateProductInfo", &Svr_Dispatcher::Create_Product_Info);
+    Add("ZTZentrak_EchoString", &Svr_Dispatcher::Echo_String);
+    Add("ZTZentrak_SessionLogon", &Svr_Dispatcher::Session_Logon);
+    Add("ZTZentrak_SessionLogoff", &Svr_Dispatcher::Session_Logoff);
+    Add("ZTProductInfo_GetProductVersion", &Svr_Dispatcher::Product_Version);
+    for (int32_t i = 0; i < ZTInt_Call_Table_Size; ++i) {
+        const ZTInt_call_entry& entry = ZTInt_Call_Table[i];
+        if (entry.Kind != ZTInt_call_Generic)
+            continue;
+        if (Ends_With(entry.Name, "_Free"))
+            Handlers[entry.Opcode] = &Svr_Dispatcher::Free_Object;
+        else if (Ends_With(entry.Name, "_Duplicate"))
+            Handlers[entry.Opcode] = &Svr_Dispatcher::Duplicate_Object;
+    }
+}
+
+void Svr_Dispatcher::Add(const char* name, Handler handler)
+{
+    const ZTInt_call_entry* entry = ZTInt_call_Find_Name(name);
+    if (entry != nullptr)
+        Handlers[entry->Opcode] = handler;
+}
+
+ZTInt_msg_struct* Svr_Dispatcher::Answer(Svr_Client_State& client, ZTInt_msg_struct* call)
+{
+    const ZTInt_call_entry* entry = ZTInt_call_Find(call->Procedure);
+    if (call->Type != ZTInt_msg_type_Call || entry == nullptr || entry->Kind == ZTInt_call_Declared)
+        return Error_Answer(call);
+    Svr_Values in(entry->Types_In, entry->In_Count);
+    char* error = nullptr;
+    const int decoded = ZTInt_msg_Decode(call, &error, entry->In_Count, entry->Types_In, in.Pointers());
+    ZTInt_String_Free(error);
+    if (decoded != entry->In_Count)
+        return Error_Answer(call);
+
+    Svr_Values out(entry->Types_Out, entry->Out_Count);
+    Svr_Request request{client, *entry, in, out};
+    out.Set_Number(0, Run(request));
+    ZTInt_msg_struct* answer = nullptr;
+    ZTInt_msg_Encode_Reply(call, &answer, &error, entry->Out_Count, entry->Types_Out,
+                           out.Pointers());
+    ZTInt_String_Free(error);
+    return answer;
+}
+
+int32_t Svr_Dispatcher::Run(Svr_Request& request)
+{
+    const auto handler = Handlers.find(request.Entry.Opcode);
+    return handler != Handlers.end() ? (this->*handler->second)(request) : Not_Supported(request);
+}
+
+int32_t Svr_Dispatcher::Fail(Svr_Request& request, const std::string& text)
+{
+    request.Client.Last_Error = text;
+    return -1;
+}
+
+const Svr_Objects::Object* Svr_Dispatcher::Object_Argument(Svr_Request& request, int index)
+{
+    const Svr_Objects::Object* object = Objects.Find(request.In.Object(index), request.Client.Number);
+    if (object == nullptr)
+        Fail(request, std::string(request.Entry.Name) + ": the handle names no object of this client");
+    return object;
+}
+
+// The out-list's second value is the new object's handle; its type is the row's.
+int32_t Svr_Dispatcher::Return_New_Object(Svr_Request& request, std::string detail)
+{
+    request.Out.Set_Object(1, Objects.Make(request.Entry.Types_Out[1], request.Client.Number,
+                                           std::move(detail)));
+    return 0;
+}
+
+int32_t Svr_Dispatcher::Not_Supported(Svr_Request& request)
+{
+    return Fail(request, std::string(request.Entry.Name) + ": not supported by this server");
+}
+
+int32_t Svr_Dispatcher::Shutdown_Call(Svr_Request&)
+{
+    Shutdown = true;
+    return 0;
+}
+
+int32_t Svr_Dispatcher::Get_Error(Svr_Request& request)
+{
+    request.Out.Set_Text(1, request.Client.Last_Error.c_str());
+    return 0;
+}
+
+int32_t Svr_Dispatcher::Set_Error(Svr_Request& request)
+{
+    request.Client.Last_Error = request.In.Text(0);
+    return 0;
+}
+
+int32_t Svr_Dispatcher::Free_Object(Svr_Request& request)
+{
+    if (Object_Argument(request, 0) == nullptr)
+        return -1;
+    Objects.Release(request.In.Object(0), request.Client.Number);
+    return 0;
+}
+
+int32_t Svr_Dispatcher::Duplicate_Object(Svr_Request& request)
+{
+    const Svr_Objects::Object* object = Object_Argument(request, 0);
+    if (object == nullptr)
+        return -1;
+    return Return_New_Object(request, object->Detail);
+}
+
+int32_t Svr_Dispatcher::Build(Svr_Request& request)
+{
+    return Return_New_Object(request, "");
+}
+
+int32_t Svr_Dispatcher::Unbuild(Svr_Request& request)
+{
+    return Free_Object(request);
+}
+
+int32_t Svr_Dispatcher::Create_Product_Info(Svr_Request& request)
+{
+    if (Object_Argument(request, 0) == nullptr)
+        return -1;
+    return Return_New_Object(request, Version);
+}
+
+int32_t Svr_Dispatcher::Echo_String(Svr_Request& request)
+{
+    if (Object_Argument(request, 0) == nullptr)
+        return -1;
+    request.Out.Set_Text(1, request.In.Text(1));
+    return 0;
+}
+
+// In-values: the entry object, client id, user, password, database, set, flags.
+int32_t Svr_Dispatcher::Session_Logon(Svr_Request& request)
+{
+    if (Object_Argument(request, 0) == nullptr)
+        return -1;
+    const std::string user = request.In.Text(2);
+    const std::string refusal =
+        Users.Check(user, request.In.Text(3), request.In.Text(4), request.In.Text(5));
+    if (!refusal.empty())
+        return Fail(request, refusal);
+    return Return_New_Object(request, user + "@" + request.In.Text(4));
+}
+
+// In-values: the entry object, the session, flags.
+int32_t Svr_Dispatcher::Session_Logoff(Svr_Request& request)
+{
+    if (Object_Argument(request, 0) == nullptr || Object_Argument(request, 1) == nullptr)
+        return -1;
+    Objects.Release(request.In.Object(1), request.Client.Number);
+    return 0;
+}
+
+int32_t Svr_Dispatcher::Product_Version(Svr_Request& request)
+{
+    const Svr_Objects::Object* info = Object_Argument(request, 0);
+    if (info == nullptr)
+        return -1;
+    request.Out.Set_Text(1, info->Detail.c_str());
+    return 0;
+}

@@ -1,0 +1,73 @@
+// Svr_Dispatcher: answers the calls of the server's clients. Every call in the table
+// of remote calls gets a well-formed Reply of its row's out-list; a call outside the
+// table, or one whose data don't decode by its row, gets an Error message. The calls
+// the server implements have handlers here; every other call is refused with status
+// -1 and the text "<exported name>: not supported by this server", which the client
+// reads with ZTInt_GetError.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+
+#include "server/svr_objects.h"
+#include "server/svr_users.h"
+#include "server/svr_values.h"
+#include "ztint_client/ztint_call_table.h"
+#include "ztint_utils/ztint_message.h"
+
+// What the server keeps of one client between its calls.
+struct Svr_Client_State {
+    int Number = 0;          // the client's number in the server
+    std::string Last_Error;  // text of the last failed call, for ZTInt_GetError
+};
+
+// One call being answered: its row, the decoded in-values and the out-values to fill.
+struct Svr_Request {
+    Svr_Client_State& Client;
+    const ZTInt_call_entry& Entry;
+    Svr_Values& In;
+    Svr_Values& Out;
+};
+
+class Svr_Dispatcher {
+public:
+    Svr_Dispatcher(Svr_Objects& objects, const Svr_Users& users, std::string version);
+
+    // The answer to call, a new message the caller frees; never NULL.
+    ZTInt_msg_struct* Answer(Svr_Client_State& client, ZTInt_msg_struct* call);
+    // True once a client has asked the server to shut down.
+    bool Shutdown_Requested() const { return Shutdown; }
+    // The client has gone: its objects go too.
+    void Client_Gone(const Svr_Client_State& client) { Objects.Release_All(client.Number); }
+
+private:
+    using Handler = int32_t (Svr_Dispatcher::*)(Svr_Request&);
+
+    void Add(const char* name, Handler handler);
+    int32_t Run(Svr_Request& request);
+    // The object of the handle at in-value index, or NULL with the failure text set.
+    const Svr_Objects::Object* Object_Argument(Svr_Request& request, int index);
+    int32_t Fail(Svr_Request& request, const std::string& text);
+    int32_t Return_New_Object(Svr_Request& request, std::string detail);
+
+    int32_t Not_Supported(Svr_Request& request);
+    int32_t Shutdown_Call(Svr_Request& request);
+    int32_t Get_Error(Svr_Request& request);
+    int32_t Set_Error(Svr_Request& request);
+    int32_t Free_Object(Svr_Request& request);
+    int32_t Duplicate_Object(Svr_Request& request);
+    int32_t Build(Svr_Request& request);
+    int32_t Unbuild(Svr_Request& request);
+    int32_t Create_Product_Info(Svr_Request& request);
+    int32_t Echo_String(Svr_Request& request);
+    int32_t Session_Logon(Svr_Request& request);
+    int32_t Session_Logoff(Svr_Request& request);
+    int32_t Product_Version(Svr_Request& request);
+
+    Svr_Objects& Objects;
+    const Svr_Users& Users;
+    std::string Version;
+    bool Shutdown = false;
+    std::unordered_map<int32_t, Handler> Handlers;
+};

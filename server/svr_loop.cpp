@@ -1,0 +1,169 @@
+#include "server/svr_loop.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "server/svr_trace.h"
+#include "ztint_base/ztint_protocol.h"
+#include "ztint_string.h"
+
+volatile int Svr_Stop_Signal = 0;
+
+namespace {
+
+constexpr int32_t kStartupProcedure = 1;
+
+void On_Stop_Signal(int number)
+{
+    Svr_Stop_Signal = number;
+}
+
+// The signals that end the server are blocked except while it waits in ppoll, so
+// that one arriving between two waits is not lost.
+sigset_t Install_Stop_Signals()
+{
+    struct sigaction action = {};
+    action.sa_handler = On_Stop_Signal;
+    sigemptyset(&action.sa_mask);
+    sigset_t blocked, previous;
+    sigemptyset(&blocked);
+    for (int number : {SIGTERM, SIGINT, SIGHUP}) {
+        sigaction(number, &action, nullptr);
+        sigaddset(&blocked, number);
+    }
+    sigprocmask(SIG_BLOCK, &blocked, &previous);
+    for (int number : {SIGTERM, SIGINT, SIGHUP})
+        sigdelset(&previous, number);
+    return previous;
+}
+
+// The connection name the startup call carries, or "" if the call is not one.
+std::string Startup_Name(ZTInt_msg_struct* call)
+{
+    if (call->Type != ZTInt_msg_type_Call || call->Procedure != kStartupProcedure)
+        return "";
+    const ZTInt_rpc_type types[] = {ZTInt_rpc_type_String};
+    char* name = nullptr;
+    void* values[] = {&name};
+    char* error = nullptr;
+    const int decoded = ZTInt_msg_Decode(call, &error, 1, types, values);
+    ZTInt_String_Free(error);
+    std::string result = decoded == 1 && name != nullptr ? name : "";
+    ZTInt_String_Free(name);
+    return result;
+}
+
+}  // namespace
+
+Svr_Loop::Svr_Loop(const ZTInt_Connection& point, Svr_Dispatcher& dispatcher,
+                   std::chrono::milliseconds idle_time, std::size_t max_clients)
+    : Point(point), Dispatcher(dispatcher), Idle_Time(idle_time), Max_Clients(max_clients),
+      Idle_Since(std::chrono::steady_clock::now())
+{
+}
+
+Svr_Loop::~Svr_Loop()
+{
+    Clients.clear();
+    ZTInt_Close_Connection(&Point);
+}
+
+std::string Svr_Loop::Run()
+{
+    static const sigset_t waiting_mask = Install_Stop_Signals();
+    for (;;) {
+        if (Dispatcher.Shutdown_Requested())
+            return "shut down by a client";
+        if (Svr_Stop_Signal != 0)
+            return "ended by signal " + std::to_string(Svr_Stop_Signal);
+        const int timeout = Idle_Timeout_Ms();
+        if (timeout == 0)
+            return "idle";
+        std::vector<pollfd> wanted;
+        wanted.reserve(Clients.size() + 1);
+        wanted.push_back({Point.Handle.Read_File, POLLIN, 0});
+        for (const auto& client : Clients)
+            wanted.push_back({client->Fd(), client->Events(), 0});
+        timespec limit = {timeout / 1000, (timeout % 1000) * 1000000L};
+        const int ready =
+            ppoll(wanted.data(), wanted.size(), timeout < 0 ? nullptr : &limit, &waiting_mask);
+        if (ready <= 0)
+            continue;  // timeout, or a signal (EINTR): the checks above decide
+        // Clients first: a client added by the point below has no entry in wanted.
+        for (std::size_t i = Clients.size(); i-- > 0;) {
+            if (wanted[i + 1].revents == 0)
+                continue;
+            if (Clients[i]->On_Ready(Dispatcher))
+                continue;
+            Dispatcher.Client_Gone(Clients[i]->State());
+            Clients.erase(Clients.begin() + static_cast<std::ptrdiff_t>(i));
+        }
+        if (wanted[0].revents != 0)
+            On_Point_Ready();
+        if (Clients.empty() && Idle_Since == std::chrono::steady_clock::time_point())
+            Idle_Since = std::chrono::steady_clock::now();
+    }
+}
+
+// -1 (no limit) while clients are connected, else what is left of the idle time.
+int Svr_Loop::Idle_Timeout_Ms() const
+{
+    if (!Clients.empty())
+        return -1;
+    const auto idle = std::chrono::steady_clock::now() - Idle_Since;
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(Idle_Time - idle);
+    return left.count() <= 0 ? 0 : static_cast<int>(std::min<long long>(left.count(), 1 << 30));
+}
+
+void Svr_Loop::On_Point_Ready()
+{
+    Svr_Step step = Point_Reader.Step(Point.Handle);
+    // A startup call is written into the pipe by one write: its data are there.
+    if (step == Svr_Step::Pending && Point_Reader.Awaiting_Data() &&
+        Svr_Ready_Now(Point.Handle.Read_File, POLLIN))
+        step = Point_Reader.Step(Point.Handle);
+    if (step == Svr_Step::Broken) {
+        Point_Reader.Reset();
+        Drain_Point();
+    } else if (step == Svr_Step::Complete) {
+        ZTInt_msg_struct* startup = Point_Reader.Take();
+        Svr_Trace::Call(startup->Pid, startup->Sequence, startup->Procedure);
+        Start_Client(startup);
+        ZTInt_msg_Free(startup);
+    }
+}
+
+void Svr_Loop::Start_Client(ZTInt_msg_struct* startup)
+{
+    const std::string name = Startup_Name(startup);
+    if (name.empty())
+        return;
+    ZTInt_Connection reply;
+    char* error = nullptr;
+    const int opened =
+        ZTInt_Open_Reply_Connection_Un(&Point, &reply, startup, name.c_str(), &error);
+    ZTInt_String_Free(error);
+    if (opened != 0)
+        return;
+    const bool refused = Clients.size() >= Max_Clients;
+    if (refused)
+        Svr_Trace::Line("refused " + std::to_string(startup->Pid));
+    auto client =
+        std::make_unique<Svr_Client>(Next_Client_Number++, reply, *startup, refused ? -1 : 0);
+    if (client->Done())
+        return;
+    Clients.push_back(std::move(client));
+    Idle_Since = std::chrono::steady_clock::time_point();
+}
+
+// What is left in the pipe after bytes that were no message can't be put back in
+// step: drop it all. A client whose startup call went with it times out waiting.
+void Svr_Loop::Drain_Point()
+{
+    char scratch[4096];
+    while (read(Point.Handle.Read_File, scratch, sizeof scratch) > 0) {
+    }
+}

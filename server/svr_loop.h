@@ -1,0 +1,48 @@
+// Svr_Loop: the server's one event loop. It polls the connection point (the user's
+// named pipe) and every client's socket, takes startup calls from the pipe and
+// connects back to each new client, and steps each client whose socket is ready.
+// It ends when a client asks for shutdown, when it has had no client for the idle
+// time, or on SIGTERM, SIGINT or SIGHUP.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "server/svr_client.h"
+#include "server/svr_dispatch.h"
+#include "server/svr_transfer.h"
+#include "ztint_utils/ztint_connect.h"
+
+class Svr_Loop {
+public:
+    // point is an open connection point; the loop owns it from now on.
+    // Beyond max_clients at once, a startup call is answered with status -1.
+    Svr_Loop(const ZTInt_Connection& point, Svr_Dispatcher& dispatcher,
+             std::chrono::milliseconds idle_time, std::size_t max_clients);
+    ~Svr_Loop();
+
+    // Serves until the end; returns the reason as a text for the log.
+    std::string Run();
+    std::size_t Client_Count() const { return Clients.size(); }
+
+private:
+    void Poll_Once(int timeout_ms);
+    void On_Point_Ready();
+    void Start_Client(ZTInt_msg_struct* startup);
+    void Drain_Point();
+    int Idle_Timeout_Ms() const;
+
+    ZTInt_Connection Point;
+    Svr_Dispatcher& Dispatcher;
+    std::chrono::milliseconds Idle_Time;
+    std::size_t Max_Clients;
+    std::chrono::steady_clock::time_point Idle_Since;
+    Svr_Reader Point_Reader;
+    std::vector<std::unique_ptr<Svr_Client>> Clients;
+    int Next_Client_Number = 1;
+};
+
+// Set by the signal handlers the loop installs; read between two polls.
+extern volatile int Svr_Stop_Signal;

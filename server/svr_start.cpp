@@ -1,0 +1,302 @@
+#include "server/svr_start.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include "foundation/base/fnd_string.h"
+#include "foundation/host/hst_switches.h"
+#include "server/svr_dispatch.h"
+#include "server/svr_loop.h"
+#include "server/svr_objects.h"
+#include "server/svr_trace.h"
+#include "server/svr_users.h"
+#include "ztcoreutil/adcharset.h"
+#include "ztcoreutil/admbcsstring.h"
+#include "ztint_client/ztint_special.h"
+#include "ztint_string.h"
+#include "ztint_utils/ztint_connect.h"
+
+namespace {
+
+// How long a start waits for another start's lock, and for its server to be ready.
+constexpr auto kLockWait = std::chrono::seconds(20);
+constexpr int kReadyWaitMs = 20 * 1000;
+constexpr char kReadyByte = '+';
+
+std::string Pipe_Path()
+{
+    char* name = nullptr;
+    ZTInt_Server_Connection_Name(&name);
+    std::string path = name;
+    ZTInt_String_Free(name);
+    return path;
+}
+
+std::string Product_Home()
+{
+    AdMbcsString bytes;
+    if (!bytes.cvtFromTchar(AdCharset::getDefaultCharset(), Hst_Switches::Product_Home_Switch_Value(),
+                            AdCharset::cvt_stop) || bytes.getData() == nullptr)
+        return "";
+    return bytes.getData();
+}
+
+std::string System_Text(const std::string& what)
+{
+    return "ztintsvr: " + what + ": " + std::strerror(errno);
+}
+
+// True if path is a pipe of ours that a server reads: an open for writing that
+// must not wait succeeds only when someone has it open for reading.
+bool Server_Reads(const std::string& path)
+{
+    struct stat facts;
+    if (lstat(path.c_str(), &facts) != 0 || !S_ISFIFO(facts.st_mode) || facts.st_uid != geteuid())
+        return false;
+    const int fd = open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0)
+        return false;
+    close(fd);
+    return true;
+}
+
+// An exclusive lock on a file beside the pipe, held for the life of the object.
+class Start_Lock {
+public:
+    explicit Start_Lock(const std::string& path)
+    {
+        Fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+        if (Fd < 0) {
+            Error = System_Text("cannot open the lock " + path);
+            return;
+        }
+        const auto give_up = std::chrono::steady_clock::now() + kLockWait;
+        while (flock(Fd, LOCK_EX | LOCK_NB) != 0) {
+            if ((errno != EWOULDBLOCK && errno != EINTR) ||
+                std::chrono::steady_clock::now() > give_up) {
+                Error = System_Text("cannot lock " + path);
+                return;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        Held = true;
+    }
+    ~Start_Lock()
+    {
+        if (Fd >= 0)
+            close(Fd);
+    }
+    Start_Lock(const Start_Lock&) = delete;
+    Start_Lock& operator=(const Start_Lock&) = delete;
+
+    bool Held = false;
+    int Fd = -1;
+    std::string Error;
+};
+
+// Where a server reports how its start went: the start command's pipe while
+// detached, standard error in the foreground.
+struct Report_Channel {
+    int Fd;
+    bool Foreground;
+    void Failed(const std::string& text) const
+    {
+        const std::string line = text + "\n";
+        if (write(Fd, line.data(), line.size()) < 0) {
+        }
+    }
+    void Ready() const
+    {
+        if (!Foreground && write(Fd, &kReadyByte, 1) < 0) {
+        }
+    }
+};
+
+// Removes the pipe if it is still the one fd has open.
+void Remove_Pipe(const std::string& path, int fd)
+{
+    struct stat ours, there;
+    if (fstat(fd, &ours) == 0 && lstat(path.c_str(), &there) == 0 && ours.st_dev == there.st_dev &&
+        ours.st_ino == there.st_ino)
+        unlink(path.c_str());
+}
+
+int Serve(const Svr_Options& options, const Report_Channel& report)
+{
+    Svr_Trace::Open_From_Environment();
+    Svr_Users users;
+    std::string error;
+    if (!Svr_Users::Load(options.Users_Path, users, error)) {
+        report.Failed(error);
+        return 1;
+    }
+    ZTInt_Connection point;
+    char* text = nullptr;
+    if (ZTInt_Create_Connection_Point(&point, &text) != 0) {
+        report.Failed(std::string("ztintsvr: cannot open the connection point: ") +
+                      (text != nullptr ? text : "unknown failure"));
+        ZTInt_String_Free(text);
+        return 1;
+    }
+    report.Ready();
+    Svr_Trace::Line("start " + std::to_string(getpid()));
+    const std::string pipe = Pipe_Path();
+    const int point_fd = point.Handle.Read_File;
+    Svr_Objects objects(static_cast<int32_t>(getpid()));
+    Svr_Dispatcher dispatcher(objects, users, ZTINT_VERSION);
+    Svr_Loop loop(point, dispatcher, std::chrono::seconds(options.Idle_Seconds),
+                  static_cast<std::size_t>(options.Max_Clients));
+    const std::string reason = loop.Run();
+    Svr_Trace::Line("end " + reason);
+    Remove_Pipe(pipe, point_fd);
+    if (report.Foreground)
+        std::fprintf(stderr, "ztintsvr: %s\n", reason.c_str());
+    return 0;
+}
+
+// In the server's process: a new session, no terminal, /dev/null on the standard
+// descriptors and no descriptor of whoever ran the start command except keep_fd.
+void Detach(int keep_fd)
+{
+    setsid();
+    umask(077);
+    const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (int fd = 0; fd < 3; ++fd)
+        if (null >= 0 && null != fd)
+            dup2(null, fd);
+    if (keep_fd > 3)
+        close_range(3, static_cast<unsigned>(keep_fd) - 1, 0);
+    close_range(static_cast<unsigned>(keep_fd) + 1, ~0U, 0);
+    signal(SIGPIPE, SIG_IGN);
+}
+
+// Waits for the server's first word: the ready byte, or a failure text.
+int Await_Ready(int fd)
+{
+    pollfd wanted = {fd, POLLIN, 0};
+    int ready;
+    do
+        ready = poll(&wanted, 1, kReadyWaitMs);
+    while (ready < 0 && errno == EINTR);
+    if (ready <= 0) {
+        std::fputs("ztintsvr: the server did not get ready in time\n", stderr);
+        return 1;
+    }
+    char text[1024];
+    const ssize_t count = read(fd, text, sizeof text - 1);
+    if (count == 1 && text[0] == kReadyByte)
+        return 0;
+    text[count > 0 ? count : 0] = '\0';
+    std::fputs(count > 0 ? text : "ztintsvr: the server ended while starting\n", stderr);
+    return 1;
+}
+
+// A whole number from the environment within [low, high], if the variable is set.
+bool Number_Option(const char* name, long low, long high, int& value, std::string& error)
+{
+    const char* text = std::getenv(name);
+    if (text == nullptr || *text == '\0')
+        return true;
+    char* end = nullptr;
+    errno = 0;
+    const long number = std::strtol(text, &end, 10);
+    if (errno != 0 || *end != '\0' || number < low || number > high) {
+        error = std::string("ztintsvr: ") + name + " must be a number from " +
+                std::to_string(low) + " to " + std::to_string(high) + ", not \"" + text + "\"";
+        return false;
+    }
+    value = static_cast<int>(number);
+    return true;
+}
+
+}  // namespace
+
+bool Svr_Read_Options(Svr_Options& options, std::string& error)
+{
+    if (!Number_Option("ZT_SERVER_IDLE_SECONDS", 1, 1000000, options.Idle_Seconds, error) ||
+        !Number_Option("ZT_SERVER_MAX_CLIENTS", 0, 100000, options.Max_Clients, error))
+        return false;
+    const char* users = std::getenv("ZT_SERVER_USERS");
+    options.Users_Path =
+        users != nullptr && *users != '\0' ? users : Product_Home() + "/etc/ztintsvr.users";
+    return true;
+}
+
+int Svr_Start_Command(const Svr_Options& options)
+{
+    const std::string pipe = Pipe_Path();
+    Start_Lock lock(pipe + ".lock");
+    if (!lock.Held) {
+        std::fprintf(stderr, "%s\n", lock.Error.c_str());
+        return 1;
+    }
+    if (Server_Reads(pipe))
+        return 0;
+    int ready[2];
+    if (pipe2(ready, O_CLOEXEC) != 0) {
+        std::fprintf(stderr, "%s\n", System_Text("pipe").c_str());
+        return 1;
+    }
+    const pid_t child = fork();
+    if (child < 0) {
+        std::fprintf(stderr, "%s\n", System_Text("fork").c_str());
+        return 1;
+    }
+    if (child == 0) {
+        // The first child only makes the server and ends, so that the server is
+        // nobody's child and no session leader.
+        close(ready[0]);
+        Detach(ready[1]);
+        const pid_t server = fork();
+        if (server != 0)
+            _exit(server < 0 ? 1 : 0);
+        const Report_Channel report{ready[1], false};
+        const int status = Serve(options, report);
+        std::fflush(nullptr);
+        _exit(status);
+    }
+    close(ready[1]);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    const int result = Await_Ready(ready[0]);
+    close(ready[0]);
+    return result;
+}
+
+int Svr_Run_Command(const Svr_Options& options)
+{
+    signal(SIGPIPE, SIG_IGN);
+    {
+        const std::string pipe = Pipe_Path();
+        Start_Lock lock(pipe + ".lock");
+        if (!lock.Held) {
+            std::fprintf(stderr, "%s\n", lock.Error.c_str());
+            return 1;
+        }
+        if (Server_Reads(pipe)) {
+            std::fputs("ztintsvr: a server already runs\n", stderr);
+            return 1;
+        }
+    }
+    return Serve(options, Report_Channel{2, true});
+}
+
+int Svr_Stop_Command()
+{
+    if (!Server_Reads(Pipe_Path()))
+        return 0;
+    return ZTInt_Special_Shutdown_Stub() == 0 ? 0 : 1;
+}

@@ -1,0 +1,116 @@
+#include "tests/e2e/ztint_e2e_fixture.h"
+
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "ztint.h"
+#include "tests/support/ztint_test_locale.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool Process_Runs(int pid)
+{
+    return kill(pid, 0) == 0;
+}
+
+}  // namespace
+
+std::string Ztint_Field(const std::string& line, int n)
+{
+    std::istringstream fields(line);
+    std::string field;
+    for (int i = 0; i <= n; ++i)
+        if (!(fields >> field))
+            return "";
+    return field;
+}
+
+void Ztint_E2E::SetUp()
+{
+    char pattern[] = "/tmp/ztint_e2e_XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    Dir = pattern;
+    Home = Dir + "/home";
+    fs::create_directories(Home + "/bin");
+    fs::create_symlink(ZTINT_BUILD_DIR "/home/bin/ztintsvr", Home + "/bin/ztintsvr");
+    User = "_e2e_" + std::to_string(getpid());
+    Trace = Dir + "/trace";
+    Pipe = "/tmp/ZTIntSvr_" + std::to_string(geteuid()) + User;
+    setenv("ZT_HOME", Home.c_str(), 1);
+    setenv("ZTT_USER", User.c_str(), 1);
+    setenv("ZT_SERVER_TRACE", Trace.c_str(), 1);
+    setenv("ZT_SERVER_IDLE_SECONDS", "60", 1);
+    for (const char* name : {"ZT_USER", "ZT_PASSWORD", "ZT_DATABASE", "ZT_MASTER", "ZT_SERVER_USERS",
+                             "ZT_SERVER_MAX_CLIENTS"})
+        unsetenv(name);
+    ZTInt_Test_Pin_Locale();
+}
+
+void Ztint_E2E::TearDown()
+{
+    const std::vector<int> servers = Server_Pids();
+    for (int pid : servers)
+        kill(pid, SIGTERM);
+    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    for (int pid : servers)
+        while (Process_Runs(pid) && std::chrono::steady_clock::now() < give_up)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    std::error_code ignored;
+    fs::remove(Pipe, ignored);
+    fs::remove(Pipe + ".lock", ignored);
+    fs::remove_all(Dir, ignored);
+}
+
+void Ztint_E2E::Install_Script(const std::string& body)
+{
+    const std::string path = Home + "/bin/ztintsvr";
+    fs::remove(path);
+    std::ofstream(path) << "#!/bin/sh\n" << body << "\n";
+    chmod(path.c_str(), 0755);
+}
+
+std::vector<std::string> Ztint_E2E::Trace_Lines() const
+{
+    std::vector<std::string> lines;
+    std::ifstream file(Trace);
+    for (std::string line; std::getline(file, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+int Ztint_E2E::Count_Calls(int procedure) const
+{
+    int count = 0;
+    for (const std::string& line : Trace_Lines())
+        if (Ztint_Field(line, 0) == "call" && Ztint_Field(line, 3) == std::to_string(procedure))
+            ++count;
+    return count;
+}
+
+std::vector<int> Ztint_E2E::Server_Pids() const
+{
+    std::vector<int> pids;
+    for (const std::string& line : Trace_Lines())
+        if (Ztint_Field(line, 0) == "start")
+            pids.push_back(std::stoi(Ztint_Field(line, 1)));
+    return pids;
+}
+
+std::string Ztint_E2E::Server_Error()
+{
+    char* text = nullptr;
+    ZTInt_GetError(&text);
+    std::string result = text != nullptr ? text : "(null)";
+    ZTInt_String_Free(text);
+    return result;
+}

@@ -1,0 +1,35 @@
+// A fixture for tests against the real ztintsvr: each test gets its own product home
+// (a temporary directory whose bin/ztintsvr is the built server, or a script of the
+// test's), its own ZTT_USER and so its own pipe and server, and a trace file the
+// server writes its calls into. Every server the test started is stopped at the end.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+class Ztint_E2E : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // Replaces bin/ztintsvr by a shell script with this body.
+    void Install_Script(const std::string& body);
+    // The lines of the server's trace, and the number of calls of one procedure in it.
+    std::vector<std::string> Trace_Lines() const;
+    int Count_Calls(int procedure) const;
+    // The pids of the servers that started, from the trace.
+    std::vector<int> Server_Pids() const;
+    // The server's last error text for this client (ZTInt_GetError).
+    static std::string Server_Error();
+
+    std::string Dir;    // the test's directory
+    std::string Home;   // the product home, below Dir
+    std::string User;   // the value of ZTT_USER
+    std::string Trace;  // the server's trace file
+    std::string Pipe;   // the server's pipe
+};
+
+// The nth field (from 0) of a trace line, blank-separated.
+std::string Ztint_Field(const std::string& line, int n);

@@ -1,0 +1,194 @@
+// Finding and starting the server, end to end.
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "tests/e2e/ztint_e2e_fixture.h"
+#include "ztint.h"
+#include "ztint_client/ztint_client.h"
+#include "ztint_utils/ztint_connect.h"
+
+namespace {
+
+constexpr int kStartup = 1;
+constexpr int kBuild = 7 * 1024 + 4;
+
+int Lines_Of(const std::string& path)
+{
+    std::ifstream file(path);
+    int count = 0;
+    for (std::string line; std::getline(file, line);)
+        ++count;
+    return count;
+}
+
+// Runs function in a child process; true if it ended with status 0.
+template <typename Function>
+bool In_Child(Function function)
+{
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(function() ? 0 : 1);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+using Ztint_Start_Test = Ztint_E2E;
+
+TEST_F(Ztint_Start_Test, TheFirstCallStartsTheServerAndCarriesSequenceTwo)
+{
+    ZTZentrak* zentrak = nullptr;
+    ASSERT_EQ(ZTZentrak_Build(&zentrak), 0) << Server_Error();
+    ASSERT_NE(zentrak, nullptr);
+    ASSERT_EQ(Server_Pids().size(), 1u);
+
+    std::vector<std::string> calls;
+    for (const std::string& line : Trace_Lines())
+        if (Ztint_Field(line, 0) == "call")
+            calls.push_back(line);
+    ASSERT_EQ(calls.size(), 2u);
+    const std::string pid = std::to_string(getpid());
+    EXPECT_EQ(calls[0], "call " + pid + " 1 " + std::to_string(kStartup));
+    EXPECT_EQ(calls[1], "call " + pid + " 2 " + std::to_string(kBuild));
+
+    // The connected socket needs no name in /tmp, and the pipe is ours alone.
+    EXPECT_NE(access(("/tmp/ZTIntSvr_USock_" + std::to_string(geteuid()) + "_" + pid).c_str(), F_OK), 0);
+    struct stat facts;
+    ASSERT_EQ(lstat(Pipe.c_str(), &facts), 0);
+    EXPECT_TRUE(S_ISFIFO(facts.st_mode));
+    EXPECT_EQ(facts.st_mode & 0777, 0600u);
+    EXPECT_EQ(ZTInt_Zentrak_Free(zentrak), 0);
+}
+
+TEST_F(Ztint_Start_Test, ASecondProcessFindsTheRunningServer)
+{
+    ZTZentrak* zentrak = nullptr;
+    ASSERT_EQ(ZTZentrak_Build(&zentrak), 0) << Server_Error();
+    EXPECT_TRUE(In_Child([] {
+        // The child's copy of the connection is its parent's: start afresh.
+        ZTInt_Close_Connection(ZTInt_client_Connection_Record());
+        ZTZentrak* own = nullptr;
+        return ZTZentrak_Build(&own) == 0 && ZTInt_Zentrak_Free(own) == 0;
+    }));
+    EXPECT_EQ(Server_Pids().size(), 1u);
+    EXPECT_EQ(Count_Calls(kStartup), 2);
+    EXPECT_EQ(Count_Calls(kBuild), 2);
+}
+
+TEST_F(Ztint_Start_Test, AFailingStartCommandIsAnExecFailureWithItsStatus)
+{
+    const std::string runs = Dir + "/runs";
+    Install_Script("echo run >> " + runs + "\nexit 3");
+    ZTZentrak* zentrak = nullptr;
+    EXPECT_EQ(ZTZentrak_Build(&zentrak), -1);
+    EXPECT_EQ(zentrak, nullptr);
+    EXPECT_EQ(Lines_Of(runs), 1);
+    char* text = nullptr;
+    ZTInt_GetError(&text);
+    ASSERT_NE(text, nullptr);
+    const std::string error = text;
+    ZTInt_String_Free(text);
+    EXPECT_NE(error.find("exec"), std::string::npos) << error;
+    EXPECT_NE(error.find("starting server " + Home + "/bin/ztintsvr,"), std::string::npos) << error;
+    EXPECT_NE(error.find("3"), std::string::npos) << error;
+    // The failure stays for the process: no second start.
+    EXPECT_EQ(ZTZentrak_Build(&zentrak), -1);
+    EXPECT_EQ(Lines_Of(runs), 1);
+}
+
+TEST_F(Ztint_Start_Test, AStartWithoutAReaderGivesUpAfterThreeStarts)
+{
+    const std::string runs = Dir + "/runs";
+    Install_Script("echo run >> " + runs + "\nexit 0");
+    ZTZentrak* zentrak = nullptr;
+    EXPECT_EQ(ZTZentrak_Build(&zentrak), -1);
+    EXPECT_EQ(Lines_Of(runs), 3);
+    EXPECT_EQ(Server_Error(), "ztintsvr: unable to communicate with server after startup");
+    EXPECT_EQ(ZTInt_client_Connection_Record()->State, ZTInt_Connection_State_Error);
+}
+
+TEST_F(Ztint_Start_Test, AServerThatNeverConnectsBackFailsWithinTheBound)
+{
+    // A "server" that holds the pipe open for reading and never reads it.
+    const std::string holder = Dir + "/holder";
+    Install_Script("mkfifo -m 600 " + Pipe + "\n(exec 3<>" + Pipe + "; echo $$ > " + holder +
+                   "; exec sleep 30) </dev/null >/dev/null 2>&1 &\n"
+                   "while [ ! -s " + holder + " ]; do sleep 0.01; done\nexit 0");
+    ZTInt_Set_Accept_Timeout_Milliseconds(1000);
+    const auto started = std::chrono::steady_clock::now();
+    ZTZentrak* zentrak = nullptr;
+    EXPECT_EQ(ZTZentrak_Build(&zentrak), -1);
+    const auto waited = std::chrono::steady_clock::now() - started;
+    EXPECT_LT(waited, std::chrono::seconds(5));
+    EXPECT_EQ(Server_Error(), "ztintsvr: the server did not connect within 1 seconds");
+    std::ifstream pid_file(holder);
+    int pid = 0;
+    if (pid_file >> pid && pid > 0)
+        kill(pid, SIGKILL);
+}
+
+TEST_F(Ztint_Start_Test, ARefusedStartupClosesAndTheNextCallOpensAnew)
+{
+    setenv("ZT_SERVER_MAX_CLIENTS", "1", 1);
+    int to_child[2], to_parent[2];
+    ASSERT_EQ(pipe(to_child), 0);
+    ASSERT_EQ(pipe(to_parent), 0);
+    const pid_t holder = fork();
+    if (holder == 0) {
+        // Takes the one place and keeps it until told.
+        ZTZentrak* zentrak = nullptr;
+        const char ready = ZTZentrak_Build(&zentrak) == 0 ? 'y' : 'n';
+        if (write(to_parent[1], &ready, 1) != 1)
+            _exit(2);
+        char go;
+        if (read(to_child[0], &go, 1) != 1)
+            _exit(3);
+        _exit(0);
+    }
+    char ready = 0;
+    ASSERT_EQ(read(to_parent[0], &ready, 1), 1);
+    ASSERT_EQ(ready, 'y');
+
+    ZTZentrak* zentrak = nullptr;
+    EXPECT_EQ(ZTZentrak_Build(&zentrak), -1);
+    EXPECT_EQ(ZTInt_client_Connection_Record()->State, ZTInt_Connection_State_Nil);
+
+    ASSERT_EQ(write(to_child[1], "x", 1), 1);
+    int status = 0;
+    waitpid(holder, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    // The server notices the holder's end when it reads its socket: try until then.
+    int result = -1;
+    for (int attempt = 0; attempt < 100 && result != 0; ++attempt) {
+        result = ZTZentrak_Build(&zentrak);
+        if (result != 0)
+            usleep(20 * 1000);
+    }
+    EXPECT_EQ(result, 0) << Server_Error();
+    EXPECT_EQ(Server_Pids().size(), 1u);
+    for (int fd : {to_child[0], to_child[1], to_parent[0], to_parent[1]})
+        close(fd);
+}
+
+TEST_F(Ztint_Start_Test, AServerKilledMidSessionIsAProtocolErrorNotASignal)
+{
+    ZTZentrak* zentrak = nullptr;
+    ASSERT_EQ(ZTZentrak_Build(&zentrak), 0) << Server_Error();
+    ASSERT_EQ(Server_Pids().size(), 1u);
+    const int server = Server_Pids()[0];
+    ASSERT_EQ(kill(server, SIGKILL), 0);
+    while (kill(server, 0) == 0)
+        usleep(1000);
+    // The default action of SIGPIPE would end this test program.
+    signal(SIGPIPE, SIG_DFL);
+    char* echo = nullptr;
+    EXPECT_EQ(ZTZentrak_EchoString(zentrak, &echo, "anyone there?"), -1);
+    EXPECT_EQ(echo, nullptr);
+    const std::string error = Server_Error();
+    EXPECT_EQ(error.rfind("ztintsvr RPC protocol error: ", 0), 0u) << error;
+}
+
+}  // namespace

@@ -1,0 +1,230 @@
+// The server's answers, message in and message out, without sockets.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+#include "server/svr_dispatch.h"
+#include "ztint_client/ztint_call_table.h"
+#include "ztint_string.h"
+
+namespace {
+
+constexpr int32_t kClientPid = 4321;
+constexpr int32_t kServerPid = 777;
+
+class Svr_Dispatch_Test : public ::testing::Test {
+protected:
+    Svr_Objects Objects{kServerPid};
+    Svr_Users Users = Svr_Users::Default_Store();
+    Svr_Dispatcher Dispatcher{Objects, Users, "9.8.7"};
+    Svr_Client_State Client{1, ""};
+    int32_t Sequence = 1;
+
+    // Sends the call of name with the given in-values and decodes the answer into out.
+    // The status, or -100 when the answer is an Error message.
+    int32_t Call(const char* name, const void* const* in, Svr_Values& out)
+    {
+        const ZTInt_call_entry* entry = ZTInt_call_Find_Name(name);
+        EXPECT_NE(entry, nullptr) << name;
+        return Call_Raw(entry->Opcode, entry->In_Count, entry->Types_In, in, out);
+    }
+
+    int32_t Call_Raw(int32_t opcode, int count, const ZTInt_rpc_type* types, const void* const* in,
+                     Svr_Values& out)
+    {
+        ZTInt_msg_struct* call = ZTInt_msg_New(count, types, in);
+        EXPECT_NE(call, nullptr);
+        ZTInt_msg_Init_Call(call, kClientPid, ++Sequence, opcode);
+        ZTInt_msg_struct* answer = Dispatcher.Answer(Client, call);
+        ZTInt_msg_Free(call);
+        EXPECT_EQ(answer->Pid, kClientPid);
+        EXPECT_EQ(answer->Sequence, Sequence);
+        EXPECT_EQ(answer->Procedure, opcode);
+        int32_t status = -100;
+        if (answer->Type == ZTInt_msg_type_Reply) {
+            char* error = nullptr;
+            EXPECT_EQ(answer->Param_Count, out.Count());
+            EXPECT_EQ(ZTInt_msg_Decode_Reply(answer, &error, out.Count(), out.Types(),
+                                             out.Pointers()),
+                      1)
+                << (error ? error : "");
+            ZTInt_String_Free(error);
+            status = out.Number(0);
+        } else {
+            EXPECT_EQ(answer->Type, ZTInt_msg_type_Error);
+            EXPECT_EQ(answer->Data_Size, 0);
+        }
+        ZTInt_msg_Free(answer);
+        return status;
+    }
+
+    static Svr_Values Out_Of(const char* name)
+    {
+        const ZTInt_call_entry* entry = ZTInt_call_Find_Name(name);
+        return Svr_Values(entry->Types_Out, entry->Out_Count);
+    }
+
+    ZTInt_obj_struct Build()
+    {
+        Svr_Values out = Out_Of("ZTZentrak_Build");
+        EXPECT_EQ(Call("ZTZentrak_Build", nullptr, out), 0);
+        return out.Object(1);
+    }
+
+    std::string Last_Error()
+    {
+        Svr_Values out = Out_Of("ZTInt_GetError");
+        EXPECT_EQ(Call("ZTInt_GetError", nullptr, out), 0);
+        return out.Text(1);
+    }
+
+    int32_t Logon(const ZTInt_obj_struct& zentrak, const char* user, const char* password,
+                  const char* database, const char* master, ZTInt_obj_struct* session = nullptr)
+    {
+        const int32_t flags = 14;
+        const void* in[] = {&zentrak, "", user, password, database, master, &flags};
+        Svr_Values out = Out_Of("ZTZentrak_SessionLogon");
+        const int32_t status = Call("ZTZentrak_SessionLogon", in, out);
+        if (session != nullptr)
+            *session = out.Object(1);
+        return status;
+    }
+};
+
+TEST_F(Svr_Dispatch_Test, BuildEchoAndVersionWorkOnTheServersOwnHandles)
+{
+    const ZTInt_obj_struct zentrak = Build();
+    EXPECT_EQ(zentrak.Type, ZTInt_call_Find_Name("ZTZentrak_Build")->Types_Out[1]);
+    EXPECT_EQ(zentrak.Owner_Pid, kServerPid);
+    EXPECT_NE(zentrak.Id, 0u);
+
+    const void* echo_in[] = {&zentrak, "h\xC3\xA9llo"};
+    Svr_Values echo = Out_Of("ZTZentrak_EchoString");
+    EXPECT_EQ(Call("ZTZentrak_EchoString", echo_in, echo), 0);
+    EXPECT_STREQ(echo.Text(1), "h\xC3\xA9llo");
+
+    const void* info_in[] = {&zentrak};
+    Svr_Values info = Out_Of("ZTZentrak_CreateProductInfo");
+    ASSERT_EQ(Call("ZTZentrak_CreateProductInfo", info_in, info), 0);
+    const ZTInt_obj_struct product = info.Object(1);
+    const void* version_in[] = {&product};
+    Svr_Values version = Out_Of("ZTProductInfo_GetProductVersion");
+    EXPECT_EQ(Call("ZTProductInfo_GetProductVersion", version_in, version), 0);
+    EXPECT_STREQ(version.Text(1), "9.8.7");
+}
+
+TEST_F(Svr_Dispatch_Test, UnsupportedCallsGetAWellFormedRefusalAndTheirText)
+{
+    const ZTInt_obj_struct zentrak = Build();
+    const void* in[] = {&zentrak};
+    Svr_Values out = Out_Of("ZTZentrak_IsUnix");
+    EXPECT_EQ(Call("ZTZentrak_IsUnix", in, out), -1);
+    EXPECT_EQ(out.Number(1), 0);
+    EXPECT_EQ(Last_Error(), "ZTZentrak_IsUnix: not supported by this server");
+    // Every row of the table answers with its own out-list, whatever it is.
+    int rows = 0;
+    std::string last;
+    for (int32_t i = 0; i < ZTInt_Call_Table_Size; ++i) {
+        const ZTInt_call_entry& entry = ZTInt_Call_Table[i];
+        if (entry.Kind != ZTInt_call_Row || std::string(entry.Name).rfind("ZTZentrak_", 0) == 0)
+            continue;
+        Svr_Values nil_in(entry.Types_In, entry.In_Count);
+        Svr_Values reply(entry.Types_Out, entry.Out_Count);
+        ASSERT_EQ(Call_Raw(entry.Opcode, entry.In_Count, entry.Types_In, nil_in.Pointers(), reply), -1)
+            << entry.Name;
+        ++rows;
+        last = entry.Name;
+    }
+    EXPECT_GT(rows, 700);
+    EXPECT_EQ(Last_Error(), last + ": not supported by this server");
+}
+
+TEST_F(Svr_Dispatch_Test, MalformedCallsGetAnErrorMessage)
+{
+    Svr_Values out = Out_Of("ZTZentrak_EchoString");
+    // No call of that opcode exists.
+    EXPECT_EQ(Call_Raw(7 * 1024 + 1000, 0, nullptr, nullptr, out), -100);
+    // A string where the row wants a handle first.
+    const ZTInt_rpc_type wrong[] = {ZTInt_rpc_type_String, ZTInt_rpc_type_String};
+    const void* in[] = {"not a handle", "x"};
+    EXPECT_EQ(Call_Raw(ZTInt_call_Find_Name("ZTZentrak_EchoString")->Opcode, 2, wrong, in, out),
+              -100);
+}
+
+TEST_F(Svr_Dispatch_Test, HandlesBelongToTheirClientAndDieWithFree)
+{
+    const ZTInt_obj_struct zentrak = Build();
+    const void* in[] = {&zentrak};
+    Svr_Values duplicate = Out_Of("ZTInt_Zentrak_Duplicate");
+    ASSERT_EQ(Call("ZTInt_Zentrak_Duplicate", in, duplicate), 0);
+    const ZTInt_obj_struct copy = duplicate.Object(1);
+    EXPECT_NE(copy.Id, zentrak.Id);
+
+    Svr_Client_State stranger{2, ""};
+    std::swap(Client, stranger);
+    Svr_Values denied = Out_Of("ZTInt_Zentrak_Free");
+    EXPECT_EQ(Call("ZTInt_Zentrak_Free", in, denied), -1);
+    EXPECT_EQ(Last_Error(), "ZTInt_Zentrak_Free: the handle names no object of this client");
+    std::swap(Client, stranger);
+
+    Svr_Values freed = Out_Of("ZTInt_Zentrak_Free");
+    EXPECT_EQ(Call("ZTInt_Zentrak_Free", in, freed), 0);
+    EXPECT_EQ(Call("ZTInt_Zentrak_Free", in, freed), -1);
+    EXPECT_EQ(Objects.Count(), 1u);
+    Dispatcher.Client_Gone(Client);
+    EXPECT_EQ(Objects.Count(), 0u);
+}
+
+TEST_F(Svr_Dispatch_Test, LogonChecksTheUserStore)
+{
+    const ZTInt_obj_struct zentrak = Build();
+    ZTInt_obj_struct session{};
+    EXPECT_EQ(Logon(zentrak, "zentrak", "zentrak", "DEMO", "MASTER", &session), 0);
+    EXPECT_EQ(session.Type, ZTInt_call_Find_Name("ZTZentrak_SessionLogon")->Types_Out[1]);
+
+    EXPECT_EQ(Logon(zentrak, "zentrak", "wrong", "DEMO", "MASTER", &session), -1);
+    EXPECT_EQ(session.Type, 0);
+    EXPECT_EQ(Last_Error(), "ztintsvr: logon refused for user \"zentrak\": wrong user name or password");
+    EXPECT_EQ(Logon(zentrak, "zentrak", "zentrak", "DEMO", ""), -1);
+    EXPECT_EQ(Last_Error(),
+              "ztintsvr: logon refused for user \"zentrak\": no database \"DEMO\" in database set \"\"");
+    EXPECT_EQ(Logon(zentrak, "", "", "", ""), -1);
+    EXPECT_EQ(Last_Error(), "ztintsvr: logon refused: no user name given");
+}
+
+TEST_F(Svr_Dispatch_Test, ErrorTextIsKeptPerClientAndCanBeSet)
+{
+    const void* in[] = {"set by the client"};
+    Svr_Values out = Out_Of("ZTInt_SetError");
+    EXPECT_EQ(Call("ZTInt_SetError", in, out), 0);
+    EXPECT_EQ(Last_Error(), "set by the client");
+    EXPECT_EQ(Last_Error(), "set by the client");  // reading doesn't clear it
+    EXPECT_FALSE(Dispatcher.Shutdown_Requested());
+    Svr_Values down = Out_Of("ZTInt_Special_Shutdown_Stub");
+    EXPECT_EQ(Call("ZTInt_Special_Shutdown_Stub", nullptr, down), 0);
+    EXPECT_TRUE(Dispatcher.Shutdown_Requested());
+}
+
+TEST(Svr_Users_Test, LoadsEntriesAndRejectsBrokenLines)
+{
+    const std::string path = ::testing::TempDir() + "svr_users_test.users";
+    std::ofstream(path) << "# users of the test\n\nann secret DB1 SET\nann secret DB2 SET\n";
+    Svr_Users users;
+    std::string error;
+    ASSERT_TRUE(Svr_Users::Load(path, users, error)) << error;
+    EXPECT_EQ(users.Entries().size(), 2u);
+    EXPECT_EQ(users.Check("ann", "secret", "DB2", "SET"), "");
+    EXPECT_NE(users.Check("zentrak", "zentrak", "DEMO", "MASTER"), "");
+
+    std::ofstream(path) << "ann secret DB1\n";
+    EXPECT_FALSE(Svr_Users::Load(path, users, error));
+    EXPECT_NE(error.find(":1: an entry has four fields"), std::string::npos) << error;
+    std::remove(path.c_str());
+
+    ASSERT_TRUE(Svr_Users::Load(path, users, error));  // missing: the default user
+    EXPECT_EQ(users.Check("zentrak", "zentrak", "DEMO", "MASTER"), "");
+}
+
+}  // namespace
