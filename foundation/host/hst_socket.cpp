@@ -97,6 +97,11 @@ int Hst_Socket::Accept(int Fd, Hst_Sockaddr_Un& Address, Fnd_Condition& Conditio
 }
 
 long Hst_Socket::Wait_For_Input(int Fd, long Milliseconds, Fnd_Condition& Condition) {
+    if (Fd < 0) {
+        // poll would skip a negative descriptor and only wait out the time.
+        Fail(u"poll", EBADF, Condition);
+        return -1;
+    }
     timespec start;
     clock_gettime(CLOCK_MONOTONIC, &start);
     for (;;) {
