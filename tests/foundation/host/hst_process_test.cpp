@@ -1,0 +1,693 @@
+// Starting programs and functions in children: exit codes, signals, failures before
+// and at exec by fork and by vfork, redirection, inherited descriptors, fork retries,
+// bounded waits and an ignored SIGCHLD.
+#include "foundation/host/hst_process.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <set>
+#include <sstream>
+#include <vector>
+
+#include "foundation/base/fnd_sequence.h"
+#include "foundation/host/hst_errors.h"
+#include "foundation/host/hst_socket.h"
+#include "tests/foundation/host/hst_process_test_support.h"
+
+using namespace process_test;
+using message_test::Narrow;
+using message_test::Wide;
+
+namespace {
+
+class Hst_Process_Test : public Host_Test {};
+
+// The result of one Run.
+struct Outcome {
+    long Ok = -1;
+    long Pid = -1;
+    int Exit_Status = -1;
+    Fnd_Condition Condition;
+};
+
+struct Options {
+    const Code_Unit* const* Envp = nullptr;
+    const Code_Unit* Work_Dir = nullptr;
+    int In = -1, Out = -1, Err = -1;
+    long Wait = 1;
+    Hst_Pre_Exec_Function Pre_Exec = nullptr;
+    void* Data = nullptr;
+    long New_Group = 0;
+    long Use_Vfork = 0;
+    long Limit = Hst_Process::No_Wait_Limit;
+};
+
+Outcome Start(const Code_Unit* const* Argv, const Options& With = Options()) {
+    Outcome outcome;
+    outcome.Ok = Hst_Process::Run(Argv, With.Envp, With.Work_Dir, outcome.Pid,
+                                  outcome.Exit_Status, outcome.Condition, With.In, With.Out,
+                                  With.Err, With.Wait, With.Pre_Exec, With.Data, With.New_Group,
+                                  With.Use_Vfork, With.Limit);
+    return outcome;
+}
+
+// Runs "/bin/sh -c Script" with the child's output (and error, unless Err is given)
+// into a pipe, and gives back what came out.
+std::string Shell_Output(const char* Script, Options With, Outcome* Result = nullptr) {
+    const Fnd_String script = Wide(Script);
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", script.Data(), nullptr};
+    Test_Pipe pipe(O_CLOEXEC);
+    With.Out = pipe.Write.Get();
+    if (With.Err == -1) With.Err = pipe.Write.Get();
+    Outcome outcome = Start(argv, With);
+    pipe.Write.Reset();
+    const std::string text = Read_All(pipe.Read.Get());
+    if (Result) {
+        Result->Ok = outcome.Ok;
+        Result->Pid = outcome.Pid;
+        Result->Exit_Status = outcome.Exit_Status;
+        Result->Condition = outcome.Condition;
+    }
+    return text;
+}
+
+const Hst_Sys_Call_Error* Sys_Call_Error_In(const Fnd_Condition& Condition) {
+    if (const Hst_Sys_Call_Error* top = Hst_Sys_Call_Error::Convert(Condition.Get_Error()))
+        return top;
+    // The failures here have one subordinate at each level.
+    Fnd_Sequence* subordinates = Condition.Get_Subordinate();
+    if (!subordinates) return nullptr;
+    const auto* first = Fnd_Condition::Convert(subordinates->Get_First());
+    return first ? Sys_Call_Error_In(*first) : nullptr;
+}
+
+const Hst_Process_Error* Process_Error_On_Top(const Fnd_Condition& Condition) {
+    return Hst_Process_Error::Convert(Condition.Get_Error());
+}
+
+// The descriptors above 2 that the shell running the test script holds, found without
+// opening any: test -e on its own /proc entries.
+const char* const List_Descriptors =
+    "for n in 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 21 22 23 24 25 26 27 28 29 30;"
+    " do [ -e /proc/$$/fd/$n ] && echo $n; done; true";
+
+std::set<int> Numbers(const std::string& Text) {
+    std::set<int> numbers;
+    std::istringstream in(Text);
+    int n;
+    while (in >> n) numbers.insert(n);
+    return numbers;
+}
+
+std::set<int> Inheritable_Descriptors() {
+    std::set<int> open;
+    for (int fd = 3; fd <= 30; ++fd) {
+        const int flags = ::fcntl(fd, F_GETFD);
+        if (flags >= 0 && !(flags & FD_CLOEXEC)) open.insert(fd);
+    }
+    return open;
+}
+
+void Failing_Hook(void*, Fnd_Condition& Condition) {
+    Condition.Set_Error(Hst_Sys_Call_Error(21, ENOENT, Fnd_String(u"/hook/dir"),
+                                           Fnd_String::Null, Hst_Filesystem::Hst_Open_None),
+                        1);
+}
+
+void Exporting_Hook(void* Data, Fnd_Condition& Condition) {
+    Condition.Clear();
+    ::setenv("HOOKED", static_cast<const char*>(Data), 1);
+}
+
+// Fork stand-ins that fail as the list says, then fork for real.
+std::vector<int> fork_errors;
+std::vector<long> sleeps;
+pid_t Scripted_Fork() {
+    if (fork_errors.empty()) return ::fork();
+    errno = fork_errors.front();
+    fork_errors.erase(fork_errors.begin());
+    return -1;
+}
+void Recorded_Sleep(long Seconds) { sleeps.push_back(Seconds); }
+
+struct Fork_Hooks {
+    Fork_Hooks(std::vector<int> Errors) {
+        fork_errors = std::move(Errors);
+        sleeps.clear();
+        Hst_Process::Set_Fork_Hooks(Scripted_Fork, Recorded_Sleep);
+    }
+    ~Fork_Hooks() { Hst_Process::Set_Fork_Hooks(nullptr, nullptr); }
+};
+
+}  // namespace
+
+// ---- Ends of a program
+
+TEST_F(Hst_Process_Test, AProgramsExitCodeIsItsStatusAndNoFailure) {
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exit 3", nullptr};
+    for (long vfork : {0L, 1L}) {
+        Options with;
+        with.Use_Vfork = vfork;
+        Outcome outcome = Start(argv, with);
+        EXPECT_EQ(outcome.Ok, 1);
+        EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
+        EXPECT_EQ(outcome.Exit_Status, 3);
+        EXPECT_EQ(outcome.Pid, 0);
+    }
+    // PATH is searched for a bare name.
+    const Code_Unit* bare[] = {u"sh", u"-c", u"exit 0", nullptr};
+    Outcome outcome = Start(bare);
+    EXPECT_FALSE(outcome.Condition.Failed());
+    EXPECT_EQ(outcome.Exit_Status, 0);
+}
+
+TEST_F(Hst_Process_Test, NoArgumentsIsAFailureAndStartsNothing) {
+    Outcome outcome = Start(nullptr);
+    EXPECT_EQ(outcome.Ok, 0);
+    const Hst_Process_Error* error = Process_Error_On_Top(outcome.Condition);
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->Text_Number(), 1);
+    EXPECT_EQ(Text_Of(outcome.Condition), "no program was given to run");
+}
+
+TEST_F(Hst_Process_Test, AChildKilledByASignalIsAFailureNamedForTheProgram) {
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"kill -9 $$", nullptr};
+    Outcome outcome = Start(argv);
+    EXPECT_EQ(outcome.Ok, 0);
+    EXPECT_EQ(outcome.Pid, 0);
+    EXPECT_EQ(outcome.Exit_Status, 9);
+    const Hst_Process_Error* top = Process_Error_On_Top(outcome.Condition);
+    ASSERT_NE(top, nullptr) << Text_Of(outcome.Condition);
+    EXPECT_EQ(top->Text_Number(), 5);
+    EXPECT_EQ(Text_Of(outcome.Condition),
+              "the program /bin/sh failed\nthe child process ended by signal 9");
+}
+
+TEST_F(Hst_Process_Test, AMissingProgramAfterForkEndsWithErrnoAndReportsOnItsStreams) {
+    const Code_Unit* argv[] = {u"/no/such/program", nullptr};
+    Test_Pipe out(O_CLOEXEC);
+    Options with;
+    with.Out = with.Err = out.Write.Get();
+    Outcome outcome = Start(argv, with);
+    out.Write.Reset();
+    const std::string said = Read_All(out.Read.Get());
+    // The parent learns it from the exit status alone.
+    EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
+    EXPECT_EQ(outcome.Exit_Status, ENOENT);
+    // One line through the log stream, with the prefix of an error, and the image of
+    // the condition on the error stream.
+    const std::string text =
+        "cannot run the program /no/such/program: " + std::string(strerror(ENOENT));
+    EXPECT_NE(said.find("*** " + text + "\n"), std::string::npos) << said;
+    EXPECT_NE(said.find("\n" + text + "\n"), std::string::npos) << said;
+}
+
+TEST_F(Hst_Process_Test, AMissingProgramAfterVforkReachesTheParentsCondition) {
+    const Code_Unit* argv[] = {u"/no/such/program", nullptr};
+    Options with;
+    with.Use_Vfork = 1;
+    Outcome outcome = Start(argv, with);
+    EXPECT_EQ(outcome.Ok, 0);
+    EXPECT_EQ(outcome.Exit_Status, ENOENT);
+    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
+    ASSERT_NE(error, nullptr) << Text_Of(outcome.Condition);
+    EXPECT_EQ(error->Text_Number(), 161);
+    EXPECT_EQ(error->Get_Errno(), ENOENT);
+    EXPECT_EQ(Text_Of(outcome.Condition),
+              "the program /no/such/program failed\ncannot run the program /no/such/program: " +
+                  std::string(strerror(ENOENT)));
+
+    // Without a wait the failure is there all the same, and no child is left.
+    with.Wait = 0;
+    outcome = Start(argv, with);
+    EXPECT_EQ(outcome.Ok, 0);
+    ASSERT_NE(Sys_Call_Error_In(outcome.Condition), nullptr);
+    EXPECT_GT(outcome.Pid, 0);
+    int status = -1, signaled = -1;
+    Fnd_Condition cond;
+    long pid = outcome.Pid;
+    EXPECT_EQ(Hst_Process::Wait(pid, status, signaled, cond), 1);
+    EXPECT_EQ(status, ENOENT);
+}
+
+TEST_F(Hst_Process_Test, AFailingHookStopsTheProgramAndTheChildEndsWith255) {
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"echo ran", nullptr};
+    Test_Pipe out(O_CLOEXEC);
+    Options with;
+    with.Out = with.Err = out.Write.Get();
+    with.Pre_Exec = Failing_Hook;
+    with.Use_Vfork = 1;  // the hook rules vfork out
+    Outcome outcome = Start(argv, with);
+    out.Write.Reset();
+    const std::string said = Read_All(out.Read.Get());
+    EXPECT_FALSE(outcome.Condition.Failed());
+    EXPECT_EQ(outcome.Exit_Status, 255);
+    EXPECT_EQ(said.find("ran"), std::string::npos);
+    EXPECT_NE(said.find("cannot change the working directory to /hook/dir"), std::string::npos)
+        << said;
+}
+
+TEST_F(Hst_Process_Test, AHookRunsInTheChildBeforeExecWithItsData) {
+    Options with;
+    with.Pre_Exec = Exporting_Hook;
+    with.Data = const_cast<char*>("from the hook");
+    Outcome outcome;
+    EXPECT_EQ(Shell_Output("echo \"$HOOKED\"", with, &outcome), "from the hook\n");
+    EXPECT_FALSE(outcome.Condition.Failed());
+    EXPECT_EQ(getenv("HOOKED"), nullptr);
+}
+
+// ---- The child's setting
+
+TEST_F(Hst_Process_Test, TheThreeStandardDescriptorsAreRedirected) {
+    Test_Pipe in(O_CLOEXEC), out(O_CLOEXEC), err(O_CLOEXEC);
+    ASSERT_EQ(::write(in.Write.Get(), "hello\n", 6), 6);
+    in.Write.Reset();
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"read x; echo out:$x; echo err:$x >&2",
+                               nullptr};
+    for (long vfork : {0L, 1L}) {
+        SCOPED_TRACE(vfork);
+        Test_Pipe again_out(O_CLOEXEC), again_err(O_CLOEXEC), again_in(O_CLOEXEC);
+        ASSERT_EQ(::write(again_in.Write.Get(), "hello\n", 6), 6);
+        again_in.Write.Reset();
+        Options with;
+        with.In = again_in.Read.Get();
+        with.Out = again_out.Write.Get();
+        with.Err = again_err.Write.Get();
+        with.Use_Vfork = vfork;
+        Outcome outcome = Start(argv, with);
+        EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
+        EXPECT_EQ(outcome.Exit_Status, 0);
+        again_out.Write.Reset();
+        again_err.Write.Reset();
+        EXPECT_EQ(Read_All(again_out.Read.Get()), "out:hello\n");
+        EXPECT_EQ(Read_All(again_err.Read.Get()), "err:hello\n");
+        // The parent's descriptors are its own still.
+        EXPECT_GE(::fcntl(again_in.Read.Get(), F_GETFD), 0);
+    }
+}
+
+TEST_F(Hst_Process_Test, OneDescriptorForOutputAndErrorServesBoth) {
+    Options with;
+    EXPECT_EQ(Shell_Output("echo a; echo b >&2; echo c", with), "a\nb\nc\n");
+    with.Use_Vfork = 1;
+    EXPECT_EQ(Shell_Output("echo a; echo b >&2; echo c", with), "a\nb\nc\n");
+}
+
+TEST_F(Hst_Process_Test, StandardDescriptorsLeftAloneSurviveExecEvenWhenCloseOnExec) {
+    Test_Pipe capture;
+    const int saved = ::dup(1);
+    ASSERT_GE(saved, 0);
+    ASSERT_EQ(::dup2(capture.Write.Get(), 1), 1);
+    ASSERT_EQ(::fcntl(1, F_SETFD, FD_CLOEXEC), 0);
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"echo inherited", nullptr};
+    Outcome fork_outcome = Start(argv);
+    Options vfork;
+    vfork.Use_Vfork = 1;
+    Outcome vfork_outcome = Start(argv, vfork);
+    // The parent's own flag is untouched: only the child cleared it.
+    const bool parent_flag = Close_On_Exec(1);
+    ::dup2(saved, 1);
+    ::close(saved);
+    capture.Write.Reset();
+    EXPECT_TRUE(parent_flag);
+    EXPECT_EQ(fork_outcome.Exit_Status, 0);
+    EXPECT_EQ(vfork_outcome.Exit_Status, 0);
+    EXPECT_EQ(Read_All(capture.Read.Get()), "inherited\ninherited\n");
+}
+
+TEST_F(Hst_Process_Test, AChildInheritsNoDescriptorOfTheLibrary) {
+    Fnd_Condition cond;
+    Fd socket(Hst_Socket::Socket(AF_UNIX, SOCK_STREAM, 0, cond));
+    int ends[2];
+    ASSERT_EQ(Hst_Process::Create_Pipe(ends, cond), 1);
+    Fd read_end(ends[0]), write_end(ends[1]);
+    const std::set<int> library = {socket.Get(), ends[0], ends[1]};
+    ASSERT_LT(*library.rbegin(), 30);
+
+    for (long vfork : {0L, 1L}) {
+        SCOPED_TRACE(vfork);
+        const std::set<int> allowed = Inheritable_Descriptors();
+        Options with;
+        with.Use_Vfork = vfork;
+        Outcome outcome;
+        const std::set<int> held = Numbers(Shell_Output(List_Descriptors, with, &outcome));
+        EXPECT_EQ(outcome.Exit_Status, 0);
+        for (int fd : held) {
+            EXPECT_TRUE(allowed.count(fd)) << "the child holds descriptor " << fd;
+            EXPECT_FALSE(library.count(fd)) << "the child holds descriptor " << fd;
+        }
+    }
+}
+
+TEST_F(Hst_Process_Test, EnvironmentAndWorkingDirectoryAreTheChildsOwn) {
+    Temp_Dir dir;
+    const Fnd_String work_dir = Wide(dir.Path);
+    const Code_Unit* envp[] = {u"ZT_PROBE=in the child", u"PATH=/bin:/usr/bin", nullptr};
+    Options with;
+    with.Envp = envp;
+    with.Work_Dir = work_dir.Data();
+    Outcome outcome;
+    EXPECT_EQ(Shell_Output("echo \"$ZT_PROBE\"; pwd; echo \"${HOME-unset}\"", with, &outcome),
+              "in the child\n" + dir.Path + "\nunset\n");
+    EXPECT_FALSE(outcome.Condition.Failed());
+    EXPECT_EQ(getenv("ZT_PROBE"), nullptr);
+
+    // The same directory with vfork.
+    Options vfork;
+    vfork.Work_Dir = work_dir.Data();
+    vfork.Use_Vfork = 1;
+    EXPECT_EQ(Shell_Output("pwd", vfork), dir.Path + "\n");
+}
+
+TEST_F(Hst_Process_Test, AMissingWorkingDirectoryStopsTheChild) {
+    const Fnd_String missing = Wide("/no/such/dir");
+    Options with;
+    with.Work_Dir = missing.Data();
+    Outcome outcome;
+    // The child fails before its descriptors are redirected: it reports on the error
+    // stream it inherited, here a pipe that stands in for the test's own.
+    Test_Pipe inherited;
+    const int saved_out = ::dup(1), saved_err = ::dup(2);
+    ::dup2(inherited.Write.Get(), 1);
+    ::dup2(inherited.Write.Get(), 2);
+    const std::string said = Shell_Output("echo ran", with, &outcome);
+    ::dup2(saved_out, 1);
+    ::dup2(saved_err, 2);
+    ::close(saved_out);
+    ::close(saved_err);
+    inherited.Write.Reset();
+    const std::string reported = Read_All(inherited.Read.Get());
+    EXPECT_EQ(outcome.Exit_Status, 255);
+    EXPECT_FALSE(outcome.Condition.Failed());
+    EXPECT_EQ(said, "");
+    EXPECT_NE(reported.find("cannot change the working directory to /no/such/dir: " +
+                            std::string(strerror(ENOENT))),
+              std::string::npos)
+        << reported;
+
+    // After vfork the parent hears of it.
+    with.Use_Vfork = 1;
+    Shell_Output("echo ran", with, &outcome);
+    EXPECT_EQ(outcome.Exit_Status, 255);
+    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->Text_Number(), 21);
+    EXPECT_EQ(error->Get_Errno(), ENOENT);
+}
+
+TEST_F(Hst_Process_Test, ANewGroupIsLedByTheChild) {
+    Options with;
+    with.New_Group = 1;
+    const char* script = "read a b c d e rest < /proc/$$/stat; [ \"$e\" = $$ ] && echo leader";
+    EXPECT_EQ(Shell_Output(script, with), "leader\n");
+    with.Use_Vfork = 1;
+    EXPECT_EQ(Shell_Output(script, with), "leader\n");
+    with.New_Group = 0;
+    EXPECT_EQ(Shell_Output(script, with), "");
+}
+
+TEST_F(Hst_Process_Test, AnArgumentWithoutAFormInTheCharsetEndsTheChildByAssertion) {
+    const Code_Unit broken[] = {u'/', u'b', 0xd800, 0};
+    const Code_Unit* argv[] = {broken, nullptr};
+    Test_Pipe err(O_CLOEXEC);
+    Options with;
+    with.Out = with.Err = err.Write.Get();
+    with.Use_Vfork = 1;
+    Outcome outcome = Start(argv, with);
+    err.Write.Reset();
+    EXPECT_NE(Read_All(err.Read.Get()).find("Could not argv[0] cvtFromTchar:"),
+              std::string::npos);
+    ASSERT_TRUE(outcome.Condition.Failed());
+    EXPECT_NE(Text_Of(outcome.Condition).find("ended by signal " + std::to_string(SIGABRT)),
+              std::string::npos)
+        << Text_Of(outcome.Condition);
+}
+
+// ---- Fork attempts
+
+TEST_F(Hst_Process_Test, AShortageOfProcessesIsRetriedWithGrowingSleepsThenGivenUp) {
+    Fork_Hooks hooks(std::vector<int>(20, EAGAIN));
+    const Code_Unit* argv[] = {u"/bin/true", nullptr};
+    Outcome outcome = Start(argv);
+    EXPECT_EQ(outcome.Ok, 0);
+    EXPECT_EQ(outcome.Pid, 0);
+    EXPECT_EQ(sleeps, (std::vector<long>{1, 1, 1, 2, 2, 2, 3, 3, 3}));
+    EXPECT_EQ(fork_errors.size(), 10u);  // ten attempts in all
+    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->Text_Number(), 162);
+    EXPECT_EQ(error->Get_Errno(), EAGAIN);
+    EXPECT_EQ(Text_Of(outcome.Condition), "the program /bin/true failed\ncannot start a process: " +
+                                              std::string(strerror(EAGAIN)));
+}
+
+TEST_F(Hst_Process_Test, InterruptionsAreRetriedAtOnceAndOtherErrorsNotAtAll) {
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exit 4", nullptr};
+    {
+        Fork_Hooks hooks({EINTR, EINTR, ENOMEM, EINTR});
+        Outcome outcome = Start(argv);
+        EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
+        EXPECT_EQ(outcome.Exit_Status, 4);
+        EXPECT_EQ(sleeps, (std::vector<long>{1}));
+    }
+    {
+        Fork_Hooks hooks({EPERM});
+        Outcome outcome = Start(argv);
+        EXPECT_TRUE(sleeps.empty());
+        const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
+        ASSERT_NE(error, nullptr);
+        EXPECT_EQ(error->Get_Errno(), EPERM);
+    }
+}
+
+// ---- Waiting
+
+TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsItself) {
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"read x; exit 5", nullptr};
+    Test_Pipe in(O_CLOEXEC);
+    Options with;
+    with.Wait = 0;
+    with.In = in.Read.Get();
+    Outcome outcome = Start(argv, with);
+    EXPECT_EQ(outcome.Ok, 1);
+    EXPECT_EQ(outcome.Exit_Status, 0);
+    ASSERT_GT(outcome.Pid, 0);
+
+    // Still running: nothing is reported and nothing is changed.
+    long pid = outcome.Pid;
+    int status = 77, signaled = 77;
+    EXPECT_EQ(Hst_Process::Process_Finished(pid, WNOHANG, status, signaled), 0);
+    EXPECT_EQ(status, 77);
+    EXPECT_EQ(signaled, 77);
+    EXPECT_EQ(Hst_Process::Terminated(outcome.Pid, status, signaled), 0);
+    long any = -1;
+    Fnd_Condition cond;
+    EXPECT_EQ(Hst_Process::Wait(any, status, signaled, cond), 0);
+    EXPECT_EQ(any, -1);
+
+    in.Write.Reset();  // the child reads its end and exits
+    EXPECT_EQ(Hst_Process::Wait(pid, status, signaled, cond), 1);
+    EXPECT_FALSE(cond.Failed());
+    EXPECT_EQ(status, 5);
+    EXPECT_EQ(signaled, 0);
+    // Reaped: a second wait fails.
+    EXPECT_EQ(Hst_Process::Wait(pid, status, signaled, cond), 0);
+    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(cond);
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->Text_Number(), 163);
+    EXPECT_EQ(error->Get_Errno(), ECHILD);
+}
+
+TEST_F(Hst_Process_Test, AnyChildIsFoundByWaitingForMinusOne) {
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"kill -TERM $$", nullptr};
+    Options with;
+    with.Wait = 0;
+    Outcome outcome = Start(argv, with);
+    ASSERT_GT(outcome.Pid, 0);
+    long pid = -1;
+    int status = 0, signaled = 0;
+    Fnd_Condition cond;
+    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!Hst_Process::Wait(pid, status, signaled, cond) &&
+           std::chrono::steady_clock::now() < give_up)
+        ::usleep(1000);
+    EXPECT_EQ(pid, outcome.Pid);
+    EXPECT_EQ(signaled, 1);
+    EXPECT_EQ(status, SIGTERM);
+}
+
+TEST_F(Hst_Process_Test, AWaitWithALimitKillsAChildThatOutlivesIt) {
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exec sleep 30", nullptr};
+    Options with;
+    with.Limit = 100;
+    Outcome outcome = Start(argv, with);
+    EXPECT_EQ(outcome.Ok, 0);
+    EXPECT_EQ(outcome.Pid, 0);
+    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->Text_Number(), 163);
+    EXPECT_EQ(error->Get_Errno(), ETIMEDOUT);
+    // Killed and reaped: no child is left to wait for.
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+
+    // A child that ends in time is waited for as usual.
+    const Code_Unit* quick[] = {u"/bin/sh", u"-c", u"exit 6", nullptr};
+    with.Limit = 10000;
+    outcome = Start(quick, with);
+    EXPECT_FALSE(outcome.Condition.Failed());
+    EXPECT_EQ(outcome.Exit_Status, 6);
+}
+
+TEST_F(Hst_Process_Test, AnIgnoredSigchldDoesNotLoseTheExitStatus) {
+    struct sigaction ignore {}, host {};
+    ignore.sa_handler = SIG_IGN;
+    ASSERT_EQ(sigaction(SIGCHLD, &ignore, &host), 0);
+    struct Restore {
+        struct sigaction Old;
+        ~Restore() { sigaction(SIGCHLD, &Old, nullptr); }
+    } restore{host};
+
+    const Code_Unit* quit[] = {u"/bin/sh", u"-c", u"exit 3", nullptr};
+    Outcome outcome = Start(quit);
+    EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
+    EXPECT_EQ(outcome.Exit_Status, 3);
+
+    // The program inherits the host's choice: SIGCHLD among its ignored signals.
+    Test_Pipe out(O_CLOEXEC);
+    const Code_Unit* show[] = {u"grep", u"SigIgn", u"/proc/self/status", nullptr};
+    Options with;
+    with.Out = out.Write.Get();
+    outcome = Start(show, with);
+    out.Write.Reset();
+    const std::string ignored = Read_All(out.Read.Get());
+    EXPECT_EQ(outcome.Exit_Status, 0);
+    ASSERT_EQ(ignored.rfind("SigIgn:\t", 0), 0u) << ignored;
+    EXPECT_NE(std::stoull(ignored.substr(8), nullptr, 16) & (1ULL << (SIGCHLD - 1)), 0u)
+        << ignored;
+    struct sigaction after {};
+    sigaction(SIGCHLD, nullptr, &after);
+    EXPECT_EQ(after.sa_handler, SIG_IGN);
+
+    // Children reaped by the system count as ended, so polling comes to an end.
+    const Code_Unit* argv[] = {u"/bin/true", nullptr};
+    with = Options();
+    with.Wait = 0;
+    outcome = Start(argv, with);
+    ASSERT_GT(outcome.Pid, 0);
+    int status = -1, signaled = -1;
+    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!Hst_Process::Terminated(outcome.Pid, status, signaled) &&
+           std::chrono::steady_clock::now() < give_up)
+        ::usleep(1000);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(signaled, 0);
+}
+
+// ---- Functions in a child
+
+namespace {
+int Seven(void* Data) {
+    const char* text = static_cast<const char*>(Data);
+    ssize_t ignored = ::write(1, text, strlen(text));
+    (void)ignored;
+    return 7;
+}
+int Die(void*) {
+    ::raise(SIGKILL);
+    return 0;
+}
+}  // namespace
+
+TEST_F(Hst_Process_Test, AFunctionRunsInAChildWithRedirectedOutput) {
+    Test_Pipe out(O_CLOEXEC);
+    int status = -1;
+    Fnd_Condition cond;
+    EXPECT_EQ(Hst_Process::Call(Seven, const_cast<char*>("called\n"), status, cond, -1,
+                                out.Write.Get(), -1, 1, 0),
+              1);
+    out.Write.Reset();
+    EXPECT_FALSE(cond.Failed());
+    EXPECT_EQ(status, 7);
+    EXPECT_EQ(Read_All(out.Read.Get()), "called\n");
+
+    EXPECT_EQ(Hst_Process::Call(Die, nullptr, status, cond, -1, -1, -1, 0, 0), 0);
+    EXPECT_EQ(status, SIGKILL);
+    ASSERT_TRUE(cond.Failed());
+    EXPECT_EQ(Text_Of(cond), "the program  failed\nthe child process ended by signal 9");
+
+    long pid = 0;
+    EXPECT_EQ(Hst_Process::Call(Seven, const_cast<char*>(""), status, pid, cond, -1, -1, -1, 0,
+                                0, 0),
+              1);
+    ASSERT_GT(pid, 0);
+    int signaled = -1;
+    EXPECT_EQ(Hst_Process::Wait(pid, status, signaled, cond), 1) << Text_Of(cond);
+    EXPECT_EQ(status, 7);
+}
+
+// ---- Descriptors
+
+TEST_F(Hst_Process_Test, PipesAreCloseOnExecAndTheFlagCanBeChanged) {
+    int ends[2] = {-1, -1};
+    Fnd_Condition cond;
+    ASSERT_EQ(Hst_Process::Create_Pipe(ends, cond), 1);
+    Fd read_end(ends[0]), write_end(ends[1]);
+    EXPECT_TRUE(Close_On_Exec(ends[0]));
+    EXPECT_TRUE(Close_On_Exec(ends[1]));
+    EXPECT_EQ(Hst_Process::Clear_Exec(ends[0], cond), 1);
+    EXPECT_FALSE(Close_On_Exec(ends[0]));
+    EXPECT_EQ(Hst_Process::Set_Exec(ends[0], cond), 1);
+    EXPECT_TRUE(Close_On_Exec(ends[0]));
+    // A closed descriptor is no failure here.
+    EXPECT_EQ(Hst_Process::Set_Exec(-1, cond), 1);
+    EXPECT_FALSE(cond.Failed());
+}
+
+TEST_F(Hst_Process_Test, RedirectMovesADescriptorOrClearsItsFlag) {
+    Test_Pipe pipe(O_CLOEXEC);
+    Fd target(::dup(pipe.Write.Get()));
+    Test_Pipe other(O_CLOEXEC);
+    Fnd_Condition cond;
+    // other's write end becomes target; the original is closed.
+    const int moved = other.Write.Get();
+    EXPECT_EQ(Hst_Process::Redirect(target.Get(), moved, cond, 1), 1);
+    EXPECT_EQ(::fcntl(moved, F_GETFD), -1);
+    ASSERT_EQ(::write(target.Get(), "x", 1), 1);
+    char c = 0;
+    ASSERT_EQ(::read(other.Read.Get(), &c, 1), 1);
+    EXPECT_EQ(c, 'x');
+    (void)other.Write.Reset();  // already closed by Redirect; the close fails harmlessly
+
+    ASSERT_EQ(::fcntl(target.Get(), F_SETFD, FD_CLOEXEC), 0);
+    EXPECT_EQ(Hst_Process::Redirect(target.Get(), -1, cond, 1), 1);
+    EXPECT_FALSE(Close_On_Exec(target.Get()));
+
+    EXPECT_EQ(Hst_Process::Redirect(target.Get(), 1000, cond, 0), 0);
+    EXPECT_EQ(Text_Of(cond), "cannot redirect descriptor 1000 to " +
+                                 std::to_string(target.Get()) + ": " + strerror(EBADF));
+}
+
+TEST_F(Hst_Process_Test, ExecuteProcessReplacesTheProcessOrReportsWhyNot) {
+    const Code_Unit* missing[] = {u"/no/such/program", nullptr};
+    Fnd_Condition cond;
+    EXPECT_EQ(Hst_Process::Execute_Process(cond, missing), 0);
+    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(cond);
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->Text_Number(), 161);
+    EXPECT_EQ(error->Get_Errno(), ENOENT);
+
+    const Code_Unit* argv[] = {u"sh", u"-c", u"exit 4", nullptr};
+    EXPECT_EXIT(
+        {
+            Fnd_Condition inner;
+            Hst_Process::Execute_Process(inner, argv);
+            _exit(99);
+        },
+        ::testing::ExitedWithCode(4), "");
+}
