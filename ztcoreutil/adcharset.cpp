@@ -3,15 +3,14 @@
 #include <unicode/unistr.h>
 
 #include <clocale>
-#include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "foundation/base/fnd_string.h"
+#include "foundation/mfc/cmap.h"
 #include "ztcoreutil/tchar.h"
 
-// One record per encoding name known to the process. Records are never destroyed:
-// handles point at them for the life of the process.
+// One record per encoding name or page number known to the process. Records are never
+// destroyed: handles point at them for the life of the process.
 class CsCache {
 public:
     unsigned int Code_Page = 0;
@@ -19,14 +18,51 @@ public:
     UConverter* Master = nullptr;          // null: the encoding is unusable
     std::vector<UConverter*> Pool;         // idle clones of Master, newest last
 
+    CsCache() = default;
+    CsCache(const CsCache&) = delete;
+    CsCache& operator=(const CsCache&) = delete;
     ~CsCache() {
+        Close_Pool();
         if (Master) ucnv_close(Master);
     }
 
-    void init(unsigned int Page, const Fnd_String& Name);
+    // Opens the encoding of Name, or clones Existing when given.
+    void init(unsigned int Page, const Fnd_String& Name, const UConverter* Existing);
+
+private:
+    void Close_Pool() {
+        for (UConverter* idle : Pool) ucnv_close(idle);
+        Pool.clear();
+    }
 };
 
 namespace {
+
+// One lock over both maps. A one-byte object that is 1 while it exists; in the
+// single-threaded configuration locking does nothing.
+class CharsetMutex {
+public:
+    constexpr CharsetMutex() : Alive(1) {}
+    ~CharsetMutex() { Alive = 0; }
+    void Lock() {}
+    void Unlock() {}
+
+private:
+    unsigned char Alive;
+};
+
+class CharsetMutexGuard {
+public:
+    explicit CharsetMutexGuard(CharsetMutex& Mutex) : Mutex(&Mutex) { this->Mutex->Lock(); }
+    ~CharsetMutexGuard() { Mutex->Unlock(); }
+    CharsetMutexGuard(const CharsetMutexGuard&) = delete;
+    CharsetMutexGuard& operator=(const CharsetMutexGuard&) = delete;
+
+private:
+    CharsetMutex* Mutex;
+};
+
+constinit CharsetMutex Maps_Mutex;
 
 struct Code_Page_Row {
     unsigned int Code_Page;
@@ -39,74 +75,194 @@ constexpr Code_Page_Row cpMap[] = {
     {28605, u"ISO-8859-15"},   {0, nullptr},
 };
 
-// The Windows code page of a name: a row of the table, or "windows-<number>".
+constexpr Code_Unit Windows_Prefix[] = u"windows-";
+constexpr long Windows_Prefix_Length = 8;
+
+// The Windows code page of a name: a row of the table, or "windows-<number>" to its end.
 unsigned int MimeNameToCp(const Fnd_String& Name) {
     for (const Code_Page_Row* row = cpMap; row->Mime_Name; ++row)
         if (_tcsicmp(Name.Data(), row->Mime_Name) == 0) return row->Code_Page;
-    if (Name.Get_Length() > 8 && _tcsnicmp(Name.Data(), u"windows-", 8) == 0) {
+    if (Name.Get_Length() > Windows_Prefix_Length &&
+        _tcsnicmp(Name.Data(), Windows_Prefix, Windows_Prefix_Length) == 0) {
+        const Code_Unit* digits = Name.Data() + Windows_Prefix_Length;
         Code_Unit* end = nullptr;
-        unsigned long page = _tcstoul(Name.Data() + 8, &end, 10);
-        if (end == Name.Data() + Name.Get_Length()) return static_cast<unsigned int>(page);
+        unsigned long page = _tcstoul(digits, &end, 10);
+        if (end != digits && end == Name.Data() + Name.Get_Length())
+            return static_cast<unsigned int>(page);
     }
     return 0;
 }
 
-// The name of an ICU converter for display: the MIME standard name, else the IANA
-// one, else ICU's own.
-Fnd_String Standard_Name(UConverter* Converter) {
-    UErrorCode status = U_ZERO_ERROR;
-    const char* internal = ucnv_getName(Converter, &status);
-    if (U_FAILURE(status) || !internal) return Fnd_String();
-    const char* name = nullptr;
-    for (const char* standard : {"MIME", "IANA"}) {
-        status = U_ZERO_ERROR;
-        name = ucnv_getStandardName(internal, standard, &status);
-        if (U_SUCCESS(status) && name) break;
-        name = nullptr;
-    }
-    if (!name) name = internal;
-    icu::UnicodeString text(name, -1, US_INV);
+// The name of a code page: 0 has none, a row of the table gives its name, any other
+// page "windows-<page>".
+Fnd_String CpToMimeName(unsigned int Code_Page) {
+    if (Code_Page == 0) return Fnd_String();
+    for (const Code_Page_Row* row = cpMap; row->Mime_Name; ++row)
+        if (row->Code_Page == Code_Page) return Fnd_String(row->Mime_Name);
+    Code_Unit digits[72];
+    Fnd_String name(Windows_Prefix);
+    name += _ltot(static_cast<long>(Code_Page), digits, 10);
+    return name;
+}
+
+Fnd_String From_Invariant(const char* Text) {
+    icu::UnicodeString text(Text, -1, US_INV);
     return Fnd_String(text.getBuffer(), text.length());
 }
 
-// The records by the name the caller gave. Made on first use, never shrinks.
-std::unordered_map<std::u16string, CsCache*>& pMimeMap() {
-    static auto* map = new std::unordered_map<std::u16string, CsCache*>();
+// The name of a converter for display: the MIME standard name, else the IANA one, else
+// ICU's own. Empty when ICU gives no name at all.
+Fnd_String Standard_Name(const UConverter* Converter) {
+    UErrorCode status = U_ZERO_ERROR;
+    const char* internal = ucnv_getName(Converter, &status);
+    if (U_FAILURE(status) || !internal) return Fnd_String();
+    for (const char* standard : {"MIME", "IANA"}) {
+        status = U_ZERO_ERROR;
+        const char* name = ucnv_getStandardName(internal, standard, &status);
+        if (U_SUCCESS(status) && name && *name) return From_Invariant(name);
+    }
+    return From_Invariant(internal);
+}
+
+// The records by the name the caller gave, and by code page cut to 16 bits. Made on
+// first use; neither ever shrinks.
+CMapStringToPtr& pMimeMap() {
+    static CMapStringToPtr* map = new CMapStringToPtr(37);
     return *map;
 }
 
-std::u16string Key(const Fnd_String& Name) {
-    return std::u16string(Name.Data(), static_cast<size_t>(Name.Get_Length()));
+CMapWordToPtr& pWindowsMap() {
+    static CMapWordToPtr* map = new CMapWordToPtr(37);
+    return *map;
+}
+
+long Page_Key(unsigned int Code_Page) { return static_cast<long>(Code_Page & 0xFFFF); }
+
+CsCache* Find_By_Name(const Fnd_String& Name) {
+    void* record = nullptr;
+    pMimeMap().Lookup(Name, record);
+    return static_cast<CsCache*>(record);
+}
+
+CsCache* Find_By_Page(unsigned int Code_Page) {
+    long record = 0;
+    pWindowsMap().Get_Range(Page_Key(Code_Page), record);
+    return reinterpret_cast<CsCache*>(record);
+}
+
+// Enters Record under Name unless a record appeared there meanwhile; the one in the map
+// is the result, and a record that lost the race is destroyed.
+CsCache* Enter_By_Name(const Fnd_String& Name, CsCache* Record) {
+    CharsetMutexGuard guard(Maps_Mutex);
+    if (CsCache* present = Find_By_Name(Name)) {
+        delete Record;
+        return present;
+    }
+    pMimeMap()[Name] = Record;
+    return Record;
+}
+
+CsCache* Enter_By_Page(unsigned int Code_Page, CsCache* Record) {
+    CharsetMutexGuard guard(Maps_Mutex);
+    if (CsCache* present = Find_By_Page(Code_Page)) {
+        delete Record;
+        return present;
+    }
+    pWindowsMap().Bind(Page_Key(Code_Page), reinterpret_cast<long>(Record));
+    return Record;
+}
+
+// The charset the locale names, made once.
+const AdCharset& Locale_Charset() {
+    static const AdCharset* charset = [] {
+        std::setlocale(LC_ALL, "");
+        return new AdCharset(From_Invariant(ucnv_getDefaultName()));
+    }();
+    return *charset;
+}
+
+// The default charset as handed out: the locale's unless a test stood in another.
+AdCharset& Default_Slot() {
+    static AdCharset* charset = new AdCharset(Locale_Charset());
+    return *charset;
+}
+
+bool Configure(UConverter* Converter, AdCharset::converter_t Mode) {
+    UErrorCode status = U_ZERO_ERROR;
+    switch (Mode) {
+        case AdCharset::cvt_stop:
+            ucnv_setFallback(Converter, false);
+            ucnv_setFromUCallBack(Converter, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr,
+                                  nullptr, &status);
+            ucnv_setToUCallBack(Converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
+                                &status);
+            break;
+        case AdCharset::cvt_escape:
+            ucnv_setFallback(Converter, true);
+            ucnv_setFromUCallBack(Converter, UCNV_FROM_U_CALLBACK_ESCAPE, UCNV_ESCAPE_XML_HEX,
+                                  nullptr, nullptr, &status);
+            ucnv_setToUCallBack(Converter, UCNV_TO_U_CALLBACK_ESCAPE, UCNV_ESCAPE_XML_HEX,
+                                nullptr, nullptr, &status);
+            break;
+        case AdCharset::cvt_substitute:
+            ucnv_setFallback(Converter, true);
+            ucnv_setFromUCallBack(Converter, UCNV_FROM_U_CALLBACK_SUBSTITUTE, nullptr, nullptr,
+                                  nullptr, &status);
+            ucnv_setToUCallBack(Converter, UCNV_TO_U_CALLBACK_SUBSTITUTE, nullptr, nullptr,
+                                nullptr, &status);
+            break;
+    }
+    return U_SUCCESS(status);
 }
 
 }  // namespace
 
-void CsCache::init(unsigned int Page, const Fnd_String& Name) {
+void CsCache::init(unsigned int Page, const Fnd_String& Name, const UConverter* Existing) {
     Code_Page = Page;
     Mime_Name = Name;
+    // Idle converters are clones of the old master: they must not serve the new one.
+    Close_Pool();
     if (Master) ucnv_close(Master);
     Master = nullptr;
     UErrorCode status = U_ZERO_ERROR;
+    if (Existing) {
+        UConverter* clone = ucnv_clone(Existing, &status);
+        if (U_FAILURE(status) || !clone) return;
+        ucnv_reset(clone);
+        Master = clone;
+        return;
+    }
     UConverter* converter = ucnv_openU(Name.Data(), &status);
     if (U_FAILURE(status) || !converter) return;
     Master = converter;
+    // Asked for by an alias, the record reports the standard form of the name.
     Fnd_String standard = Standard_Name(converter);
     if (!standard.Is_Empty()) Mime_Name = standard;
 }
 
-AdCharset::AdCharset(const Fnd_String& Mime_Name) : Cache(nullptr) {
-    auto& map = pMimeMap();
-    auto found = map.find(Key(Mime_Name));
-    if (found != map.end()) {
-        Cache = found->second;
-        return;
-    }
-    // Opening may be slow: the record is made before the map is touched again.
+AdCharset::AdCharset(const Fnd_String& Mime_Name) : Cache(Find_By_Name(Mime_Name)) {
+    if (Cache) return;
+    // Opening may be slow: the record is made outside the lock.
     auto* record = new CsCache();
-    record->init(MimeNameToCp(Mime_Name), Mime_Name);
-    auto inserted = map.emplace(Key(Mime_Name), record);
-    if (!inserted.second) delete record;  // the name appeared meanwhile
-    Cache = inserted.first->second;
+    record->init(MimeNameToCp(Mime_Name), Mime_Name, nullptr);
+    Cache = Enter_By_Name(Mime_Name, record);
+}
+
+AdCharset::AdCharset(unsigned int Code_Page) : Cache(Find_By_Page(Code_Page)) {
+    if (Cache) return;
+    auto* record = new CsCache();
+    record->init(Code_Page, CpToMimeName(Code_Page), nullptr);
+    Cache = Enter_By_Page(Code_Page, record);
+}
+
+void AdCharset::registerConverter(unsigned int Code_Page, const Fnd_String& Mime_Name,
+                                  UConverter* Converter) {
+    CsCache* by_page = Find_By_Page(Code_Page);
+    if (!by_page) by_page = Enter_By_Page(Code_Page, new CsCache());
+    by_page->init(Code_Page, Mime_Name, Converter);
+    CsCache* by_name = Find_By_Name(Mime_Name);
+    if (!by_name) by_name = Enter_By_Name(Mime_Name, new CsCache());
+    by_name->init(Code_Page, Mime_Name, Converter);
 }
 
 bool AdCharset::operator==(const AdCharset& Other) const {
@@ -118,20 +274,18 @@ bool AdCharset::operator==(const AdCharset& Other) const {
 bool AdCharset::isValid() const { return Cache && Cache->Master; }
 
 bool AdCharset::isDefault() const {
-    return Cache && Cache->Mime_Name == getDefaultCharset().getMimeName();
+    const AdCharset& fallback = getDefaultCharset();
+    return Cache && fallback.Cache && Cache->Mime_Name == fallback.Cache->Mime_Name;
 }
 
 unsigned int AdCharset::getWindowsCP() const { return Cache->Code_Page; }
 
 Fnd_String AdCharset::getMimeName() const { return Cache->Mime_Name; }
 
-const AdCharset& AdCharset::getDefaultCharset() {
-    static const AdCharset* charset = [] {
-        std::setlocale(LC_ALL, "");
-        icu::UnicodeString name(ucnv_getDefaultName(), -1, US_INV);
-        return new AdCharset(Fnd_String(name.getBuffer(), name.length()));
-    }();
-    return *charset;
+const AdCharset& AdCharset::getDefaultCharset() { return Default_Slot(); }
+
+void AdCharset::overrideDefaultCharset(const AdCharset& Charset) {
+    Default_Slot() = Charset.Cache ? Charset : Locale_Charset();
 }
 
 const AdCharset& AdCharset::getUTF8Charset() {
@@ -146,41 +300,18 @@ const AdCharset& AdCharset::getASCIICharset() {
 
 UConverter* AdCharset::allocateConverter(converter_t Mode) const {
     if (!isValid()) return nullptr;
-    UErrorCode status = U_ZERO_ERROR;
     UConverter* converter;
     if (!Cache->Pool.empty()) {
         converter = Cache->Pool.back();
         Cache->Pool.pop_back();
         ucnv_reset(converter);
     } else {
+        UErrorCode status = U_ZERO_ERROR;
         converter = ucnv_clone(Cache->Master, &status);
         if (U_FAILURE(status) || !converter) return nullptr;
     }
     // Set up anew whatever the converter's history, so one pool serves all modes.
-    switch (Mode) {
-        case cvt_stop:
-            ucnv_setFallback(converter, false);
-            ucnv_setFromUCallBack(converter, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr,
-                                  nullptr, &status);
-            ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
-                                &status);
-            break;
-        case cvt_escape:
-            ucnv_setFallback(converter, true);
-            ucnv_setFromUCallBack(converter, UCNV_FROM_U_CALLBACK_ESCAPE, UCNV_ESCAPE_XML_HEX,
-                                  nullptr, nullptr, &status);
-            ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_ESCAPE, UCNV_ESCAPE_XML_HEX,
-                                nullptr, nullptr, &status);
-            break;
-        case cvt_substitute:
-            ucnv_setFallback(converter, true);
-            ucnv_setFromUCallBack(converter, UCNV_FROM_U_CALLBACK_SUBSTITUTE, nullptr, nullptr,
-                                  nullptr, &status);
-            ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_SUBSTITUTE, nullptr, nullptr,
-                                nullptr, &status);
-            break;
-    }
-    if (U_FAILURE(status)) {
+    if (!Configure(converter, Mode)) {
         ucnv_close(converter);
         return nullptr;
     }
@@ -188,5 +319,9 @@ UConverter* AdCharset::allocateConverter(converter_t Mode) const {
 }
 
 void AdCharset::freeConverter(UConverter* Converter, converter_t) const {
-    if (Converter && Cache) Cache->Pool.push_back(Converter);
+    if (!Converter) return;
+    if (Cache)
+        Cache->Pool.push_back(Converter);
+    else
+        ucnv_close(Converter);
 }

@@ -1,6 +1,17 @@
-// AdCharset: a cheap handle to an encoding. Behind each handle stands one cached record
-// (CsCache) that lives for the rest of the process and pools ICU converters, since
-// opening a converter is expensive and a converter serves one caller at a time.
+// AdCharset: a cheap handle to an encoding, found by MIME name (or any ICU alias) or by
+// Windows code page number. Behind each handle stands one cached record (CsCache) that
+// lives for the rest of the process and pools ICU converters, since opening a converter
+// is expensive and a converter serves one caller at a time.
+//
+//   const AdCharset& charset = AdCharset::getDefaultCharset();
+//   UConverter* converter = charset.allocateConverter(AdCharset::cvt_stop);
+//   if (converter) {
+//       ... ucnv_fromUChars(converter, ...) ...
+//       charset.freeConverter(converter, AdCharset::cvt_stop);
+//   }
+//
+// A record asked for by name and a record asked for by number are distinct, even for
+// the same encoding; each map keeps the key its caller gave.
 #pragma once
 
 #include <unicode/ucnv.h>
@@ -19,13 +30,17 @@ public:
 
     // The null handle.
     AdCharset() : Cache(nullptr) {}
+    // The encoding of a Windows code page: a page of the known table by its MIME name,
+    // any other page as "windows-<page>". The record is keyed by the page cut to 16 bits.
+    explicit AdCharset(unsigned int Code_Page);
     // The encoding of that name (MIME name or ICU alias). An unknown name gives an
     // invalid handle, and asking for it again opens nothing.
     explicit AdCharset(const Fnd_String& Mime_Name);
     AdCharset(const AdCharset&) = default;
     AdCharset& operator=(const AdCharset&) = default;
+    ~AdCharset() = default;
 
-    // Compares the MIME names exactly.
+    // Compares the MIME names exactly (case-sensitive). Two null handles are equal.
     bool operator==(const AdCharset& Other) const;
     bool isValid() const;
     bool isDefault() const;
@@ -34,13 +49,27 @@ public:
     Fnd_String getMimeName() const;
 
     // The process's charset (from the locale at the first call), "UTF-8", "US-ASCII".
+    // Each is made on first use and lives as long as the process.
     static const AdCharset& getDefaultCharset();
     static const AdCharset& getUTF8Charset();
     static const AdCharset& getASCIICharset();
 
+    // Stands Charset in for the process's default charset, seen also through references
+    // obtained earlier; a null handle puts back the charset of the locale. For tests:
+    // ICU names UTF-8 as the default on this platform whatever the locale. Values that
+    // other layers converted and cached before the change keep their old conversion.
+    static void overrideDefaultCharset(const AdCharset& Charset);
+
     // A converter set up for Mode, or null. Give it back with freeConverter.
     UConverter* allocateConverter(converter_t Mode) const;
+    // Back to the pool; Mode plays no part, allocateConverter sets a converter anew.
     void freeConverter(UConverter* Converter, converter_t Mode) const;
+
+    // Installs an encoding from a converter opened by the caller, under Code_Page and
+    // under Mime_Name. The records keep clones: the caller still owns Converter. An
+    // existing record of that page or name is set up anew and its idle converters closed.
+    static void registerConverter(unsigned int Code_Page, const Fnd_String& Mime_Name,
+                                  UConverter* Converter);
 
 private:
     CsCache* Cache;

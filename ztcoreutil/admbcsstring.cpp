@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "foundation/base/fnd_string.h"
+#include "ztcoreutil/adutf16string.h"
 
 AdMbcsString::AdMbcsString(const AdCharset& Charset, const char* Data, int Length) {
     assign(Charset, Data, Length);
@@ -93,6 +94,12 @@ bool AdMbcsString::cvtFromTchar(const AdCharset& Charset, const Code_Unit* Text,
 bool AdMbcsString::cvtFromTchar(const AdCharset& Charset, const Code_Unit* Text, int Length,
                                 converter_t Mode) {
     return cvtFromUTF16(Charset, Text, Length, Mode);
+}
+
+bool AdMbcsString::cvtFromUTF16(const AdCharset& Charset, const AdUTF16String& Text,
+                                converter_t Mode) {
+    if (Text.isBogus()) return cvtFromUTF16(Charset, nullptr, 0, Mode);
+    return cvtFromUTF16(Charset, Text.length() ? Text.getBuffer() : u"", Text.length(), Mode);
 }
 
 bool AdMbcsString::cvtFromUTF16(const AdCharset& Charset, const Code_Unit* Text,

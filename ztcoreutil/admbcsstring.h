@@ -10,6 +10,7 @@
 #include "foundation/base/fnd_code_unit.h"
 #include "ztcoreutil/adcharset.h"
 
+class AdUTF16String;
 class Fnd_String;
 
 class AdMbcsString {
@@ -48,6 +49,8 @@ public:
     bool cvtFromTchar(const AdCharset& Charset, const Code_Unit* Text, converter_t Mode);
     bool cvtFromTchar(const AdCharset& Charset, const Code_Unit* Text, int Length,
                       converter_t Mode);
+    // A bogus Text fails like a null one.
+    bool cvtFromUTF16(const AdCharset& Charset, const AdUTF16String& Text, converter_t Mode);
     bool cvtFromUTF16(const AdCharset& Charset, const Code_Unit* Text, converter_t Mode);
     // Length -1 means a terminated Text.
     bool cvtFromUTF16(const AdCharset& Charset, const Code_Unit* Text, int Length,

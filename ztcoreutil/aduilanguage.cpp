@@ -5,6 +5,7 @@
 #include <string>
 
 #include "foundation/base/fnd_string.h"
+#include "foundation/mfc/ccollections.h"
 #include "ztcoreutil/admbcsstring.h"
 
 AdUILanguage* AdUILanguage::m_default = nullptr;
@@ -62,4 +63,31 @@ void AdUILanguage::canonicalizeScript(icu::Locale& Locale) {
     else
         name = "zh_Hans_" + country;
     Locale = icu::Locale(name.c_str());
+}
+
+namespace {
+
+void Add_Name(CStringArray& Out, const std::string& Name) {
+    Fnd_String text;
+    for (char c : Name) text += static_cast<unsigned short>(static_cast<unsigned char>(c));
+    Out.Add(text);
+}
+
+}  // namespace
+
+void AdUILanguage::getSearchList(CStringArray& Out) const {
+    Out.Make_Empty();
+    if (isBogus()) return;
+    const std::string language = getLanguage();
+    const std::string script = getScript();
+    const std::string country = getCountry();
+    if (!script.empty()) {
+        if (!country.empty()) Add_Name(Out, language + "_" + script + "_" + country);
+        Add_Name(Out, language + "_" + script);
+    }
+    if (!country.empty()) {
+        Add_Name(Out, language + "_" + country);
+        Add_Name(Out, language + "-" + country);
+    }
+    Add_Name(Out, language);
 }

@@ -6,6 +6,7 @@
 
 #include <unicode/locid.h>
 
+class CStringArray;
 class Fnd_String;
 
 class AdUILanguage : public icu::Locale {
@@ -28,6 +29,11 @@ public:
     // The locale's full name; "root" for English, whose texts live in the root bundle
     // of a catalog.
     const char* getICULocale() const;
+
+    // The bundle names to try for this language, most specific first: with language L,
+    // script S and country C, "L_S_C", "L_S" (with a script), "L_C", "L-C" (with a
+    // country), "L". Empty for a bogus locale.
+    void getSearchList(CStringArray& Out) const;
 
     // Chinese without a script gets one (Hant for Taiwan and Hong Kong, else Hans).
     static void canonicalizeScript(icu::Locale& Locale);

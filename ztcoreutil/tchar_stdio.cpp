@@ -12,7 +12,10 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <string>
 #include <unordered_map>
+
+#include "foundation/base/fnd_string.h"
 
 #include "ztcoreutil/adcharset.h"
 #include "ztcoreutil/prepformat.h"
@@ -56,10 +59,19 @@ int Read_Character(FILE* File, Code_Unit Units[2]) {
     return count;
 }
 
+// The name of the default charset for ICU's file wrapper: the same encoding as every
+// other conversion of this layer, also when a test stands in another default.
+std::string Default_Codepage() {
+    Fnd_String name = AdCharset::getDefaultCharset().getMimeName();
+    std::string bytes;
+    for (long i = 0; i < name.Get_Length(); ++i) bytes += static_cast<char>(name.Data()[i]);
+    return bytes;
+}
+
 // Runs Write on a UFILE wrapping File for this one call.
 template <class Write>
 auto With_Ufile(FILE* File, Write write) -> decltype(write(static_cast<UFILE*>(nullptr))) {
-    UFILE* ufile = u_finit(File, nullptr, nullptr);
+    UFILE* ufile = u_finit(File, nullptr, Default_Codepage().c_str());
     if (!ufile) return -1;
     auto result = write(ufile);
     u_fclose(ufile);

@@ -167,8 +167,9 @@ void Fnd_String::ReleaseBuffer(int New_Length) {
     if (length > Length) {
         Buffer.Set_Size(length);
         Length = length;
-    } else if (Length != 0) {
-        Buffer.Get_Data()[length] = 0;
+    } else {
+        // Also from length 0: units written through GetBuffer must not stay visible
+        // behind a missing terminator.
         Truncate(length);
         Expunge();
     }

@@ -1,0 +1,186 @@
+// AdMbcsString's conversions against ICU's ucnv_fromUChars and ucnv_toUChars called
+// directly on the same text: 1 MiB of UTF-16 (ASCII words, Japanese, Greek and
+// Cyrillic, all of which Shift_JIS can hold) to and from UTF-8 and Shift_JIS.
+//
+// The direct calls are the floor: one converter opened before the loop and an output
+// buffer allocated once. AdMbcsString pays on top for taking a pooled converter,
+// sizing and allocating its result and owning it. After the run a table gives each
+// conversion's time as a ratio to the direct call.
+#include <benchmark/benchmark.h>
+#include <unicode/ucnv.h>
+
+#include <cstdio>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "foundation/base/fnd_string.h"
+#include "ztcoreutil/adcharset.h"
+#include "ztcoreutil/admbcsstring.h"
+
+namespace {
+
+constexpr size_t Text_Units = 512 * 1024;  // 1 MiB of UTF-16
+
+const std::u16string& Mixed_Text() {
+    static const std::u16string text = [] {
+        static const char16_t* const Words[] = {
+            u"record ",         u"\u6587\u5B57\u5217 ",  u"field=value; ",
+            u"\u3072\u3089\u304C\u306A ", u"\u03B1\u03B2\u03B3 ", u"query\n",
+            u"\u30AB\u30BF\u30AB\u30CA ", u"\u0434\u0430\u043D\u043D\u044B\u0435 ",
+            u"id 12345 ",       u"\u8868\u793A "};
+        std::u16string out;
+        for (size_t i = 0; out.size() < Text_Units; ++i) out += Words[(i * 7 + i / 3) % 10];
+        out.resize(Text_Units);
+        if ((out.back() & 0xFC00) == 0xD800) out.back() = u' ';
+        return out;
+    }();
+    return text;
+}
+
+const AdCharset& Charset_Of(int Which) {
+    static const AdCharset sjis(Fnd_String(u"Shift_JIS"));
+    return Which == 0 ? AdCharset::getUTF8Charset() : sjis;
+}
+
+const char* Name_Of(int Which) { return Which == 0 ? "UTF-8" : "Shift_JIS"; }
+
+// The text's bytes in a charset, for the conversions toward 16 bits.
+const std::string& Bytes_Of(int Which) {
+    static std::map<int, std::string> bytes;
+    auto found = bytes.find(Which);
+    if (found != bytes.end()) return found->second;
+    AdMbcsString converted;
+    if (!converted.cvtFromTchar(Charset_Of(Which), Mixed_Text().data(),
+                                static_cast<int>(Mixed_Text().size()), AdCharset::cvt_stop))
+        std::fprintf(stderr, "the bench text does not convert to %s\n", Name_Of(Which));
+    return bytes[Which] = converted.getString();
+}
+
+UConverter* Open(int Which) {
+    UErrorCode status = U_ZERO_ERROR;
+    UConverter* converter = ucnv_open(Name_Of(Which), &status);
+    if (U_FAILURE(status)) return nullptr;
+    ucnv_setFromUCallBack(converter, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
+                          &status);
+    ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+    return converter;
+}
+
+// ---- Toward bytes
+
+void FromTchar_Direct(benchmark::State& State) {
+    const int which = static_cast<int>(State.range(0));
+    UConverter* converter = Open(which);
+    const std::u16string& text = Mixed_Text();
+    std::vector<char> out((text.size() + 10) * static_cast<size_t>(ucnv_getMaxCharSize(converter)));
+    for (auto _ : State) {
+        UErrorCode status = U_ZERO_ERROR;
+        int32_t length = ucnv_fromUChars(converter, out.data(), static_cast<int32_t>(out.size()),
+                                         text.data(), static_cast<int32_t>(text.size()), &status);
+        if (U_FAILURE(status)) State.SkipWithError("conversion failed");
+        benchmark::DoNotOptimize(length);
+    }
+    ucnv_close(converter);
+    State.SetBytesProcessed(static_cast<int64_t>(State.iterations() * text.size() * 2));
+}
+
+void FromTchar_Mbcs(benchmark::State& State) {
+    const AdCharset& charset = Charset_Of(static_cast<int>(State.range(0)));
+    const Fnd_String text(Mixed_Text().data(), static_cast<long>(Mixed_Text().size()));
+    for (auto _ : State) {
+        AdMbcsString bytes;
+        if (!bytes.cvtFromTchar(charset, text, AdCharset::cvt_stop))
+            State.SkipWithError("conversion failed");
+        benchmark::DoNotOptimize(bytes.getData());
+    }
+    State.SetBytesProcessed(static_cast<int64_t>(State.iterations() * Mixed_Text().size() * 2));
+}
+
+// ---- Toward 16 bits
+
+void ToTchar_Direct(benchmark::State& State) {
+    const int which = static_cast<int>(State.range(0));
+    UConverter* converter = Open(which);
+    const std::string& bytes = Bytes_Of(which);
+    std::vector<char16_t> out(2 * bytes.size() + 1);
+    for (auto _ : State) {
+        UErrorCode status = U_ZERO_ERROR;
+        int32_t length = ucnv_toUChars(converter, out.data(), static_cast<int32_t>(out.size()),
+                                       bytes.data(), static_cast<int32_t>(bytes.size()), &status);
+        if (U_FAILURE(status)) State.SkipWithError("conversion failed");
+        benchmark::DoNotOptimize(length);
+    }
+    ucnv_close(converter);
+    State.SetBytesProcessed(static_cast<int64_t>(State.iterations() * Mixed_Text().size() * 2));
+}
+
+void ToTchar_Mbcs(benchmark::State& State) {
+    const int which = static_cast<int>(State.range(0));
+    const AdMbcsString bytes(Charset_Of(which), Bytes_Of(which));
+    for (auto _ : State) {
+        Fnd_String out;
+        if (!bytes.cvtToTchar(out, AdCharset::cvt_stop)) State.SkipWithError("conversion failed");
+        benchmark::DoNotOptimize(out.Data());
+    }
+    State.SetBytesProcessed(static_cast<int64_t>(State.iterations() * Mixed_Text().size() * 2));
+}
+
+BENCHMARK(FromTchar_Direct)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
+BENCHMARK(FromTchar_Mbcs)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ToTchar_Direct)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ToTchar_Mbcs)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
+
+// ---- The table of ratios
+
+class Ratio_Reporter : public benchmark::ConsoleReporter {
+public:
+    // With repetitions the median stands for a benchmark, else its one run.
+    void ReportRuns(const std::vector<Run>& Runs) override {
+        ConsoleReporter::ReportRuns(Runs);
+        for (const Run& run : Runs) {
+            const std::string name = run.run_name.str();
+            if (run.run_type == Run::RT_Aggregate) {
+                if (run.aggregate_name == "median") Times[name] = run.GetAdjustedRealTime();
+            } else if (!Times.count(name) || run.repetitions <= 1) {
+                Times[name] = run.GetAdjustedRealTime();
+            }
+        }
+    }
+
+    void Print_Ratios() const {
+        std::printf("\nAdMbcsString time as a ratio to direct ICU (goal: at most 1.20)\n");
+        std::printf("%-12s %-10s %12s %12s %8s\n", "direction", "charset", "direct us",
+                    "AdMbcs us", "ratio");
+        for (const char* direction : {"FromTchar", "ToTchar"}) {
+            for (int which = 0; which < 2; ++which) {
+                const std::string arg = "/" + std::to_string(which);
+                const double direct = Get(std::string(direction) + "_Direct" + arg);
+                const double mbcs = Get(std::string(direction) + "_Mbcs" + arg);
+                if (direct <= 0 || mbcs <= 0) continue;
+                std::printf("%-12s %-10s %12.1f %12.1f %8.2f\n", direction, Name_Of(which),
+                            direct, mbcs, mbcs / direct);
+            }
+        }
+    }
+
+private:
+    std::map<std::string, double> Times;
+
+    double Get(const std::string& Name) const {
+        auto found = Times.find(Name);
+        return found == Times.end() ? 0 : found->second;
+    }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    Ratio_Reporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    reporter.Print_Ratios();
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,0 +1,206 @@
+// Conversions of AdMbcsString and AdUTF16String in each failure mode.
+#include "ztcoreutil/admbcsstring.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "foundation/base/fnd_string.h"
+#include "ztcoreutil/adutf16string.h"
+
+namespace {
+
+std::u16string Text(const Fnd_String& S) {
+    return std::u16string(S.Data(), static_cast<size_t>(S.Get_Length()));
+}
+
+std::u16string Text(const icu::UnicodeString& S) {
+    return std::u16string(S.getBuffer(), static_cast<size_t>(S.length()));
+}
+
+const AdCharset& Sjis() {
+    static const AdCharset charset(Fnd_String(u"Shift_JIS"));
+    return charset;
+}
+
+// The 16-bit text of Bytes in Charset and Mode, or "<failed>" (Out must then be empty).
+std::u16string Decoded(const AdCharset& Charset, const std::string& Bytes,
+                       AdCharset::converter_t Mode) {
+    Fnd_String out(u"previous");
+    if (!AdMbcsString::cvtToTchar(Charset, Bytes.data(), static_cast<int>(Bytes.size()), out,
+                                  Mode))
+        return out.Is_Empty() ? u"<failed>" : u"<failed, output left>";
+    return Text(out);
+}
+
+std::string Encoded(const AdCharset& Charset, const std::u16string& Units,
+                    AdCharset::converter_t Mode) {
+    AdMbcsString bytes(Charset, "previous");
+    if (!bytes.cvtFromTchar(Charset, Units.data(), static_cast<int>(Units.size()), Mode)) {
+        if (bytes.isValid() || bytes.getLength() != 0 || bytes.getData()) return "<bad state>";
+        return "<failed>";
+    }
+    return bytes.getString();
+}
+
+TEST(AdMbcsStringModes, UnmappableCharactersTowardBytes) {
+    const AdCharset& ascii = AdCharset::getASCIICharset();
+    EXPECT_EQ(Encoded(ascii, u"caf\u00E9", AdCharset::cvt_stop), "<failed>");
+    EXPECT_EQ(Encoded(ascii, u"caf\u00E9", AdCharset::cvt_escape), "caf&#xE9;");
+    EXPECT_EQ(Encoded(ascii, u"caf\u00E9", AdCharset::cvt_substitute), "caf\x1a");
+    // A character outside the basic plane is one escape, not two.
+    EXPECT_EQ(Encoded(ascii, u"\U0001F600", AdCharset::cvt_escape), "&#x1F600;");
+    EXPECT_EQ(Encoded(Sjis(), u"\u3042\u00E9", AdCharset::cvt_stop), "<failed>");
+    EXPECT_EQ(Encoded(Sjis(), u"\u3042", AdCharset::cvt_stop), "\x82\xA0");
+    EXPECT_EQ(Encoded(Sjis(), u"\u3042\u0101", AdCharset::cvt_escape), "\x82\xA0&#x101;");
+    // A lone surrogate is no character in any encoding.
+    const AdCharset& utf8 = AdCharset::getUTF8Charset();
+    EXPECT_EQ(Encoded(utf8, std::u16string(1, u'\xD800'), AdCharset::cvt_stop), "<failed>");
+    EXPECT_EQ(Encoded(utf8, std::u16string(u"a") + u'\xDC00', AdCharset::cvt_substitute),
+              "a\xEF\xBF\xBD");
+}
+
+TEST(AdMbcsStringModes, BadBytesToward16Bits) {
+    const AdCharset& utf8 = AdCharset::getUTF8Charset();
+    EXPECT_EQ(Decoded(utf8, "a\xFF" "b", AdCharset::cvt_stop), u"<failed>");
+    EXPECT_EQ(Decoded(utf8, "a\xFF" "b", AdCharset::cvt_escape), u"a&#xFF;b");
+    EXPECT_EQ(Decoded(utf8, "a\xFF" "b", AdCharset::cvt_substitute), u"a\uFFFDb");
+    // A sequence cut off at the end of the bytes.
+    EXPECT_EQ(Decoded(utf8, "a\xE3\x81", AdCharset::cvt_stop), u"<failed>");
+    EXPECT_EQ(Decoded(Sjis(), "\x82\xA0x", AdCharset::cvt_stop), u"\u3042x");
+    EXPECT_EQ(Decoded(Sjis(), "x\x82", AdCharset::cvt_stop), u"<failed>");
+    EXPECT_EQ(Decoded(Sjis(), "x\x82", AdCharset::cvt_substitute).substr(0, 1), u"x");
+    EXPECT_EQ(Decoded(Sjis(), "x\x82", AdCharset::cvt_substitute).size(), 2u);
+    // US-ASCII knows no byte above 0x7F.
+    EXPECT_EQ(Decoded(AdCharset::getASCIICharset(), "\xC3\xA9", AdCharset::cvt_stop),
+              u"<failed>");
+}
+
+TEST(AdMbcsStringModes, OutputLongerThanTheFirstGuessIsRetried) {
+    // Escapes grow each bad byte into six units, beyond two units a byte.
+    std::string bad(300, '\xFF');
+    std::u16string expected;
+    for (int i = 0; i < 300; ++i) expected += u"&#xFF;";
+    EXPECT_EQ(Decoded(AdCharset::getUTF8Charset(), bad, AdCharset::cvt_escape), expected);
+    // And each unmappable unit into six bytes, beyond ten spare characters.
+    std::u16string accents(300, u'\u00E9');
+    std::string escaped;
+    for (int i = 0; i < 300; ++i) escaped += "&#xE9;";
+    EXPECT_EQ(Encoded(AdCharset::getASCIICharset(), accents, AdCharset::cvt_escape), escaped);
+}
+
+TEST(AdMbcsString, ValidityFollowsTheLastAssignmentOrConversion) {
+    const AdCharset& utf8 = AdCharset::getUTF8Charset();
+    AdMbcsString bytes;
+    EXPECT_FALSE(bytes.isValid());
+    EXPECT_EQ(bytes.getData(), nullptr);
+    // Length 0 is a valid empty result, unlike a null source.
+    ASSERT_TRUE(bytes.cvtFromTchar(utf8, Fnd_String(), AdCharset::cvt_stop));
+    EXPECT_TRUE(bytes.isValid());
+    EXPECT_STREQ(bytes.getData(), "");
+    EXPECT_TRUE(bytes.getCharset() == utf8);
+    EXPECT_FALSE(bytes.cvtFromUTF16(utf8, static_cast<const Code_Unit*>(nullptr),
+                                    AdCharset::cvt_stop));
+    EXPECT_FALSE(bytes.isValid());
+    Fnd_String out(u"x");
+    EXPECT_TRUE(AdMbcsString::cvtToTchar(utf8, "", out, AdCharset::cvt_stop));
+    EXPECT_TRUE(out.Is_Empty());
+
+    // Bytes with a 0 inside, copied with their validity.
+    AdMbcsString zero(utf8, "a\0b", 3);
+    AdMbcsString copy(zero);
+    EXPECT_TRUE(copy.isValid());
+    EXPECT_EQ(copy.getLength(), 3);
+    ASSERT_TRUE(copy.cvtToTchar(out, AdCharset::cvt_stop));
+    EXPECT_EQ(Text(out), std::u16string(u"a\0b", 3));
+    copy.assign(utf8, nullptr, 5);
+    EXPECT_FALSE(copy.isValid());
+    EXPECT_EQ(copy.getLength(), 0);
+    copy = zero;
+    EXPECT_TRUE(copy.isValid());
+    AdMbcsString from_std(Sjis(), std::string("\x82\xA0"));
+    ASSERT_TRUE(from_std.cvtToTchar(out, AdCharset::cvt_stop));
+    EXPECT_EQ(Text(out), u"\u3042");
+}
+
+TEST(AdUTF16String, BogusIsInvalid) {
+    AdUTF16String text;
+    EXPECT_FALSE(text.isValid());
+    EXPECT_EQ(text.getData(), nullptr);
+    Fnd_String out(u"x");
+    EXPECT_FALSE(text.cvtToTchar(out, AdCharset::cvt_stop));
+    EXPECT_TRUE(out.Is_Empty());
+    AdMbcsString bytes;
+    EXPECT_FALSE(bytes.cvtFromUTF16(AdCharset::getUTF8Charset(), text, AdCharset::cvt_stop));
+
+    text.assign(u"ab", -1);
+    EXPECT_TRUE(text.isValid());
+    EXPECT_EQ(text.getLength(), 2);
+    text.assign(nullptr, 3);
+    EXPECT_FALSE(text.isValid());
+    // Converting from 16 bits is an assignment and reports true even for null.
+    EXPECT_TRUE(text.cvtFromTchar(static_cast<const Code_Unit*>(nullptr), AdCharset::cvt_stop));
+    EXPECT_FALSE(text.isValid());
+    EXPECT_TRUE(text.cvtFromTchar(Fnd_String(), AdCharset::cvt_stop));
+    EXPECT_TRUE(text.isValid());
+    EXPECT_EQ(text.getLength(), 0);
+    ASSERT_TRUE(text.cvtToTchar(out, AdCharset::cvt_stop));
+    EXPECT_TRUE(out.Is_Empty());
+    EXPECT_FALSE(AdUTF16String::cvtToTchar(nullptr, out, AdCharset::cvt_stop));
+    EXPECT_TRUE(AdUTF16String::cvtToTchar(u"xyz", 2, out, AdCharset::cvt_stop));
+    EXPECT_EQ(Text(out), u"xy");
+}
+
+TEST(AdUTF16String, FromBytes) {
+    AdUTF16String text;
+    ASSERT_TRUE(text.cvtFromMBCS(Sjis(), "\x82\xA0\x82\xA2", AdCharset::cvt_stop));
+    EXPECT_EQ(Text(text.getString()), u"\u3042\u3044");
+    ASSERT_TRUE(text.cvtFromMBCS(AdCharset::getUTF8Charset(), "ab\0c", 4, AdCharset::cvt_stop));
+    EXPECT_EQ(Text(text), std::u16string(u"ab\0c", 4));
+    // A failure leaves it bogus, in strict mode only.
+    EXPECT_FALSE(text.cvtFromMBCS(AdCharset::getUTF8Charset(), "a\xFF", AdCharset::cvt_stop));
+    EXPECT_FALSE(text.isValid());
+    ASSERT_TRUE(text.cvtFromMBCS(AdCharset::getUTF8Charset(), "a\xFF", AdCharset::cvt_escape));
+    EXPECT_EQ(Text(text), u"a&#xFF;");
+    EXPECT_FALSE(text.cvtFromMBCS(AdCharset::getUTF8Charset(), nullptr, AdCharset::cvt_stop));
+    EXPECT_FALSE(text.isValid());
+    EXPECT_FALSE(text.cvtFromMBCS(AdCharset(Fnd_String(u"no-such-charset")), "a",
+                                  AdCharset::cvt_substitute));
+    EXPECT_FALSE(text.isValid());
+    // From an AdMbcsString, invalid or not, and back.
+    EXPECT_FALSE(text.cvtFromMBCS(AdMbcsString(), AdCharset::cvt_stop));
+    AdMbcsString bytes(Sjis(), "\x82\xA0");
+    ASSERT_TRUE(text.cvtFromMBCS(bytes, AdCharset::cvt_stop));
+    AdMbcsString back;
+    ASSERT_TRUE(back.cvtFromUTF16(AdCharset::getUTF8Charset(), text, AdCharset::cvt_stop));
+    EXPECT_EQ(back.getString(), "\xE3\x81\x82");
+}
+
+TEST(AdUTF16String, DataOfAnAliasIsTerminatedCopy) {
+    // A read-only alias of a buffer without room for the terminator.
+    const Code_Unit full[3] = {u'a', u'b', u'c'};
+    AdUTF16String alias;
+    alias.setTo(false, full, 3);
+    ASSERT_TRUE(alias.isValid());
+    const Code_Unit* data = alias.getData();
+    ASSERT_NE(data, nullptr);
+    EXPECT_NE(data, full);
+    EXPECT_EQ(std::u16string(data), u"abc");
+    // A writable alias filled to its capacity.
+    Code_Unit writable[2] = {u'x', u'y'};
+    AdUTF16String filled;
+    filled.setTo(writable, 2, 2);
+    data = filled.getData();
+    ASSERT_NE(data, nullptr);
+    EXPECT_EQ(std::u16string(data), u"xy");
+    EXPECT_EQ(writable[0], u'x');
+    EXPECT_EQ(writable[1], u'y');
+    // Copies are independent of their source.
+    AdUTF16String copy(alias);
+    alias.assign(u"zz", -1);
+    EXPECT_EQ(std::u16string(copy.getData()), u"abc");
+    AdUTF16String from_icu(icu::UnicodeString(u"q"));
+    EXPECT_EQ(std::u16string(from_icu.getData()), u"q");
+}
+
+}  // namespace
