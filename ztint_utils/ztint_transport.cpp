@@ -3,7 +3,9 @@
 #include "foundation/base/fnd_condition.h"
 #include "foundation/base/fnd_message.h"
 #include "foundation/base/fnd_string.h"
+#include "foundation/host/hst_errors.h"
 #include "foundation/host/hst_filesystem.h"
+#include "foundation/host/hst_switches.h"
 #include "ztcoreutil/adcharset.h"
 #include "ztcoreutil/admbcsstring.h"
 #include "ztint_base/ztint_strings.h"
@@ -59,6 +61,20 @@ int Write_Whole(ZTInt_RPC_Handle* handle, const void* data, int32_t size, char**
     return result;
 }
 
+// A failed read or write says what the system said, also when no catalog gives the
+// message its text (the bare message then shows only the errno's number).
+void Add_System_Text(const Fnd_Condition& condition, Fnd_String& image)
+{
+    const Hst_Sys_Call_Error* failure = Hst_Sys_Call_Error::Convert(condition.Get_Error());
+    if (failure == nullptr || failure->Errno == 0)
+        return;
+    const Fnd_String text = Hst_Strerror(failure->Errno);
+    if (text.Is_Empty() || image.Find(text.Data()) >= 0)
+        return;
+    image.Append(u": ");
+    image.Append(text);
+}
+
 }  // namespace
 
 int Set_Result(const Fnd_Condition& condition, int& result, char** error)
@@ -70,6 +86,7 @@ int Set_Result(const Fnd_Condition& condition, int& result, char** error)
     result = ZTInt_transport_Failed;
     Fnd_String image;
     condition.Image(image, Fnd_Detail_Normal, 0, 1, 1, 1, Fnd_Message::Default_Message_Separator());
+    Add_System_Text(condition, image);
     AdMbcsString bytes;
     if (bytes.cvtFromTchar(AdCharset::getDefaultCharset(), image, AdCharset::cvt_stop) && bytes.getData() != nullptr)
         *error = ZTInt_String_New(bytes.getData());

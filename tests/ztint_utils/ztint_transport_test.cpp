@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -11,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include "foundation/base/fnd_message.h"
+#include "foundation/host/hst_switches.h"
 #include "ztint_base/ztint_strings.h"
 #include "ztint_utils/ztint_transport.h"
 
@@ -177,6 +180,26 @@ TEST_F(Transport, WriteToAClosedPeerFailsWithTheSystemText)
     ZTInt_String_Free(error);
     EXPECT_EQ(ZTInt_transport_Send_Atomic(&handle, sent, &error), -1);
     EXPECT_NE(Error().find("Broken pipe"), std::string::npos) << Error();
+    ZTInt_msg_Free(sent);
+}
+
+TEST_F(Transport, FailuresCarryTheSystemTextAlsoWithoutACatalog)
+{
+    setenv("ZT_MESSAGES", "/nonexistent/catalogs", 1);
+    Hst_Switches::Clear_Cache();
+    Fnd_Message::Refresh_Databases();
+    Close_Far();
+    ZTInt_msg_struct* sent = String_Call("x");
+    EXPECT_EQ(ZTInt_transport_Send(&handle, sent, &error), -1);
+    EXPECT_NE(Error().find("Broken pipe"), std::string::npos) << Error();
+    ZTInt_String_Free(error);
+    error = nullptr;
+    // A read of a descriptor that is not open.
+    handle.Read_File = -1;
+    ZTInt_msg_struct* out = nullptr;
+    EXPECT_EQ(ZTInt_transport_Recv(&handle, &out, &error), -1);
+    EXPECT_NE(Error().find("Bad file descriptor"), std::string::npos) << Error();
+    EXPECT_EQ(out, nullptr);
     ZTInt_msg_Free(sent);
 }
 

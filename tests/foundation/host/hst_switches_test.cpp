@@ -1,0 +1,304 @@
+// Switches: names with the product prefix, defaults and which of them go back to the
+// environment, the derived directories, the cache, and the small host functions.
+#include "foundation/host/hst_switches.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "tests/foundation/base/message_test_support.h"
+
+using namespace message_test;
+
+namespace {
+
+std::string Env(const char* Name) {
+    const char* value = getenv(Name);
+    return value != nullptr ? value : "<unset>";
+}
+
+// A fresh directory, removed at the end of the test.
+struct Temp_Dir {
+    Temp_Dir() {
+        char name[] = "/tmp/zt_switches_XXXXXX";
+        EXPECT_NE(mkdtemp(name), nullptr);
+        Path = name;
+    }
+    ~Temp_Dir() {
+        std::error_code ignored;
+        std::filesystem::remove_all(Path, ignored);
+    }
+    std::string Path;
+};
+
+}  // namespace
+
+TEST(Hst_Switches, SessionNamesTakeThePrefixOnceAndKeepIt) {
+    EXPECT_EQ(Hst_Switches::Get_Product_Prefix(), nullptr);
+    EXPECT_EQ(Narrow(Hst_Switches::Normalize_Session_Switch(Wide("HOME"))), "ZT_HOME");
+    EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Name()), "ZT_MESSAGES");
+
+    Hst_Switches::Set_Product_Prefix(Wide("AB_"));
+    ASSERT_NE(Hst_Switches::Get_Product_Prefix(), nullptr);
+    EXPECT_EQ(Narrow(*Hst_Switches::Get_Product_Prefix()), "AB_");
+    EXPECT_EQ(Narrow(Hst_Switches::Normalize_Session_Switch(Wide("HOME"))), "AB_HOME");
+    EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Name()), "ZT_MESSAGES");  // cached before
+    EXPECT_EQ(Narrow(Hst_Switches::Ui_Path_Switch_Name()), "AB_UI_PATH");
+    EXPECT_EQ(Narrow(Hst_Switches::Env_Home_Switch_Name()), "HOME");  // no prefix
+}
+
+TEST(Hst_Switches, DefaultsAndWhichOfThemAreWrittenBack) {
+    unsetenv("ZT_HOME");
+    unsetenv("ZT_ARCH");
+    unsetenv("ZT_XTERM");
+    unsetenv("TMPDIR");
+    unsetenv("ZT_DATABASES");
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Product_Home_Switch_Value()), "/opt/morvane/zentrak");
+    EXPECT_EQ(Env("ZT_HOME"), "<unset>");
+    EXPECT_EQ(Narrow(Hst_Switches::Architecture_Switch_Value()), Narrow(arch_names[3]));
+    EXPECT_EQ(Env("ZT_ARCH"), Narrow(arch_names[3]));
+    EXPECT_EQ(Narrow(Hst_Switches::Xterm_Switch_Value()), "xterm");
+    EXPECT_EQ(Env("ZT_XTERM"), "<unset>");
+    EXPECT_EQ(Narrow(Hst_Switches::Env_Tmpdir_Switch_Value()), "/tmp");
+    EXPECT_EQ(Env("TMPDIR"), "<unset>");
+    EXPECT_EQ(Narrow(Hst_Switches::Databases_Switch_Value()), "");
+    EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Value()), Env("ZT_MESSAGES"));
+}
+
+TEST(Hst_Switches, AValueStaysUntilTheCacheIsClearedButDatabaseSwitchesSurvive) {
+    setenv("EDITOR", "vi", 1);
+    setenv("ZT_DATABASES", "one", 1);
+    setenv("ZT_DB_VENDOR", "v1", 1);
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Env_Editor_Switch_Value()), "vi");
+    EXPECT_EQ(Narrow(Hst_Switches::Databases_Switch_Value()), "one");
+    EXPECT_EQ(Narrow(Hst_Switches::Db_Vendor_Switch_Value()), "v1");
+    setenv("EDITOR", "emacs", 1);
+    setenv("ZT_DATABASES", "two", 1);
+    setenv("ZT_DB_VENDOR", "v2", 1);
+    EXPECT_EQ(Narrow(Hst_Switches::Env_Editor_Switch_Value()), "vi");
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Env_Editor_Switch_Value()), "emacs");
+    EXPECT_EQ(Narrow(Hst_Switches::Databases_Switch_Value()), "one");
+    EXPECT_EQ(Narrow(Hst_Switches::Db_Vendor_Switch_Value()), "v1");
+}
+
+TEST(Hst_Switches, SettersChangeCacheAndEnvironment) {
+    Hst_Switches::Set_Env_Path(Wide("/a:/b"));
+    EXPECT_EQ(Narrow(Hst_Switches::Env_Path_Switch_Value()), "/a:/b");
+    EXPECT_EQ(Env("PATH"), "/a:/b");
+    Hst_Switches::Set_Script_Path(Wide("/s"));
+    EXPECT_EQ(Narrow(Hst_Switches::Script_Path_Switch_Value()), "/s");
+    EXPECT_EQ(Env("ZT_SCRIPT_PATH"), "/s");
+    Hst_Switches::Set_Product_Home(Wide("/prod"));
+    EXPECT_EQ(Env("ZT_HOME"), "/prod");
+    Hst_Switches::Set_Databases(Wide("db"));
+    EXPECT_EQ(Env("ZT_DATABASES"), "db");
+    Hst_Switches::Set_Base_Dir(Wide("/base"));
+    EXPECT_EQ(Narrow(Hst_Switches::Base_Dir_Switch_Value()), "/base");
+    EXPECT_EQ(Env("ZT_BASE_DIR"), "/base");
+}
+
+TEST(Hst_Switches, DerivedProductDirectories) {
+    setenv("ZT_HOME", "/prod", 1);
+    setenv("ZT_ARCH", "arch1", 1);
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Get_Product_Bin_Dir()), "/prod/bin");
+    EXPECT_EQ(Narrow(Hst_Switches::Get_Product_Arch_Dir()), "/prod/arch1");
+    EXPECT_EQ(Narrow(Hst_Switches::Get_Product_Arch_Bin_Dir()), "/prod/arch1/bin");
+}
+
+TEST(Hst_Switches, TheDriverOfADatabaseVendor) {
+    setenv("ZT_HOME", "/prod", 1);
+    setenv("ZT_ARCH", "arch1", 1);
+    unsetenv("ZT_DB_DRIVER");
+    unsetenv("ZT_DB_VENDOR");
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Get_Db_Driver(Wide("ora"))), "/prod/arch1/shlib/db_ora");
+    EXPECT_EQ(Env("ZT_DB_DRIVER"), "/prod/arch1/shlib/db_ora");
+    EXPECT_EQ(Env("ZT_DB_VENDOR"), "ora");
+    // The same vendor keeps its driver, even one set by hand.
+    Hst_Switches::Set_Db_Driver(Wide("/custom/ora.so"));
+    EXPECT_EQ(Narrow(Hst_Switches::Get_Db_Driver(Wide("ora"))), "/custom/ora.so");
+    // A new vendor replaces the driver of the old one.
+    EXPECT_EQ(Narrow(Hst_Switches::Get_Db_Driver(Wide("sql"))), "/prod/arch1/shlib/db_sql");
+    EXPECT_EQ(Narrow(Hst_Switches::Db_Vendor_Switch_Value()), "sql");
+    // A driver that belongs to no vendor yet is claimed by the first one asked for.
+    Hst_Switches::Set_Db_Vendor(Wide(""));
+    Hst_Switches::Set_Db_Driver(Wide("/given.so"));
+    EXPECT_EQ(Narrow(Hst_Switches::Get_Db_Driver(Wide("pg"))), "/given.so");
+    EXPECT_EQ(Env("ZT_DB_VENDOR"), "pg");
+}
+
+TEST(Hst_Switches, TheMorvaneDirectoryFollowsHome) {
+    setenv("HOME", "/home/u", 1);
+    unsetenv("ZT_MORVANE_DIR");
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Morvane_Dir_Switch_Value()), "/home/u/.Morvane");
+    EXPECT_EQ(Env("ZT_MORVANE_DIR"), "/home/u/.Morvane");
+
+    setenv("HOME", "/", 1);
+    unsetenv("ZT_MORVANE_DIR");
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Morvane_Dir_Switch_Value()), "/.Morvane");
+
+    unsetenv("HOME");
+    unsetenv("ZT_MORVANE_DIR");
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Morvane_Dir_Switch_Value()), ".Morvane");
+
+    setenv("ZT_MORVANE_DIR", "/given", 1);
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Morvane_Dir_Switch_Value()), "/given");
+}
+
+TEST(Hst_Switches, TheUserDirectoryAndTheProductDirectoryOfTheUser) {
+    setenv("ZT_MORVANE_DIR", "/m", 1);
+    unsetenv("ZT_USER_DIR");
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::User_Dir_Switch_Value()), "/m");
+    EXPECT_EQ(Env("ZT_USER_DIR"), "/m");
+
+    Hst_Switches::Set_User_Product_Dir(Wide("proj"));
+    unsetenv("ZT_USER_DIR");
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::User_Dir_Switch_Value()), "/m/proj");
+
+    Hst_Switches::Set_User_Product_Dir(Wide("/abs/proj"));
+    unsetenv("ZT_USER_DIR");
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::User_Dir_Switch_Value()), "/abs/proj");
+    EXPECT_EQ(Env("ZT_USER_DIR"), "/abs/proj");
+}
+
+TEST(Hst_Switches, TheTemporaryDirectoryIsMadeOnFirstUse) {
+    Temp_Dir base;
+    setenv("ZT_USER_DIR", base.Path.c_str(), 1);
+    unsetenv("ZT_TEMP_DIR");
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Temp_Dir_Switch_Value()), base.Path + "/tmp");
+    EXPECT_EQ(Env("ZT_TEMP_DIR"), base.Path + "/tmp");
+    EXPECT_TRUE(std::filesystem::is_directory(base.Path + "/tmp"));
+
+    // A given directory is made too; one that cannot be made is still the answer.
+    setenv("ZT_TEMP_DIR", (base.Path + "/given").c_str(), 1);
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Temp_Dir_Switch_Value()), base.Path + "/given");
+    EXPECT_TRUE(std::filesystem::is_directory(base.Path + "/given"));
+    setenv("ZT_TEMP_DIR", (base.Path + "/no/such/parent").c_str(), 1);
+    Hst_Switches::Clear_Cache();
+    EXPECT_EQ(Narrow(Hst_Switches::Temp_Dir_Switch_Value()), base.Path + "/no/such/parent");
+}
+
+TEST(Hst_Switches, PlatformsAndAccessCategories) {
+    EXPECT_EQ(Hst_Switches::Is_Platform_Name(Wide("hppa")), 1);
+    EXPECT_EQ(Hst_Switches::Is_Platform_Name(Fnd_String(Hst_Switches::This_Platform())), 1);
+    EXPECT_EQ(Hst_Switches::Is_Platform_Name(Wide("any")), 0);
+    EXPECT_EQ(Narrow(Hst_Switches::Any_Platform()), "any");
+    EXPECT_EQ(Narrow(Hst_Switches::Arch_Platform()), "<arch>");
+
+    EXPECT_EQ(Narrow(Hst_Access_Category_Image(0)), "nil_access");
+    EXPECT_EQ(Narrow(Hst_Access_Category_Image(7)), "group_public");
+    EXPECT_EQ(Narrow(Hst_Access_Category_Image(9)), "<unknown>");
+    EXPECT_EQ(Hst_Access_Category_Value(Wide("PRIVATE")), Hst_User_Only);
+    EXPECT_EQ(Hst_Access_Category_Value(Wide("View")), Hst_Group_Public);
+    EXPECT_EQ(Hst_Access_Category_Value(Wide("nil")), Hst_Nil_Access);
+    EXPECT_EQ(Hst_Access_Category_Value(Wide("public")), Hst_Public);
+    EXPECT_EQ(Hst_Access_Category_Value(Wide("other")), Hst_Unknown_Access);
+    for (long value = 0; value <= 8; ++value)
+        EXPECT_EQ(Hst_Access_Category_Value(Fnd_String(Hst_Access_Category_Image(value))), value);
+    EXPECT_EQ(Hst_Category_Is_Managed(2), 0);
+    EXPECT_EQ(Hst_Category_Is_Managed(3), 1);
+    EXPECT_EQ(Hst_Category_Is_Managed(8), 1);
+    EXPECT_EQ(Hst_Category_Is_Managed(9), 0);
+}
+
+TEST(Hst_Host_Functions, ErrorTextsDirectoriesAndProcesses) {
+    EXPECT_EQ(Narrow(Hst_Strerror(ENOENT)), "No such file or directory");
+
+    Code_Unit buffer[1025];
+    ASSERT_NE(Hst_Getcwd(buffer, 1025), nullptr);
+    EXPECT_EQ(Narrow(Fnd_String(buffer)), std::filesystem::current_path().string());
+    EXPECT_EQ(Hst_Getcwd(buffer, 1), nullptr);  // does not fit
+
+    Fnd_String resolved;
+    ASSERT_NE(Hst_Realpath(Wide("/tmp/../tmp/."), resolved), nullptr);
+    EXPECT_EQ(Narrow(resolved), std::filesystem::canonical("/tmp").string());
+    EXPECT_EQ(Hst_Realpath(Wide("/no/such/path"), resolved), nullptr);
+    EXPECT_EQ(Hst_Lchown(Fnd_String(u"\xD800"), 0, 0), -1);
+
+    EXPECT_EQ(Hst_Process_Exists(getpid()), 1);
+    const pid_t child = fork();
+    if (child == 0) _exit(0);
+    ASSERT_GT(child, 0);
+    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    EXPECT_EQ(Hst_Process_Exists(child), 0);
+
+    ASSERT_EQ(Hst_Ignore_Signal(SIGUSR2), 0);
+    EXPECT_EQ(raise(SIGUSR2), 0);  // still alive
+    struct rlimit limit {};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_EQ(Hst_Max_Open_Files(), static_cast<long>(limit.rlim_cur));
+}
+
+TEST(Hst_Host_Functions, BinaryExecutablesOfThisPlatform) {
+    Temp_Dir dir;
+    EXPECT_EQ(Hst_Is_Binary_Executable(Wide("/proc/self/exe"), -1), 1);
+    const std::string script = dir.Path + "/script";
+    std::ofstream(script) << "#!/bin/sh\nexit 0\n";
+    chmod(script.c_str(), 0755);
+    EXPECT_EQ(Hst_Is_Binary_Executable(Wide(script), -1), 0);
+    // A copy of this program without execute bits is no executable.
+    const std::string copy = dir.Path + "/copy";
+    std::filesystem::copy_file("/proc/self/exe", copy);
+    chmod(copy.c_str(), 0644);
+    EXPECT_EQ(Hst_Is_Binary_Executable(Wide(copy), -1), 0);
+    chmod(copy.c_str(), 0700);
+    // A given descriptor stays open and where it was.
+    const int fd = open(copy.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(lseek(fd, 10, SEEK_SET), 10);
+    EXPECT_EQ(Hst_Is_Binary_Executable(Fnd_String(), fd), 1);
+    EXPECT_EQ(lseek(fd, 0, SEEK_CUR), 10);
+    close(fd);
+    EXPECT_EQ(Hst_Is_Binary_Executable(Wide(dir.Path + "/missing"), -1), 0);
+}
+
+TEST(Hst_Host_Functions, CatalogFilesAndRunningOutOfDescriptors) {
+    Temp_Dir dir;
+    const std::string empty = dir.Path + "/empty", full = dir.Path + "/full";
+    std::ofstream{empty};
+    std::ofstream(full) << "data";
+    long too_many = -1;
+    EXPECT_EQ(Hst_Pre_Catalog_Open(Wide(full), too_many), 1);
+    EXPECT_EQ(Hst_Pre_Catalog_Open(Wide(empty), too_many), 0);
+    EXPECT_EQ(Hst_Pre_Catalog_Open(Wide(dir.Path + "/missing"), too_many), 0);
+    EXPECT_EQ(too_many, 0);
+
+    // With the soft limit at the lowest free descriptor, the next open runs out.
+    const int lowest = dup(0);
+    ASSERT_GE(lowest, 0);
+    close(lowest);
+    struct rlimit saved {};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &saved), 0);
+    struct rlimit low = saved;
+    low.rlim_cur = static_cast<rlim_t>(lowest);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &low), 0);
+    const long opened = Hst_Pre_Catalog_Open(Wide(full), too_many);
+    setrlimit(RLIMIT_NOFILE, &saved);
+    EXPECT_EQ(opened, 0);
+    EXPECT_EQ(too_many, 1);
+}
