@@ -20,6 +20,7 @@
 #include "ztint_client/ztint_call_table.h"
 #include "ztint_client/ztint_special.h"
 #include "ztint_utils/ztint_message.h"
+#include "ztint_utils/ztint_objects.h"
 
 namespace {
 

@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "foundation/base/fnd_condition.h"
 #include "foundation/base/fnd_sys_call_error.h"
 #include "foundation/host/hst_filesystem.h"

@@ -16,14 +16,16 @@
 
 namespace fs = std::filesystem;
 
-namespace {
-
-bool Process_Runs(int pid)
+// True while pid runs; a zombie waiting for a reaper has ended.
+bool Ztint_Process_Runs(int pid)
 {
-    return kill(pid, 0) == 0;
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string line;
+    if (!std::getline(stat, line))
+        return false;
+    const std::size_t after_name = line.rfind(')');
+    return after_name == std::string::npos || line.compare(after_name, 3, ") Z") != 0;
 }
-
-}  // namespace
 
 std::string Ztint_Field(const std::string& line, int n)
 {
@@ -63,7 +65,7 @@ void Ztint_E2E::TearDown()
         kill(pid, SIGTERM);
     const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     for (int pid : servers)
-        while (Process_Runs(pid) && std::chrono::steady_clock::now() < give_up)
+        while (Ztint_Process_Runs(pid) && std::chrono::steady_clock::now() < give_up)
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
     std::error_code ignored;
     fs::remove(Pipe, ignored);

@@ -33,3 +33,5 @@ protected:
 
 // The nth field (from 0) of a trace line, blank-separated.
 std::string Ztint_Field(const std::string& line, int n);
+// True while pid runs; a zombie waiting for a reaper has ended.
+bool Ztint_Process_Runs(int pid);

@@ -34,8 +34,10 @@ protected:
     int32_t Call_Raw(int32_t opcode, int count, const ZTInt_rpc_type* types, const void* const* in,
                      Svr_Values& out)
     {
-        ZTInt_msg_struct* call = ZTInt_msg_New(count, types, in);
-        EXPECT_NE(call, nullptr);
+        ZTInt_msg_struct* call = nullptr;
+        char* error = nullptr;
+        EXPECT_EQ(ZTInt_msg_Encode(&call, &error, count, types, in), count);
+        ZTInt_String_Free(error);
         ZTInt_msg_Init_Call(call, kClientPid, ++Sequence, opcode);
         ZTInt_msg_struct* answer = Dispatcher.Answer(Client, call);
         ZTInt_msg_Free(call);
@@ -44,7 +46,6 @@ protected:
         EXPECT_EQ(answer->Procedure, opcode);
         int32_t status = -100;
         if (answer->Type == ZTInt_msg_type_Reply) {
-            char* error = nullptr;
             EXPECT_EQ(answer->Param_Count, out.Count());
             EXPECT_EQ(ZTInt_msg_Decode_Reply(answer, &error, out.Count(), out.Types(),
                                              out.Pointers()),
@@ -84,7 +85,8 @@ protected:
                   const char* database, const char* master, ZTInt_obj_struct* session = nullptr)
     {
         const int32_t flags = 14;
-        const void* in[] = {&zentrak, "", user, password, database, master, &flags};
+        const char* client_id = "";
+        const void* in[] = {&zentrak, &client_id, &user, &password, &database, &master, &flags};
         Svr_Values out = Out_Of("ZTZentrak_SessionLogon");
         const int32_t status = Call("ZTZentrak_SessionLogon", in, out);
         if (session != nullptr)
@@ -100,7 +102,8 @@ TEST_F(Svr_Dispatch_Test, BuildEchoAndVersionWorkOnTheServersOwnHandles)
     EXPECT_EQ(zentrak.Owner_Pid, kServerPid);
     EXPECT_NE(zentrak.Id, 0u);
 
-    const void* echo_in[] = {&zentrak, "h\xC3\xA9llo"};
+    const char* text = "h\xC3\xA9llo";
+    const void* echo_in[] = {&zentrak, &text};
     Svr_Values echo = Out_Of("ZTZentrak_EchoString");
     EXPECT_EQ(Call("ZTZentrak_EchoString", echo_in, echo), 0);
     EXPECT_STREQ(echo.Text(1), "h\xC3\xA9llo");
@@ -148,7 +151,9 @@ TEST_F(Svr_Dispatch_Test, MalformedCallsGetAnErrorMessage)
     EXPECT_EQ(Call_Raw(7 * 1024 + 1000, 0, nullptr, nullptr, out), -100);
     // A string where the row wants a handle first.
     const ZTInt_rpc_type wrong[] = {ZTInt_rpc_type_String, ZTInt_rpc_type_String};
-    const void* in[] = {"not a handle", "x"};
+    const char* first = "not a handle";
+    const char* second = "x";
+    const void* in[] = {&first, &second};
     EXPECT_EQ(Call_Raw(ZTInt_call_Find_Name("ZTZentrak_EchoString")->Opcode, 2, wrong, in, out),
               -100);
 }
@@ -196,7 +201,8 @@ TEST_F(Svr_Dispatch_Test, LogonChecksTheUserStore)
 
 TEST_F(Svr_Dispatch_Test, ErrorTextIsKeptPerClientAndCanBeSet)
 {
-    const void* in[] = {"set by the client"};
+    const char* text = "set by the client";
+    const void* in[] = {&text};
     Svr_Values out = Out_Of("ZTInt_SetError");
     EXPECT_EQ(Call("ZTInt_SetError", in, out), 0);
     EXPECT_EQ(Last_Error(), "set by the client");
