@@ -522,7 +522,7 @@ TEST_F(Hst_Process_Test, AnyChildIsFoundByWaitingForMinusOne) {
 }
 
 TEST_F(Hst_Process_Test, AWaitWithALimitKillsAChildThatOutlivesIt) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exec sleep 30", nullptr};
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exec sleep 300", nullptr};
     Options with;
     with.Limit = 100;
     Outcome outcome = Start(argv, with);
