@@ -35,10 +35,11 @@ void Message_Sizes(int& call_size, int& reply_size)
 {
     const ZTInt_call_entry* echo = ZTInt_call_Find_Name("ZTZentrak_EchoString");
     const ZTInt_obj_struct handle = {static_cast<uint16_t>(echo->Types_In[0]), 0, 1, 1};
-    const void* in[] = {&handle, kText};
+    const char* text = kText;
+    const void* in[] = {&handle, &text};
     ZTInt_msg_struct* call = ZTInt_msg_New(echo->In_Count, echo->Types_In, in);
     const int32_t status = 0;
-    const void* out[] = {&status, kText};
+    const void* out[] = {&status, &text};
     ZTInt_msg_struct* reply = ZTInt_msg_New(echo->Out_Count, echo->Types_Out, out);
     call_size = ZTInt_msg_Full_Size(call);
     reply_size = ZTInt_msg_Full_Size(reply);

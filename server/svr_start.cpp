@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <thread>
+#include <utility>
 
 #include "foundation/base/fnd_string.h"
 #include "foundation/host/hst_switches.h"
@@ -72,26 +73,23 @@ bool Server_Reads(const std::string& path)
     return true;
 }
 
+bool Same_File(int fd, const std::string& path)
+{
+    struct stat ours, there;
+    return fstat(fd, &ours) == 0 && lstat(path.c_str(), &there) == 0 &&
+           ours.st_dev == there.st_dev && ours.st_ino == there.st_ino;
+}
+
 // An exclusive lock on a file beside the pipe, held for the life of the object.
+// An ending server removes the file while it holds the lock, so a lock taken on
+// a file that is no longer at the path is given up and taken anew.
 class Start_Lock {
 public:
-    explicit Start_Lock(const std::string& path)
+    explicit Start_Lock(std::string path) : Path(std::move(path))
     {
-        Fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-        if (Fd < 0) {
-            Error = System_Text("cannot open the lock " + path);
-            return;
-        }
         const auto give_up = std::chrono::steady_clock::now() + kLockWait;
-        while (flock(Fd, LOCK_EX | LOCK_NB) != 0) {
-            if ((errno != EWOULDBLOCK && errno != EINTR) ||
-                std::chrono::steady_clock::now() > give_up) {
-                Error = System_Text("cannot lock " + path);
-                return;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        Held = true;
+        while (!Held && Error.empty())
+            Try_Once(give_up);
     }
     ~Start_Lock()
     {
@@ -101,9 +99,39 @@ public:
     Start_Lock(const Start_Lock&) = delete;
     Start_Lock& operator=(const Start_Lock&) = delete;
 
+    // Removes the lock's file; the lock itself is held until the object ends.
+    void Remove() const
+    {
+        if (Held)
+            unlink(Path.c_str());
+    }
+
+    const std::string Path;
     bool Held = false;
-    int Fd = -1;
     std::string Error;
+
+private:
+    void Try_Once(std::chrono::steady_clock::time_point give_up)
+    {
+        if (Fd >= 0)
+            close(Fd);
+        Fd = open(Path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+        if (Fd < 0) {
+            Error = System_Text("cannot open the lock " + Path);
+            return;
+        }
+        while (flock(Fd, LOCK_EX | LOCK_NB) != 0) {
+            if ((errno != EWOULDBLOCK && errno != EINTR) ||
+                std::chrono::steady_clock::now() > give_up) {
+                Error = System_Text("cannot lock " + Path);
+                return;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        Held = Same_File(Fd, Path);
+    }
+
+    int Fd = -1;
 };
 
 // Where a server reports how its start went: the start command's pipe while
@@ -124,13 +152,14 @@ struct Report_Channel {
     }
 };
 
-// Removes the pipe if it is still the one fd has open.
+// Removes the pipe if it is still the one fd has open, and the start lock's
+// file under its own lock, so that an ended server leaves nothing behind.
 void Remove_Pipe(const std::string& path, int fd)
 {
-    struct stat ours, there;
-    if (fstat(fd, &ours) == 0 && lstat(path.c_str(), &there) == 0 && ours.st_dev == there.st_dev &&
-        ours.st_ino == there.st_ino)
+    const Start_Lock lock(path + ".lock");
+    if (Same_File(fd, path))
         unlink(path.c_str());
+    lock.Remove();
 }
 
 int Serve(const Svr_Options& options, const Report_Channel& report)

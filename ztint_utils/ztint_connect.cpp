@@ -308,6 +308,20 @@ void ZTInt_Client_Connection_Addr(const char* name, char** host, char** path)
                 : ZTInt_String_New(first + 1);
 }
 
+namespace {
+
+// Removes the name of the client's socket, if it still has one, and frees it.
+void Forget_USocket_Path(ZTInt_Connection* connection)
+{
+    if (connection->USocket_Path == nullptr)
+        return;
+    unlink(connection->USocket_Path);
+    ZTInt_String_Free(connection->USocket_Path);
+    connection->USocket_Path = nullptr;
+}
+
+}  // namespace
+
 int ZTInt_Accept_Connections(ZTInt_Connection* connection, char** error)
 {
     *error = nullptr;
@@ -338,8 +352,7 @@ int ZTInt_Accept_Connections(ZTInt_Connection* connection, char** error)
     handle.Write_File = socket;
     connection->Listen_File = socket;
     // Connected, the socket needs no name any more.
-    if (connection->USocket_Path != nullptr)
-        unlink(connection->USocket_Path);
+    Forget_USocket_Path(connection);
     return 0;
 }
 
@@ -367,6 +380,7 @@ void Internal_Close_Connection(ZTInt_Connection* connection, ZTInt_Connection_St
     if (write_file != kInvalid)
         Forget(connection->Listen_File, write_file);
     Close_Once(connection->Listen_File);
+    Forget_USocket_Path(connection);
     Unlink_USockets();
     connection->State = state;
 }

@@ -52,7 +52,7 @@ struct ZTInt_Connection {
     ZTInt_Connection_State State;
     ZTInt_RPC_Handle Handle;
     int Listen_File;     // where the server's connection is expected; then the connected socket
-    char* USocket_Path;  // heap path of the client's socket, or NULL
+    char* USocket_Path;  // heap path of the client's socket until connected, or NULL
     int32_t Client_Pid;  // on the server's side the Pid of the startup call, else -1
     int32_t Sequence;    // last sequence number used on this connection
     int32_t Reserved_1;
@@ -64,7 +64,8 @@ void ZTInt_RPC_Handle_Initialize(ZTInt_RPC_Handle* handle);
 // Type and State nil, all descriptors and Client_Pid -1, USocket_Path NULL, the rest 0.
 void ZTInt_Connection_Initialize(ZTInt_Connection* connection);
 // Copies the whole record, then clears the reserved fields of target. The copy
-// shares USocket_Path with source: it is a view, not a second owner.
+// shares USocket_Path with source: it is a view, not a second owner, and only
+// the owner is closed.
 void ZTInt_Connection_Copy(const ZTInt_Connection* source, ZTInt_Connection* target);
 
 // "nil", "point", ... for the values above; "unknown" for any other.

@@ -1,5 +1,8 @@
 #include "tests/e2e/ztint_e2e_fixture.h"
 
+#include "ztint_client/ztint_client.h"
+#include "ztint_utils/ztint_connect.h"
+
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,6 +14,7 @@
 #include <sstream>
 #include <thread>
 
+#include "foundation/host/hst_switches.h"
 #include "ztint.h"
 #include "tests/support/ztint_test_locale.h"
 
@@ -55,11 +59,14 @@ void Ztint_E2E::SetUp()
     for (const char* name : {"ZT_USER", "ZT_PASSWORD", "ZT_DATABASE", "ZT_MASTER", "ZT_SERVER_USERS",
                              "ZT_SERVER_MAX_CLIENTS"})
         unsetenv(name);
+    Hst_Switches::Clear_Cache();
     ZTInt_Test_Pin_Locale();
 }
 
 void Ztint_E2E::TearDown()
 {
+    // The next test, in this process or not, starts with no connection.
+    ZTInt_Close_Connection(ZTInt_client_Connection_Record());
     const std::vector<int> servers = Server_Pids();
     for (int pid : servers)
         kill(pid, SIGTERM);

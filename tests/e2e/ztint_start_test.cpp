@@ -3,12 +3,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstring>
 #include <fstream>
+#include <thread>
 
 #include "tests/e2e/ztint_e2e_fixture.h"
 #include "ztint.h"
 #include "ztint_client/ztint_client.h"
+#include "ztint_client/ztint_special.h"
 #include "ztint_utils/ztint_connect.h"
 
 namespace {
@@ -35,6 +38,18 @@ bool In_Child(Function function)
     int status = 0;
     waitpid(child, &status, 0);
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// Waits up to ten seconds for pid to end.
+bool Ends_Soon(int pid)
+{
+    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (Ztint_Process_Runs(pid))
+        if (std::chrono::steady_clock::now() > give_up)
+            return false;
+        else
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    return true;
 }
 
 using Ztint_Start_Test = Ztint_E2E;
@@ -139,7 +154,8 @@ TEST_F(Ztint_Start_Test, ARefusedStartupClosesAndTheNextCallOpensAnew)
     ASSERT_EQ(pipe(to_parent), 0);
     const pid_t holder = fork();
     if (holder == 0) {
-        // Takes the one place and keeps it until told.
+        // Takes the one place and keeps it until told, or until the test ends.
+        close(to_child[1]);
         ZTZentrak* zentrak = nullptr;
         const char ready = ZTZentrak_Build(&zentrak) == 0 ? 'y' : 'n';
         if (write(to_parent[1], &ready, 1) != 1)
@@ -149,6 +165,8 @@ TEST_F(Ztint_Start_Test, ARefusedStartupClosesAndTheNextCallOpensAnew)
             _exit(3);
         _exit(0);
     }
+    close(to_child[0]);
+    close(to_parent[1]);
     char ready = 0;
     ASSERT_EQ(read(to_parent[0], &ready, 1), 1);
     ASSERT_EQ(ready, 'y');
@@ -170,8 +188,8 @@ TEST_F(Ztint_Start_Test, ARefusedStartupClosesAndTheNextCallOpensAnew)
     }
     EXPECT_EQ(result, 0) << Server_Error();
     EXPECT_EQ(Server_Pids().size(), 1u);
-    for (int fd : {to_child[0], to_child[1], to_parent[0], to_parent[1]})
-        close(fd);
+    close(to_child[1]);
+    close(to_parent[0]);
 }
 
 TEST_F(Ztint_Start_Test, AServerKilledMidSessionIsAProtocolErrorNotASignal)
@@ -181,8 +199,7 @@ TEST_F(Ztint_Start_Test, AServerKilledMidSessionIsAProtocolErrorNotASignal)
     ASSERT_EQ(Server_Pids().size(), 1u);
     const int server = Server_Pids()[0];
     ASSERT_EQ(kill(server, SIGKILL), 0);
-    while (Ztint_Process_Runs(server))
-        usleep(1000);
+    ASSERT_TRUE(Ends_Soon(server));
     // The default action of SIGPIPE would end this test program.
     signal(SIGPIPE, SIG_DFL);
     char* echo = nullptr;
@@ -190,6 +207,35 @@ TEST_F(Ztint_Start_Test, AServerKilledMidSessionIsAProtocolErrorNotASignal)
     EXPECT_EQ(echo, nullptr);
     const std::string error = Server_Error();
     EXPECT_EQ(error.rfind("ztintsvr RPC protocol error: ", 0), 0u) << error;
+}
+
+TEST_F(Ztint_Start_Test, TheShutdownCallEndsTheServerAndLeavesNoPipeOrLock)
+{
+    ZTZentrak* zentrak = nullptr;
+    ASSERT_EQ(ZTZentrak_Build(&zentrak), 0) << Server_Error();
+    const std::vector<int> servers = Server_Pids();
+    ASSERT_EQ(servers.size(), 1u);
+    EXPECT_EQ(ZTInt_Zentrak_Free(zentrak), 0);
+    EXPECT_EQ(ZTInt_Special_Shutdown_Stub(), 0);
+    ASSERT_TRUE(Ends_Soon(servers[0]));
+    EXPECT_NE(access(Pipe.c_str(), F_OK), 0);
+    EXPECT_NE(access((Pipe + ".lock").c_str(), F_OK), 0);
+    EXPECT_EQ(Trace_Lines().back().rfind("end ", 0), 0u) << Trace_Lines().back();
+}
+
+TEST_F(Ztint_Start_Test, AServerWithoutClientsEndsAfterItsIdleTime)
+{
+    setenv("ZT_SERVER_IDLE_SECONDS", "1", 1);
+    EXPECT_TRUE(In_Child([] {
+        ZTInt_Close_Connection(ZTInt_client_Connection_Record());
+        ZTZentrak* own = nullptr;
+        return ZTZentrak_Build(&own) == 0 && ZTInt_Zentrak_Free(own) == 0;
+    }));
+    const std::vector<int> servers = Server_Pids();
+    ASSERT_EQ(servers.size(), 1u);
+    ASSERT_TRUE(Ends_Soon(servers[0]));
+    EXPECT_NE(access(Pipe.c_str(), F_OK), 0);
+    EXPECT_NE(access((Pipe + ".lock").c_str(), F_OK), 0);
 }
 
 }  // namespace
