@@ -25,7 +25,7 @@
 namespace {
 
 constexpr int kCalls = 20000;
-constexpr int kRounds = 5;
+constexpr int kRounds = 7;
 const char* const kText = "a line of text to echo, some forty bytes";
 
 using Clock = std::chrono::steady_clock;
@@ -59,56 +59,89 @@ bool Transfer(int fd, char* bytes, int size, bool reading)
     return true;
 }
 
-// Seconds per round trip of the raw ping-pong, best of kRounds.
-double Raw_Round_Trip(int call_size, int reply_size)
-{
-    int pair[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) != 0)
-        return -1;
-    const pid_t echo = fork();
-    if (echo == 0) {
-        close(pair[0]);
-        std::vector<char> bytes(std::max(call_size, reply_size));
-        while (Transfer(pair[1], bytes.data(), call_size, true) &&
-               Transfer(pair[1], bytes.data(), reply_size, false)) {
+// An echo process at the other end of a socket pair, answering every call of
+// call_size bytes with reply_size bytes.
+class Raw_Echo {
+public:
+    Raw_Echo(int call_size, int reply_size) : Call_Size(call_size), Reply_Size(reply_size)
+    {
+        int pair[2];
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) != 0)
+            return;
+        Child = fork();
+        if (Child == 0) {
+            close(pair[0]);
+            std::vector<char> bytes(std::max(call_size, reply_size));
+            while (Transfer(pair[1], bytes.data(), call_size, true) &&
+                   Transfer(pair[1], bytes.data(), reply_size, false)) {
+            }
+            _exit(0);
         }
-        _exit(0);
+        close(pair[1]);
+        Fd = pair[0];
     }
-    close(pair[1]);
-    std::vector<char> bytes(std::max(call_size, reply_size), 'x');
-    double best = 1e9;
-    for (int round = 0; round < kRounds; ++round) {
-        const auto start = Clock::now();
-        for (int i = 0; i < kCalls; ++i)
-            if (!Transfer(pair[0], bytes.data(), call_size, false) ||
-                !Transfer(pair[0], bytes.data(), reply_size, true))
-                return -1;
-        best = std::min(best, std::chrono::duration<double>(Clock::now() - start).count() / kCalls);
+    ~Raw_Echo()
+    {
+        if (Fd >= 0)
+            close(Fd);
+        if (Child > 0)
+            waitpid(Child, nullptr, 0);
     }
-    close(pair[0]);
-    waitpid(echo, nullptr, 0);
-    return best;
+    Raw_Echo(const Raw_Echo&) = delete;
+    Raw_Echo& operator=(const Raw_Echo&) = delete;
+
+    bool Round_Trip()
+    {
+        std::vector<char> bytes(std::max(Call_Size, Reply_Size), 'x');
+        return Fd >= 0 && Transfer(Fd, bytes.data(), Call_Size, false) &&
+               Transfer(Fd, bytes.data(), Reply_Size, true);
+    }
+
+private:
+    int Call_Size;
+    int Reply_Size;
+    int Fd = -1;
+    pid_t Child = -1;
+};
+
+bool Echo_Call(ZTZentrak* zentrak)
+{
+    char* echo = nullptr;
+    const bool done = ZTZentrak_EchoString(zentrak, &echo, kText) == 0;
+    ZTInt_String_Free(echo);
+    return done;
 }
 
-// Seconds per ZTZentrak_EchoString, best of kRounds.
-double Library_Round_Trip()
+// Seconds per call of kCalls calls of round_trip, or -1 if one failed.
+template <typename Function>
+double Time_Round(Function round_trip)
+{
+    const auto start = Clock::now();
+    for (int i = 0; i < kCalls; ++i)
+        if (!round_trip())
+            return -1;
+    return std::chrono::duration<double>(Clock::now() - start).count() / kCalls;
+}
+
+// The best round of each, the two kinds of rounds taking turns so that both meet
+// the same state of the machine.
+bool Measure(int call_size, int reply_size, double& raw, double& library)
 {
     ZTZentrak* zentrak = nullptr;
     if (ZTZentrak_Build(&zentrak) != 0)
-        return -1;
-    double best = 1e9;
-    for (int round = 0; round < kRounds; ++round) {
-        const auto start = Clock::now();
-        for (int i = 0; i < kCalls; ++i) {
-            char* echo = nullptr;
-            if (ZTZentrak_EchoString(zentrak, &echo, kText) != 0)
-                return -1;
-            ZTInt_String_Free(echo);
-        }
-        best = std::min(best, std::chrono::duration<double>(Clock::now() - start).count() / kCalls);
+        return false;
+    Raw_Echo echo(call_size, reply_size);
+    raw = library = 1e9;
+    bool done = true;
+    for (int round = 0; round < kRounds && done; ++round) {
+        const double raw_round = Time_Round([&] { return echo.Round_Trip(); });
+        const double library_round = Time_Round([&] { return Echo_Call(zentrak); });
+        done = raw_round > 0 && library_round > 0;
+        raw = std::min(raw, raw_round);
+        library = std::min(library, library_round);
     }
     ZTInt_Zentrak_Free(zentrak);
-    return best;
+    return done;
 }
 
 }  // namespace
@@ -119,16 +152,17 @@ int main()
     setenv("ZTT_USER", ("_bench_" + std::to_string(getpid())).c_str(), 1);
     int call_size = 0, reply_size = 0;
     Message_Sizes(call_size, reply_size);
-    const double library = Library_Round_Trip();
-    const double raw = Raw_Round_Trip(call_size, reply_size);
-    ZTInt_Special_Shutdown_Stub();
-    if (library <= 0 || raw <= 0) {
+    double raw = 0, library = 0;
+    const bool measured = Measure(call_size, reply_size, raw, library);
+    if (!measured) {
         char* text = nullptr;
         ZTInt_GetError(&text);
         std::fprintf(stderr, "e2e_bench: a round trip failed: %s\n", text != nullptr ? text : "");
         ZTInt_String_Free(text);
+        ZTInt_Special_Shutdown_Stub();
         return 1;
     }
+    ZTInt_Special_Shutdown_Stub();
     std::printf("message sizes: call %d bytes, reply %d bytes; best of %d rounds of %d calls\n",
                 call_size, reply_size, kRounds, kCalls);
     std::printf("%-28s %8.2f us  %10.0f calls/s\n", "raw socket ping-pong", raw * 1e6, 1 / raw);

@@ -45,14 +45,17 @@ bool Svr_Client::Read_Step(Svr_Dispatcher& dispatcher)
     return true;
 }
 
+// The client reads each answer before its next call, so the socket nearly
+// always takes an answer at once: write without asking first.
 void Svr_Client::Send(ZTInt_msg_struct* answer)
 {
     Writer.Start(Connection.Handle, answer);
-    if (Svr_Ready_Now(Fd(), POLLOUT))
-        Write_Step();
+    Write_Step();
 }
 
+// A write refused because the socket is full (EAGAIN) waits for the next turn;
+// any other failure leaves the socket writable or in error, and ends the client.
 bool Svr_Client::Write_Step()
 {
-    return Writer.Step(Connection.Handle) != Svr_Step::Broken;
+    return Writer.Step(Connection.Handle) != Svr_Step::Broken || !Svr_Ready_Now(Fd(), POLLOUT);
 }
