@@ -1,7 +1,8 @@
 // A fixture for tests against the real ztintsvr: each test gets its own product home
 // (a temporary directory whose bin/ztintsvr is the built server, or a script of the
-// test's), its own ZTT_USER and so its own pipe and server, and a trace file the
-// server writes its calls into. Every server the test started is stopped at the end.
+// test's, and whose linux_x86_64/messages are the built catalogs, found there
+// without ZT_MESSAGES), its own ZTT_USER and so its own pipe and server, and a trace
+// file the server writes its calls into. Every server the test started is stopped at the end.
 #pragma once
 
 #include <gtest/gtest.h>
