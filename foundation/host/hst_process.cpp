@@ -14,6 +14,7 @@
 #include "foundation/base/fnd_condition.h"
 #include "foundation/base/fnd_string_library.h"
 #include "foundation/host/hst_errors.h"
+#include "foundation/host/hst_filesystem.h"
 #include "foundation/host/hst_process_detail.h"
 #include "foundation/textio/tio_streams.h"
 #include "ztcoreutil/addiagnostic.h"
@@ -32,7 +33,7 @@ void Sleep_Before_Retry(long Seconds) {
     if (sleep_hook)
         sleep_hook(Seconds);
     else
-        Hst_Processes::Sleep(Seconds);
+        Hst_Filesystem::Sleep(static_cast<unsigned>(Seconds));
 }
 
 // What a fork attempt leaves: the child's id, or -1 with the errno of the last try.
