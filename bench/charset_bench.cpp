@@ -10,10 +10,10 @@
 #include <unicode/ucnv.h>
 
 #include <cstdio>
-#include <map>
 #include <string>
 #include <vector>
 
+#include "bench/bench_times.h"
 #include "foundation/base/fnd_string.h"
 #include "ztcoreutil/adcharset.h"
 #include "ztcoreutil/admbcsstring.h"
@@ -133,21 +133,8 @@ BENCHMARK(ToTchar_Mbcs)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 
 // ---- The table of ratios
 
-class Ratio_Reporter : public benchmark::ConsoleReporter {
+class Ratio_Reporter : public Bench_Times_Reporter {
 public:
-    // With repetitions the median stands for a benchmark, else its one run.
-    void ReportRuns(const std::vector<Run>& Runs) override {
-        ConsoleReporter::ReportRuns(Runs);
-        for (const Run& run : Runs) {
-            const std::string name = run.run_name.str();
-            if (run.run_type == Run::RT_Aggregate) {
-                if (run.aggregate_name == "median") Times[name] = run.GetAdjustedRealTime();
-            } else if (!Times.count(name) || run.repetitions <= 1) {
-                Times[name] = run.GetAdjustedRealTime();
-            }
-        }
-    }
-
     void Print_Ratios() const {
         std::printf("\nAdMbcsString time as a ratio to direct ICU (goal: at most 1.20)\n");
         std::printf("%-12s %-10s %12s %12s %8s\n", "direction", "charset", "direct us",
@@ -164,13 +151,6 @@ public:
         }
     }
 
-private:
-    std::map<std::string, double> Times;
-
-    double Get(const std::string& Name) const {
-        auto found = Times.find(Name);
-        return found == Times.end() ? 0 : found->second;
-    }
 };
 
 }  // namespace

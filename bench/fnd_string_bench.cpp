@@ -6,10 +6,10 @@
 
 #include <cstdio>
 #include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
+#include "bench/bench_times.h"
 #include "foundation/base/fnd_string.h"
 #include "foundation/base/fnd_string_library.h"
 
@@ -183,21 +183,8 @@ BENCHMARK(Hash_Icu);
 
 // ---- The table of ratios
 
-class Ratio_Reporter : public benchmark::ConsoleReporter {
+class Ratio_Reporter : public Bench_Times_Reporter {
 public:
-    // With repetitions the median stands for a benchmark, else its one run.
-    void ReportRuns(const std::vector<Run>& Runs) override {
-        ConsoleReporter::ReportRuns(Runs);
-        for (const Run& run : Runs) {
-            const std::string name = run.run_name.str();
-            if (run.run_type == Run::RT_Aggregate) {
-                if (run.aggregate_name == "median") Times[name] = run.GetAdjustedRealTime();
-            } else if (!Times.count(name) || run.repetitions <= 1) {
-                Times[name] = run.GetAdjustedRealTime();
-            }
-        }
-    }
-
     void Print_Ratios() const {
         std::printf("\nTime as a ratio to the fastest of each operation (1.00 = fastest)\n");
         std::printf("%-20s %10s %10s %10s\n", "operation", "Fnd", "std", "ICU");
@@ -216,12 +203,6 @@ public:
     }
 
 private:
-    std::map<std::string, double> Times;
-
-    double Get(const std::string& Name) const {
-        auto found = Times.find(Name);
-        return found == Times.end() ? 0 : found->second;
-    }
     static std::string Ratio(double Time, double Fastest) {
         if (Time <= 0) return "-";
         char text[32];

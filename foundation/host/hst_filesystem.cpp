@@ -18,13 +18,7 @@
 
 using namespace hst_filesystem_detail;
 
-namespace {
-
-// write(2) without SIGPIPE: a library must not kill its host when a peer has gone.
-// A socket is written by send with MSG_NOSIGNAL; anything else (a pipe) with
-// SIGPIPE blocked, and a SIGPIPE that this write raised is taken back before the
-// mask is restored. Either way a gone reader shows as EPIPE.
-ssize_t Write_Without_Sigpipe(int Fd, const void* Buffer, size_t Length) {
+ssize_t hst_filesystem_detail::Write_Without_Sigpipe(int Fd, const void* Buffer, size_t Length) {
     const ssize_t sent = ::send(Fd, Buffer, Length, MSG_NOSIGNAL);
     if (sent >= 0 || errno != ENOTSOCK) return sent;
 
@@ -45,6 +39,8 @@ ssize_t Write_Without_Sigpipe(int Fd, const void* Buffer, size_t Length) {
     errno = write_errno;
     return written;
 }
+
+namespace {
 
 // The common rule: the errno values that the file system's own messages name.
 bool Common_Fail(Fnd_Condition& Condition, const Fnd_String& Path, int Error) {

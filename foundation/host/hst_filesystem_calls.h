@@ -2,7 +2,10 @@
 // diagnostics of the file calls. Not for use outside foundation/host.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cerrno>
+#include <cstddef>
 
 #include "foundation/base/fnd_string.h"
 #include "ztcoreutil/addiagnostic.h"
@@ -32,6 +35,12 @@ auto Retry(Call System_Call, bool Repeat_Again = false) {
         return result;
     }
 }
+
+// write(2) without SIGPIPE: a library must not kill its host when a peer has gone.
+// A socket is written by send with MSG_NOSIGNAL; anything else (a pipe) with
+// SIGPIPE blocked, and a SIGPIPE that this write raised is taken back before the
+// mask is restored. Either way a gone reader shows as EPIPE.
+ssize_t Write_Without_Sigpipe(int Fd, const void* Buffer, size_t Length);
 
 // Path in the default charset; false (with errno EILSEQ) when it does not convert.
 inline bool Native(const Fnd_String& Path, AdMbcsString& Bytes) {

@@ -16,6 +16,7 @@
 #include "foundation/base/fnd_condition.h"
 #include "foundation/base/fnd_string_library.h"
 #include "foundation/base/fnd_sys_call_error.h"
+#include "foundation/host/hst_filesystem_calls.h"
 #include "foundation/host/hst_primitives.h"
 #include "foundation/host/hst_process.h"
 #include "ztcoreutil/admbcsstring.h"
@@ -46,30 +47,6 @@ bool Usable(const Hst_Sockaddr_Un& Address, const Code_Unit* Call_Name,
     if (Address.Path_Error() == 0) return true;
     Fail(Call_Name, Address.Path_Error(), Condition);
     return false;
-}
-
-// write(2) without SIGPIPE: send with MSG_NOSIGNAL on a socket; on anything else the
-// signal is blocked for the write, and one that this write raised is taken back.
-ssize_t Write_Quietly(int Fd, const void* Buffer, std::size_t Length) {
-    const ssize_t sent = ::send(Fd, Buffer, Length, MSG_NOSIGNAL);
-    if (sent >= 0 || errno != ENOTSOCK) return sent;
-
-    sigset_t pipe_only, old_mask, pending;
-    sigemptyset(&pipe_only);
-    sigaddset(&pipe_only, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &pipe_only, &old_mask);
-    sigpending(&pending);
-    const bool was_pending = sigismember(&pending, SIGPIPE);
-    const ssize_t written = ::write(Fd, Buffer, Length);
-    const int write_errno = errno;
-    if (written < 0 && write_errno == EPIPE && !was_pending) {
-        const timespec no_wait = {0, 0};
-        while (sigtimedwait(&pipe_only, nullptr, &no_wait) < 0 && errno == EINTR) {
-        }
-    }
-    pthread_sigmask(SIG_SETMASK, &old_mask, nullptr);
-    errno = write_errno;
-    return written;
 }
 
 long Milliseconds_Since(const timespec& Start) {
@@ -192,7 +169,7 @@ long Hst_Socket::Write(int Fd, const void*& Buffer, long Length, long Non_Blocki
         return -1;
     }
     const long count = Check(
-        static_cast<long>(Write_Quietly(Fd, Buffer, static_cast<std::size_t>(Length))),
+        static_cast<long>(hst_filesystem_detail::Write_Without_Sigpipe(Fd, Buffer, static_cast<std::size_t>(Length))),
         u"write", Condition);
     if (count < 0 && Non_Blocking && Fnd_Sys_Call_Error::Is_Errno(Condition, EAGAIN)) {
         Condition.Clear();
