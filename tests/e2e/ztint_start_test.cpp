@@ -239,4 +239,28 @@ TEST_F(Ztint_Start_Test, AServerWithoutClientsEndsAfterItsIdleTime)
     EXPECT_NE(access((Pipe + ".lock").c_str(), F_OK), 0);
 }
 
+TEST_F(Ztint_Start_Test, StartsThatRaceLeaveOneServerAndAllSucceed)
+{
+    const std::string server = Home + "/bin/ztintsvr";
+    std::vector<pid_t> starts;
+    for (int i = 0; i < 4; ++i) {
+        const pid_t child = fork();
+        if (child == 0) {
+            execl(server.c_str(), server.c_str(), "start", static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        starts.push_back(child);
+    }
+    for (pid_t child : starts) {
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    }
+    EXPECT_EQ(Server_Pids().size(), 1u);
+    ZTZentrak* zentrak = nullptr;
+    ASSERT_EQ(ZTZentrak_Build(&zentrak), 0) << Server_Error();
+    EXPECT_EQ(Count_Calls(kStartup), 1);
+    EXPECT_EQ(ZTInt_Zentrak_Free(zentrak), 0);
+}
+
 }  // namespace
