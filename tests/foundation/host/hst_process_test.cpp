@@ -1,6 +1,4 @@
-// Starting programs and functions in children: exit codes, signals, failures before
-// and at exec by fork and by vfork, redirection, inherited descriptors, fork retries,
-// bounded waits and an ignored SIGCHLD.
+// Starting programs and functions in children, by fork and by vfork.
 #include "foundation/host/hst_process.h"
 
 #include <gtest/gtest.h>
@@ -55,24 +53,22 @@ Outcome Start(const Code_Unit* const* Argv, const Options& With = Options()) {
     return outcome;
 }
 
-// Runs "/bin/sh -c Script" with the child's output (and error, unless Err is given)
-// into a pipe, and gives back what came out.
-std::string Shell_Output(const char* Script, Options With, Outcome* Result = nullptr) {
-    const Fnd_String script = Wide(Script);
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", script.Data(), nullptr};
+// Runs Argv with the child's output (and error, unless Err is given) into a pipe, and
+// gives back what came out.
+std::string Output_Of(const Code_Unit* const* Argv, Options With, Outcome* Result = nullptr) {
     Test_Pipe pipe(O_CLOEXEC);
     With.Out = pipe.Write.Get();
     if (With.Err == -1) With.Err = pipe.Write.Get();
-    Outcome outcome = Start(argv, With);
+    Outcome outcome = Start(Argv, With);
     pipe.Write.Reset();
-    const std::string text = Read_All(pipe.Read.Get());
-    if (Result) {
-        Result->Ok = outcome.Ok;
-        Result->Pid = outcome.Pid;
-        Result->Exit_Status = outcome.Exit_Status;
-        Result->Condition = outcome.Condition;
-    }
-    return text;
+    if (Result) *Result = outcome;
+    return Read_All(pipe.Read.Get());
+}
+
+std::string Shell_Output(const char* Script, Options With, Outcome* Result = nullptr) {
+    const Fnd_String script = Wide(Script);
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", script.Data(), nullptr};
+    return Output_Of(argv, With, Result);
 }
 
 const Hst_Sys_Call_Error* Sys_Call_Error_In(const Fnd_Condition& Condition) {
@@ -83,6 +79,23 @@ const Hst_Sys_Call_Error* Sys_Call_Error_In(const Fnd_Condition& Condition) {
     if (!subordinates) return nullptr;
     const auto* first = Fnd_Condition::Convert(subordinates->Get_First());
     return first ? Sys_Call_Error_In(*first) : nullptr;
+}
+
+// The text number and errno of the system call failure in Condition: "161 errno 2".
+std::string Sys_Error(const Fnd_Condition& Condition) {
+    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(Condition);
+    if (!error) return "none: " + Text_Of(Condition);
+    return std::to_string(error->Text_Number()) + " errno " + std::to_string(error->Get_Errno());
+}
+std::string Sys(int Text, int Error) {
+    return std::to_string(Text) + " errno " + std::to_string(Error);
+}
+
+// Calls Done every millisecond until it is true or 20 seconds have passed.
+template <class Check>
+void Poll(Check Done) {
+    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!Done() && std::chrono::steady_clock::now() < give_up) ::usleep(1000);
 }
 
 const Hst_Process_Error* Process_Error_On_Top(const Fnd_Condition& Condition) {
@@ -189,12 +202,8 @@ TEST_F(Hst_Process_Test, AChildKilledByASignalIsAFailureNamedForTheProgram) {
 
 TEST_F(Hst_Process_Test, AMissingProgramAfterForkEndsWithErrnoAndReportsOnItsStreams) {
     const Code_Unit* argv[] = {u"/no/such/program", nullptr};
-    Test_Pipe out(O_CLOEXEC);
-    Options with;
-    with.Out = with.Err = out.Write.Get();
-    Outcome outcome = Start(argv, with);
-    out.Write.Reset();
-    const std::string said = Read_All(out.Read.Get());
+    Outcome outcome;
+    const std::string said = Output_Of(argv, Options(), &outcome);
     // The parent learns it from the exit status alone.
     EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
     EXPECT_EQ(outcome.Exit_Status, ENOENT);
@@ -213,10 +222,7 @@ TEST_F(Hst_Process_Test, AMissingProgramAfterVforkReachesTheParentsCondition) {
     Outcome outcome = Start(argv, with);
     EXPECT_EQ(outcome.Ok, 0);
     EXPECT_EQ(outcome.Exit_Status, ENOENT);
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
-    ASSERT_NE(error, nullptr) << Text_Of(outcome.Condition);
-    EXPECT_EQ(error->Text_Number(), 161);
-    EXPECT_EQ(error->Get_Errno(), ENOENT);
+    EXPECT_EQ(Sys_Error(outcome.Condition), Sys(161, ENOENT));
     EXPECT_EQ(Text_Of(outcome.Condition),
               "the program /no/such/program failed\ncannot run the program /no/such/program: " +
                   std::string(strerror(ENOENT)));
@@ -235,15 +241,11 @@ TEST_F(Hst_Process_Test, AMissingProgramAfterVforkReachesTheParentsCondition) {
 }
 
 TEST_F(Hst_Process_Test, AFailingHookStopsTheProgramAndTheChildEndsWith255) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"echo ran", nullptr};
-    Test_Pipe out(O_CLOEXEC);
     Options with;
-    with.Out = with.Err = out.Write.Get();
     with.Pre_Exec = Failing_Hook;
     with.Use_Vfork = 1;  // the hook rules vfork out
-    Outcome outcome = Start(argv, with);
-    out.Write.Reset();
-    const std::string said = Read_All(out.Read.Get());
+    Outcome outcome;
+    const std::string said = Shell_Output("echo ran", with, &outcome);
     EXPECT_FALSE(outcome.Condition.Failed());
     EXPECT_EQ(outcome.Exit_Status, 255);
     EXPECT_EQ(said.find("ran"), std::string::npos);
@@ -264,9 +266,6 @@ TEST_F(Hst_Process_Test, AHookRunsInTheChildBeforeExecWithItsData) {
 // ---- The child's setting
 
 TEST_F(Hst_Process_Test, TheThreeStandardDescriptorsAreRedirected) {
-    Test_Pipe in(O_CLOEXEC), out(O_CLOEXEC), err(O_CLOEXEC);
-    ASSERT_EQ(::write(in.Write.Get(), "hello\n", 6), 6);
-    in.Write.Reset();
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"read x; echo out:$x; echo err:$x >&2",
                                nullptr};
     for (long vfork : {0L, 1L}) {
@@ -292,10 +291,11 @@ TEST_F(Hst_Process_Test, TheThreeStandardDescriptorsAreRedirected) {
 }
 
 TEST_F(Hst_Process_Test, OneDescriptorForOutputAndErrorServesBoth) {
-    Options with;
-    EXPECT_EQ(Shell_Output("echo a; echo b >&2; echo c", with), "a\nb\nc\n");
-    with.Use_Vfork = 1;
-    EXPECT_EQ(Shell_Output("echo a; echo b >&2; echo c", with), "a\nb\nc\n");
+    for (long vfork : {0L, 1L}) {
+        Options with;
+        with.Use_Vfork = vfork;
+        EXPECT_EQ(Shell_Output("echo a; echo b >&2; echo c", with), "a\nb\nc\n") << vfork;
+    }
 }
 
 TEST_F(Hst_Process_Test, StandardDescriptorsLeftAloneSurviveExecEvenWhenCloseOnExec) {
@@ -394,10 +394,7 @@ TEST_F(Hst_Process_Test, AMissingWorkingDirectoryStopsTheChild) {
     with.Use_Vfork = 1;
     Shell_Output("echo ran", with, &outcome);
     EXPECT_EQ(outcome.Exit_Status, 255);
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Text_Number(), 21);
-    EXPECT_EQ(error->Get_Errno(), ENOENT);
+    EXPECT_EQ(Sys_Error(outcome.Condition), Sys(21, ENOENT));
 }
 
 TEST_F(Hst_Process_Test, ANewGroupIsLedByTheChild) {
@@ -414,13 +411,10 @@ TEST_F(Hst_Process_Test, ANewGroupIsLedByTheChild) {
 TEST_F(Hst_Process_Test, AnArgumentWithoutAFormInTheCharsetEndsTheChildByAssertion) {
     const Code_Unit broken[] = {u'/', u'b', 0xd800, 0};
     const Code_Unit* argv[] = {broken, nullptr};
-    Test_Pipe err(O_CLOEXEC);
     Options with;
-    with.Out = with.Err = err.Write.Get();
     with.Use_Vfork = 1;
-    Outcome outcome = Start(argv, with);
-    err.Write.Reset();
-    EXPECT_NE(Read_All(err.Read.Get()).find("Could not argv[0] cvtFromTchar:"),
+    Outcome outcome;
+    EXPECT_NE(Output_Of(argv, with, &outcome).find("Could not argv[0] cvtFromTchar:"),
               std::string::npos);
     ASSERT_TRUE(outcome.Condition.Failed());
     EXPECT_NE(Text_Of(outcome.Condition).find("ended by signal " + std::to_string(SIGABRT)),
@@ -438,10 +432,7 @@ TEST_F(Hst_Process_Test, AShortageOfProcessesIsRetriedWithGrowingSleepsThenGiven
     EXPECT_EQ(outcome.Pid, 0);
     EXPECT_EQ(sleeps, (std::vector<long>{1, 1, 1, 2, 2, 2, 3, 3, 3}));
     EXPECT_EQ(fork_errors.size(), 10u);  // ten attempts in all
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Text_Number(), 162);
-    EXPECT_EQ(error->Get_Errno(), EAGAIN);
+    EXPECT_EQ(Sys_Error(outcome.Condition), Sys(162, EAGAIN));
     EXPECT_EQ(Text_Of(outcome.Condition), "the program /bin/true failed\ncannot start a process: " +
                                               std::string(strerror(EAGAIN)));
 }
@@ -459,9 +450,7 @@ TEST_F(Hst_Process_Test, InterruptionsAreRetriedAtOnceAndOtherErrorsNotAtAll) {
         Fork_Hooks hooks({EPERM});
         Outcome outcome = Start(argv);
         EXPECT_TRUE(sleeps.empty());
-        const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
-        ASSERT_NE(error, nullptr);
-        EXPECT_EQ(error->Get_Errno(), EPERM);
+        EXPECT_EQ(Sys_Error(outcome.Condition), Sys(162, EPERM));
     }
 }
 
@@ -497,10 +486,7 @@ TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsItself) {
     EXPECT_EQ(signaled, 0);
     // Reaped: a second wait fails.
     EXPECT_EQ(Hst_Process::Wait(pid, status, signaled, cond), 0);
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(cond);
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Text_Number(), 163);
-    EXPECT_EQ(error->Get_Errno(), ECHILD);
+    EXPECT_EQ(Sys_Error(cond), Sys(163, ECHILD));
 }
 
 TEST_F(Hst_Process_Test, AnyChildIsFoundByWaitingForMinusOne) {
@@ -512,10 +498,7 @@ TEST_F(Hst_Process_Test, AnyChildIsFoundByWaitingForMinusOne) {
     long pid = -1;
     int status = 0, signaled = 0;
     Fnd_Condition cond;
-    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!Hst_Process::Wait(pid, status, signaled, cond) &&
-           std::chrono::steady_clock::now() < give_up)
-        ::usleep(1000);
+    Poll([&] { return Hst_Process::Wait(pid, status, signaled, cond); });
     EXPECT_EQ(pid, outcome.Pid);
     EXPECT_EQ(signaled, 1);
     EXPECT_EQ(status, SIGTERM);
@@ -528,10 +511,7 @@ TEST_F(Hst_Process_Test, AWaitWithALimitKillsAChildThatOutlivesIt) {
     Outcome outcome = Start(argv, with);
     EXPECT_EQ(outcome.Ok, 0);
     EXPECT_EQ(outcome.Pid, 0);
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Text_Number(), 163);
-    EXPECT_EQ(error->Get_Errno(), ETIMEDOUT);
+    EXPECT_EQ(Sys_Error(outcome.Condition), Sys(163, ETIMEDOUT));
     // Killed and reaped: no child is left to wait for.
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
@@ -559,13 +539,8 @@ TEST_F(Hst_Process_Test, AnIgnoredSigchldDoesNotLoseTheExitStatus) {
     EXPECT_EQ(outcome.Exit_Status, 3);
 
     // The program inherits the host's choice: SIGCHLD among its ignored signals.
-    Test_Pipe out(O_CLOEXEC);
     const Code_Unit* show[] = {u"grep", u"SigIgn", u"/proc/self/status", nullptr};
-    Options with;
-    with.Out = out.Write.Get();
-    outcome = Start(show, with);
-    out.Write.Reset();
-    const std::string ignored = Read_All(out.Read.Get());
+    const std::string ignored = Output_Of(show, Options(), &outcome);
     EXPECT_EQ(outcome.Exit_Status, 0);
     ASSERT_EQ(ignored.rfind("SigIgn:\t", 0), 0u) << ignored;
     EXPECT_NE(std::stoull(ignored.substr(8), nullptr, 16) & (1ULL << (SIGCHLD - 1)), 0u)
@@ -576,15 +551,12 @@ TEST_F(Hst_Process_Test, AnIgnoredSigchldDoesNotLoseTheExitStatus) {
 
     // Children reaped by the system count as ended, so polling comes to an end.
     const Code_Unit* argv[] = {u"/bin/true", nullptr};
-    with = Options();
+    Options with;
     with.Wait = 0;
     outcome = Start(argv, with);
     ASSERT_GT(outcome.Pid, 0);
     int status = -1, signaled = -1;
-    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!Hst_Process::Terminated(outcome.Pid, status, signaled) &&
-           std::chrono::steady_clock::now() < give_up)
-        ::usleep(1000);
+    Poll([&] { return Hst_Process::Terminated(outcome.Pid, status, signaled); });
     EXPECT_EQ(status, 0);
     EXPECT_EQ(signaled, 0);
 }
@@ -677,10 +649,7 @@ TEST_F(Hst_Process_Test, ExecuteProcessReplacesTheProcessOrReportsWhyNot) {
     const Code_Unit* missing[] = {u"/no/such/program", nullptr};
     Fnd_Condition cond;
     EXPECT_EQ(Hst_Process::Execute_Process(cond, missing), 0);
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(cond);
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Text_Number(), 161);
-    EXPECT_EQ(error->Get_Errno(), ENOENT);
+    EXPECT_EQ(Sys_Error(cond), Sys(161, ENOENT));
 
     const Code_Unit* argv[] = {u"sh", u"-c", u"exit 4", nullptr};
     EXPECT_EXIT(
