@@ -163,8 +163,7 @@ struct Fork_Hooks {
 TEST_F(Hst_Process_Test, AProgramsExitCodeIsItsStatusAndNoFailure) {
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exit 3", nullptr};
     for (long vfork : {0L, 1L}) {
-        Options with;
-        with.Use_Vfork = vfork;
+        Options with{.Use_Vfork = vfork};
         Outcome outcome = Start(argv, with);
         EXPECT_EQ(outcome.Ok, 1);
         EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
@@ -217,8 +216,7 @@ TEST_F(Hst_Process_Test, AMissingProgramAfterForkEndsWithErrnoAndReportsOnItsStr
 
 TEST_F(Hst_Process_Test, AMissingProgramAfterVforkReachesTheParentsCondition) {
     const Code_Unit* argv[] = {u"/no/such/program", nullptr};
-    Options with;
-    with.Use_Vfork = 1;
+    Options with{.Use_Vfork = 1};
     Outcome outcome = Start(argv, with);
     EXPECT_EQ(outcome.Ok, 0);
     EXPECT_EQ(outcome.Exit_Status, ENOENT);
@@ -241,9 +239,7 @@ TEST_F(Hst_Process_Test, AMissingProgramAfterVforkReachesTheParentsCondition) {
 }
 
 TEST_F(Hst_Process_Test, AFailingHookStopsTheProgramAndTheChildEndsWith255) {
-    Options with;
-    with.Pre_Exec = Failing_Hook;
-    with.Use_Vfork = 1;  // the hook rules vfork out
+    Options with{.Pre_Exec = Failing_Hook, .Use_Vfork = 1};  // the hook rules vfork out
     Outcome outcome;
     const std::string said = Shell_Output("echo ran", with, &outcome);
     EXPECT_FALSE(outcome.Condition.Failed());
@@ -254,9 +250,7 @@ TEST_F(Hst_Process_Test, AFailingHookStopsTheProgramAndTheChildEndsWith255) {
 }
 
 TEST_F(Hst_Process_Test, AHookRunsInTheChildBeforeExecWithItsData) {
-    Options with;
-    with.Pre_Exec = Exporting_Hook;
-    with.Data = const_cast<char*>("from the hook");
+    Options with{.Pre_Exec = Exporting_Hook, .Data = const_cast<char*>("from the hook")};
     Outcome outcome;
     EXPECT_EQ(Shell_Output("echo \"$HOOKED\"", with, &outcome), "from the hook\n");
     EXPECT_FALSE(outcome.Condition.Failed());
@@ -270,30 +264,26 @@ TEST_F(Hst_Process_Test, TheThreeStandardDescriptorsAreRedirected) {
                                nullptr};
     for (long vfork : {0L, 1L}) {
         SCOPED_TRACE(vfork);
-        Test_Pipe again_out(O_CLOEXEC), again_err(O_CLOEXEC), again_in(O_CLOEXEC);
-        ASSERT_EQ(::write(again_in.Write.Get(), "hello\n", 6), 6);
-        again_in.Write.Reset();
-        Options with;
-        with.In = again_in.Read.Get();
-        with.Out = again_out.Write.Get();
-        with.Err = again_err.Write.Get();
-        with.Use_Vfork = vfork;
+        Test_Pipe out(O_CLOEXEC), err(O_CLOEXEC), in(O_CLOEXEC);
+        ASSERT_EQ(::write(in.Write.Get(), "hello\n", 6), 6);
+        in.Write.Reset();
+        Options with{.In = in.Read.Get(), .Out = out.Write.Get(),
+                     .Err = err.Write.Get(), .Use_Vfork = vfork};
         Outcome outcome = Start(argv, with);
         EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
         EXPECT_EQ(outcome.Exit_Status, 0);
-        again_out.Write.Reset();
-        again_err.Write.Reset();
-        EXPECT_EQ(Read_All(again_out.Read.Get()), "out:hello\n");
-        EXPECT_EQ(Read_All(again_err.Read.Get()), "err:hello\n");
+        out.Write.Reset();
+        err.Write.Reset();
+        EXPECT_EQ(Read_All(out.Read.Get()), "out:hello\n");
+        EXPECT_EQ(Read_All(err.Read.Get()), "err:hello\n");
         // The parent's descriptors are its own still.
-        EXPECT_GE(::fcntl(again_in.Read.Get(), F_GETFD), 0);
+        EXPECT_GE(::fcntl(in.Read.Get(), F_GETFD), 0);
     }
 }
 
 TEST_F(Hst_Process_Test, OneDescriptorForOutputAndErrorServesBoth) {
     for (long vfork : {0L, 1L}) {
-        Options with;
-        with.Use_Vfork = vfork;
+        Options with{.Use_Vfork = vfork};
         EXPECT_EQ(Shell_Output("echo a; echo b >&2; echo c", with), "a\nb\nc\n") << vfork;
     }
 }
@@ -306,8 +296,7 @@ TEST_F(Hst_Process_Test, StandardDescriptorsLeftAloneSurviveExecEvenWhenCloseOnE
     ASSERT_EQ(::fcntl(1, F_SETFD, FD_CLOEXEC), 0);
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"echo inherited", nullptr};
     Outcome fork_outcome = Start(argv);
-    Options vfork;
-    vfork.Use_Vfork = 1;
+    Options vfork{.Use_Vfork = 1};
     Outcome vfork_outcome = Start(argv, vfork);
     // The parent's own flag is untouched: only the child cleared it.
     const bool parent_flag = Close_On_Exec(1);
@@ -332,8 +321,7 @@ TEST_F(Hst_Process_Test, AChildInheritsNoDescriptorOfTheLibrary) {
     for (long vfork : {0L, 1L}) {
         SCOPED_TRACE(vfork);
         const std::set<int> allowed = Inheritable_Descriptors();
-        Options with;
-        with.Use_Vfork = vfork;
+        Options with{.Use_Vfork = vfork};
         Outcome outcome;
         const std::set<int> held = Numbers(Shell_Output(List_Descriptors, with, &outcome));
         EXPECT_EQ(outcome.Exit_Status, 0);
@@ -348,9 +336,7 @@ TEST_F(Hst_Process_Test, EnvironmentAndWorkingDirectoryAreTheChildsOwn) {
     Temp_Dir dir;
     const Fnd_String work_dir = Wide(dir.Path);
     const Code_Unit* envp[] = {u"ZT_PROBE=in the child", u"PATH=/bin:/usr/bin", nullptr};
-    Options with;
-    with.Envp = envp;
-    with.Work_Dir = work_dir.Data();
+    Options with{.Envp = envp, .Work_Dir = work_dir.Data()};
     Outcome outcome;
     EXPECT_EQ(Shell_Output("echo \"$ZT_PROBE\"; pwd; echo \"${HOME-unset}\"", with, &outcome),
               "in the child\n" + dir.Path + "\nunset\n");
@@ -358,16 +344,13 @@ TEST_F(Hst_Process_Test, EnvironmentAndWorkingDirectoryAreTheChildsOwn) {
     EXPECT_EQ(getenv("ZT_PROBE"), nullptr);
 
     // The same directory with vfork.
-    Options vfork;
-    vfork.Work_Dir = work_dir.Data();
-    vfork.Use_Vfork = 1;
+    Options vfork{.Work_Dir = work_dir.Data(), .Use_Vfork = 1};
     EXPECT_EQ(Shell_Output("pwd", vfork), dir.Path + "\n");
 }
 
 TEST_F(Hst_Process_Test, AMissingWorkingDirectoryStopsTheChild) {
     const Fnd_String missing = Wide("/no/such/dir");
-    Options with;
-    with.Work_Dir = missing.Data();
+    Options with{.Work_Dir = missing.Data()};
     Outcome outcome;
     // The child fails before its descriptors are redirected: it reports on the error
     // stream it inherited, here a pipe that stands in for the test's own.
@@ -398,8 +381,7 @@ TEST_F(Hst_Process_Test, AMissingWorkingDirectoryStopsTheChild) {
 }
 
 TEST_F(Hst_Process_Test, ANewGroupIsLedByTheChild) {
-    Options with;
-    with.New_Group = 1;
+    Options with{.New_Group = 1};
     const char* script = "read a b c d e rest < /proc/$$/stat; [ \"$e\" = $$ ] && echo leader";
     EXPECT_EQ(Shell_Output(script, with), "leader\n");
     with.Use_Vfork = 1;
@@ -411,8 +393,7 @@ TEST_F(Hst_Process_Test, ANewGroupIsLedByTheChild) {
 TEST_F(Hst_Process_Test, AnArgumentWithoutAFormInTheCharsetEndsTheChildByAssertion) {
     const Code_Unit broken[] = {u'/', u'b', 0xd800, 0};
     const Code_Unit* argv[] = {broken, nullptr};
-    Options with;
-    with.Use_Vfork = 1;
+    Options with{.Use_Vfork = 1};
     Outcome outcome;
     EXPECT_NE(Output_Of(argv, with, &outcome).find("Could not argv[0] cvtFromTchar:"),
               std::string::npos);
@@ -459,9 +440,7 @@ TEST_F(Hst_Process_Test, InterruptionsAreRetriedAtOnceAndOtherErrorsNotAtAll) {
 TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsItself) {
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"read x; exit 5", nullptr};
     Test_Pipe in(O_CLOEXEC);
-    Options with;
-    with.Wait = 0;
-    with.In = in.Read.Get();
+    Options with{.In = in.Read.Get(), .Wait = 0};
     Outcome outcome = Start(argv, with);
     EXPECT_EQ(outcome.Ok, 1);
     EXPECT_EQ(outcome.Exit_Status, 0);
@@ -491,8 +470,7 @@ TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsItself) {
 
 TEST_F(Hst_Process_Test, AnyChildIsFoundByWaitingForMinusOne) {
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"kill -TERM $$", nullptr};
-    Options with;
-    with.Wait = 0;
+    Options with{.Wait = 0};
     Outcome outcome = Start(argv, with);
     ASSERT_GT(outcome.Pid, 0);
     long pid = -1;
@@ -506,8 +484,7 @@ TEST_F(Hst_Process_Test, AnyChildIsFoundByWaitingForMinusOne) {
 
 TEST_F(Hst_Process_Test, AWaitWithALimitKillsAChildThatOutlivesIt) {
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exec sleep 300", nullptr};
-    Options with;
-    with.Limit = 100;
+    Options with{.Limit = 100};
     Outcome outcome = Start(argv, with);
     EXPECT_EQ(outcome.Ok, 0);
     EXPECT_EQ(outcome.Pid, 0);
@@ -551,8 +528,7 @@ TEST_F(Hst_Process_Test, AnIgnoredSigchldDoesNotLoseTheExitStatus) {
 
     // Children reaped by the system count as ended, so polling comes to an end.
     const Code_Unit* argv[] = {u"/bin/true", nullptr};
-    Options with;
-    with.Wait = 0;
+    Options with{.Wait = 0};
     outcome = Start(argv, with);
     ASSERT_GT(outcome.Pid, 0);
     int status = -1, signaled = -1;
