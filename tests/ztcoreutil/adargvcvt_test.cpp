@@ -10,6 +10,7 @@
 #include <cstring>
 #include <ctime>
 #include <string>
+#include <vector>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,6 +34,16 @@ protected:
     }
 };
 
+// The entries of a vector up to its terminating null.
+template <class Char>
+std::vector<std::basic_string<Char>> Entries(Char** Vector) {
+    std::vector<std::basic_string<Char>> out;
+    while (*Vector) out.emplace_back(*Vector++);
+    return out;
+}
+using Units = std::vector<std::u16string>;
+using Bytes = std::vector<std::string>;
+
 TEST_F(DefaultCharset, StandInIsSeenThroughEarlierReferences) {
     const AdCharset& fallback = AdCharset::getDefaultCharset();
     ASSERT_TRUE(fallback == AdCharset::getUTF8Charset());
@@ -50,20 +61,13 @@ TEST_F(DefaultCharset, ByteToWideVectors) {
     const char* argv[] = {"prog", "caf\xC3\xA9", "", nullptr};
     atargvcvt wide(argv);
     ASSERT_TRUE(wide.valid());
-    Code_Unit** out = wide.cvt();
-    EXPECT_EQ(std::u16string(out[0]), u"prog");
-    EXPECT_EQ(std::u16string(out[1]), u"caf\u00E9");
-    EXPECT_EQ(std::u16string(out[2]), u"");
-    EXPECT_EQ(out[3], nullptr);
+    EXPECT_EQ(Entries(wide.cvt()), (Units{u"prog", u"caf\u00E9", u""}));
 
     // A failed string leaves an empty place and the rest goes on.
     const char* broken[] = {"a", "b\xFF", "c", nullptr};
     atargvcvt partly(broken);
     EXPECT_FALSE(partly.valid());
-    EXPECT_EQ(std::u16string(partly.cvt()[0]), u"a");
-    EXPECT_EQ(std::u16string(partly.cvt()[1]), u"");
-    EXPECT_EQ(std::u16string(partly.cvt()[2]), u"c");
-    EXPECT_EQ(partly.cvt()[3], nullptr);
+    EXPECT_EQ(Entries(partly.cvt()), (Units{u"a", u"", u"c"}));
 
     // Under Latin-1 every byte converts.
     Use(u"ISO-8859-1");
@@ -80,17 +84,14 @@ TEST_F(DefaultCharset, WideToByteVectors) {
     const Code_Unit* argv[] = {u"prog", u"\u00E9\u4E2D", nullptr};
     taargvcvt bytes(argv);
     ASSERT_TRUE(bytes.valid());
-    EXPECT_STREQ(bytes.cvt()[0], "prog");
-    EXPECT_STREQ(bytes.cvt()[1], "\xC3\xA9\xE4\xB8\xAD");
-    EXPECT_EQ(bytes.cvt()[2], nullptr);
+    EXPECT_EQ(Entries(bytes.cvt()), (Bytes{"prog", "\xC3\xA9\xE4\xB8\xAD"}));
 
     // Latin-1 has no U+4E2D: the vector ends before the failed string.
     Use(u"ISO-8859-1");
     const Code_Unit* mixed[] = {u"\u00E9", u"\u4E2D", u"c", nullptr};
     taargvcvt cut(mixed);
     EXPECT_FALSE(cut.valid());
-    EXPECT_STREQ(cut.cvt()[0], "\xE9");
-    EXPECT_EQ(cut.cvt()[1], nullptr);
+    EXPECT_EQ(Entries(cut.cvt()), (Bytes{"\xE9"}));
 
     const Code_Unit* empty[] = {nullptr};
     taargvcvt nothing(empty);

@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <ctime>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -45,20 +47,20 @@ protected:
 
 // ---- Formats
 
-TEST_F(Tchar, PrepFormatSwapsOnlyTheTextConversions) {
-    EXPECT_EQ(Prepared(u"%%s"), u"%%s");
-    EXPECT_EQ(Prepared(u"%5.2s"), u"%5.2S");
-    EXPECT_EQ(Prepared(u"%-*S"), u"%-*s");
-    EXPECT_EQ(Prepared(u"%c and %C"), u"%C and %c");
-    EXPECT_EQ(Prepared(u"%ls"), u"%ls");
-    EXPECT_EQ(Prepared(u"50%"), u"50%");
-    EXPECT_EQ(Prepared(u"%# 08.3f %d"), u"%# 08.3f %d");
-    EXPECT_EQ(Prepared(nullptr), u"");
-}
-
-TEST_F(Tchar, PrepFormatWidensLongIntegers) {
-    EXPECT_EQ(Prepared(u"%ld %lu %#lX %lo %li"), u"%lld %llu %#llX %llo %lli");
-    EXPECT_EQ(Prepared(u"%lld %lf"), u"%lld %lf");
+TEST_F(Tchar, PrepFormatSwapsTheTextConversionsAndWidensLongIntegers) {
+    const std::pair<const Code_Unit*, std::u16string> cases[] = {
+        {u"%%s", u"%%s"},
+        {u"%5.2s", u"%5.2S"},
+        {u"%-*S", u"%-*s"},
+        {u"%c and %C", u"%C and %c"},
+        {u"%ls", u"%ls"},
+        {u"50%", u"50%"},
+        {u"%# 08.3f %d", u"%# 08.3f %d"},
+        {nullptr, u""},
+        {u"%ld %lu %#lX %lo %li", u"%lld %llu %#llX %llo %lli"},
+        {u"%lld %lf", u"%lld %lf"},
+    };
+    for (const auto& [format, expected] : cases) EXPECT_EQ(Prepared(format), expected);
 }
 
 TEST_F(Tchar, PrintfIntoBuffers) {
@@ -141,14 +143,13 @@ TEST_F(Tchar, NumbersStopAtTheFirstForeignUnit) {
 }
 
 TEST_F(Tchar, LongToText) {
+    const std::tuple<long, int, std::u16string> cases[] = {
+        {-255, 10, u"-255"}, {255, 16, u"FF"}, {5, 2, u"101"},   {35, 36, u"Z"},
+        {42, 99, u"42"},  // a bad base counts as 10
+        {0, 8, u"0"},        {LONG_MIN, 10, u"-9223372036854775808"}};
     Code_Unit buffer[80];
-    EXPECT_EQ(std::u16string(_ltot(-255, buffer, 10)), u"-255");
-    EXPECT_EQ(std::u16string(_ltot(255, buffer, 16)), u"FF");
-    EXPECT_EQ(std::u16string(_ltot(5, buffer, 2)), u"101");
-    EXPECT_EQ(std::u16string(_ltot(35, buffer, 36)), u"Z");
-    EXPECT_EQ(std::u16string(_ltot(42, buffer, 99)), u"42");  // a bad base counts as 10
-    EXPECT_EQ(std::u16string(_ltot(0, buffer, 8)), u"0");
-    EXPECT_EQ(std::u16string(_ltot(LONG_MIN, buffer, 10)), u"-9223372036854775808");
+    for (const auto& [value, base, expected] : cases)
+        EXPECT_EQ(std::u16string(_ltot(value, buffer, base)), expected) << value << " " << base;
 }
 
 // ---- Environment

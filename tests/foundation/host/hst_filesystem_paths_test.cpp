@@ -1,6 +1,4 @@
-// The file system interface on real files: the retry rule, the errno-to-message rules,
-// directories, deleting, opening with close-on-exec, streams, links, status, modes and
-// temporary names, and paths that do not convert to the default charset.
+// The file system interface on real files in a fresh directory.
 #include "foundation/host/hst_filesystem.h"
 
 #include <fcntl.h>
@@ -29,6 +27,19 @@ namespace {
 
 const Fnd_String Unconvertible(u"/tmp/\xD800");
 
+// The class and number of a condition's error: "fs 201", "sys 41 errno 2", "ok".
+std::string Error_Of(const Fnd_Condition& Condition) {
+    if (!Condition.Failed()) return "ok";
+    if (const auto* error = Hst_Filesystem_Error::Convert(Condition.Get_Error()))
+        return "fs " + std::to_string(error->Number);
+    if (const auto* error = Hst_Sys_Call_Error::Convert(Condition.Get_Error()))
+        return "sys " + std::to_string(error->Text) + " errno " + std::to_string(error->Errno);
+    return "other";
+}
+
+// A condition that has failed, to show that each operation clears what it is given.
+Fnd_Condition Dirty() { return Fnd_Condition(Hst_Sys_Call_Error(1, 1)); }
+
 class Filesystem : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -47,59 +58,59 @@ protected:
         return Dir + "/" + Name;
     }
 
+    // Runs each step of one operation on a condition that has failed before, to show that
+    // each call clears it; a null name stands for the empty path.
+    struct Step {
+        const char* Name;
+        long Flag;
+        std::string Expected;
+    };
+    using Operation = void (*)(const Fnd_String&, Fnd_Condition&, long);
+    void Run(Operation Do, std::initializer_list<Step> Steps) const {
+        for (const Step& step : Steps) {
+            SCOPED_TRACE(std::string(step.Name ? step.Name : "<empty>") + " " +
+                         std::to_string(step.Flag));
+            Fnd_Condition condition = Dirty();
+            Do(step.Name ? Path(step.Name) : Fnd_String(), condition, step.Flag);
+            EXPECT_EQ(Error_Of(condition), step.Expected);
+        }
+    }
+
     std::string Dir;
 };
 
-// The class and number of a condition's error: "fs 201", "sys 41 errno 2", "ok".
-std::string Error_Of(const Fnd_Condition& Condition) {
-    if (!Condition.Failed()) return "ok";
-    if (const auto* error = Hst_Filesystem_Error::Convert(Condition.Get_Error()))
-        return "fs " + std::to_string(error->Number);
-    if (const auto* error = Hst_Sys_Call_Error::Convert(Condition.Get_Error()))
-        return "sys " + std::to_string(error->Text) + " errno " + std::to_string(error->Errno);
-    return "other";
-}
-
 bool Close_On_Exec(int Fd) { return (fcntl(Fd, F_GETFD) & FD_CLOEXEC) != 0; }
-
-// A condition that has failed, to show that each operation clears what it is given.
-Fnd_Condition Dirty() { return Fnd_Condition(Hst_Sys_Call_Error(1, 1)); }
 
 bool Is_Root() { return geteuid() == 0; }
 
 }  // namespace
 
 TEST(Hst_Filesystem_Retry, InterruptsRepeatWithoutLimitTimeoutsFiftyTimesAgainOnlyForReads) {
-    using hst_filesystem_detail::Retry;
-    int calls = 0;
-    auto Failing = [&calls](int Error, int Times) {
-        return [&calls, Error, Times] {
-            ++calls;
-            if (calls <= Times) {
-                errno = Error;
+    // (errno, failures before success, again-is-retried) -> (result, calls made)
+    struct Case {
+        int Error, Failures;
+        bool Again;
+        int Result, Calls;
+    };
+    const Case cases[] = {{EINTR, 1000, false, 7, 1001}, {ETIMEDOUT, 1000, false, -1, 50},
+                          {ETIMEDOUT, 49, false, 7, 50}, {EAGAIN, 300, true, 7, 301},
+                          {EAGAIN, 300, false, -1, 1},   {ENOENT, 300, true, -1, 1}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::to_string(c.Error) + " x" + std::to_string(c.Failures));
+        int calls = 0;
+        auto call = [&] {
+            if (++calls <= c.Failures) {
+                errno = c.Error;
                 return -1;
             }
             return 7;
         };
-    };
-    EXPECT_EQ(Retry(Failing(EINTR, 1000)), 7);
-    EXPECT_EQ(calls, 1001);
-    calls = 0;
-    EXPECT_EQ(Retry(Failing(ETIMEDOUT, 1000)), -1);
-    EXPECT_EQ(calls, 50);
-    EXPECT_EQ(errno, ETIMEDOUT);
-    calls = 0;
-    EXPECT_EQ(Retry(Failing(ETIMEDOUT, 49)), 7);
-    EXPECT_EQ(calls, 50);
-    calls = 0;
-    EXPECT_EQ(Retry(Failing(EAGAIN, 300), true), 7);
-    EXPECT_EQ(calls, 301);
-    calls = 0;
-    EXPECT_EQ(Retry(Failing(EAGAIN, 300), false), -1);
-    EXPECT_EQ(calls, 1);
-    calls = 0;
-    EXPECT_EQ(Retry(Failing(ENOENT, 300), true), -1);
-    EXPECT_EQ(calls, 1);
+        EXPECT_EQ(hst_filesystem_detail::Retry(call, c.Again), c.Result);
+        EXPECT_EQ(calls, c.Calls);
+        if (c.Result == -1) {
+            EXPECT_EQ(errno, c.Error);
+        }
+    }
 }
 
 TEST(Hst_Filesystem_Rules, EachErrnoMapsToItsMessage) {
@@ -137,25 +148,14 @@ TEST(Hst_Filesystem_Rules, EachErrnoMapsToItsMessage) {
 }
 
 TEST_F(Filesystem, MakeDirectoryNewExistingAndOnAFile) {
-    Fnd_Condition condition = Dirty();
-    Hst_Filesystem::Make_Directory(Path("d"), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    EXPECT_TRUE(fs::is_directory(Dir + "/d"));
-
-    condition = Dirty();
-    Hst_Filesystem::Make_Directory(Path("d"), condition, 1);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    Hst_Filesystem::Make_Directory(Path("d"), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "fs 10");
-
     Make("file");
+    Run(Hst_Filesystem::Make_Directory,
+        {{"d", 0, "ok"}, {"d", 1, "ok"}, {"d", 0, "fs 10"}, {"file", 1, "fs 10"},
+         {"missing/d", 1, "fs 102"}, {"file/d", 1, "fs 101"}});
+    EXPECT_TRUE(fs::is_directory(Dir + "/d"));
+    Fnd_Condition condition;
     Hst_Filesystem::Make_Directory(Path("file"), condition, 1);
-    EXPECT_EQ(Error_Of(condition), "fs 10");
     EXPECT_EQ(Hst_Filesystem_Error::Is_Errno(condition, EEXIST), 1);
-    Hst_Filesystem::Make_Directory(Path("missing/d"), condition, 1);
-    EXPECT_EQ(Error_Of(condition), "fs 102");
-    Hst_Filesystem::Make_Directory(Path("file/d"), condition, 1);
-    EXPECT_EQ(Error_Of(condition), "fs 101");
 }
 
 TEST_F(Filesystem, MakeDirectoryWithoutPermission) {
@@ -176,33 +176,16 @@ TEST_F(Filesystem, MakeDirectoryWithoutPermission) {
 
 TEST_F(Filesystem, DeletingFilesWithAndWithoutIgnoringMissingOnes) {
     Make("file");
-    Fnd_Condition condition = Dirty();
-    Hst_Filesystem::Delete_File(Path("file"), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "ok");
+    Make("plain");
+    fs::create_directory(Dir + "/sub");
+    Run(Hst_Filesystem::Delete_File,
+        {{"file", 0, "ok"}, {"file", 1, "ok"}, {"no/such/file", 1, "ok"}, {"file", 0, "fs 201"},
+         {nullptr, 1, "ok"}, {nullptr, 0, "fs 201"}, {"plain/below", 1, "ok"},
+         {"plain/below", 0, "fs 101"}, {"sub", 0, "sys 105 errno " + std::to_string(EISDIR)}});
     EXPECT_FALSE(fs::exists(Dir + "/file"));
 
-    condition = Dirty();
-    Hst_Filesystem::Delete_File(Path("file"), condition, 1);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    Hst_Filesystem::Delete_File(Path("no/such/file"), condition, 1);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    Hst_Filesystem::Delete_File(Path("file"), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "fs 201");
-    Hst_Filesystem::Delete_File(Fnd_String(), condition, 1);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    Hst_Filesystem::Delete_File(Fnd_String(), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "fs 201");
-
-    Make("plain");
-    Hst_Filesystem::Delete_File(Path("plain/below"), condition, 1);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    Hst_Filesystem::Delete_File(Path("plain/below"), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "fs 101");
-    fs::create_directory(Dir + "/sub");
-    Hst_Filesystem::Delete_File(Path("sub"), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "sys 105 errno " + std::to_string(EISDIR));
-
     symlink("nowhere", (Dir + "/link").c_str());
+    Fnd_Condition condition = Dirty();
     Hst_Filesystem::Delete_Symbolic_Link(Path("link"), condition, 0);
     EXPECT_EQ(Error_Of(condition), "ok");
     EXPECT_FALSE(fs::is_symlink(Dir + "/link"));
@@ -210,20 +193,10 @@ TEST_F(Filesystem, DeletingFilesWithAndWithoutIgnoringMissingOnes) {
 
 TEST_F(Filesystem, DeletingDirectories) {
     fs::create_directories(Dir + "/full/inner");
-    Fnd_Condition condition;
-    Hst_Filesystem::Delete_Directory(Path("full"), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "fs 103");
-    Hst_Filesystem::Delete_Directory(Path("full/inner"), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    Hst_Filesystem::Delete_Directory(Path("full/inner"), condition, 1);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    Hst_Filesystem::Delete_Directory(Path("full/inner"), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "fs 102");
-    Hst_Filesystem::Delete_Directory(Fnd_String(), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "fs 102");
     Make("file");
-    Hst_Filesystem::Delete_Directory(Path("file"), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "fs 101");
+    Run(Hst_Filesystem::Delete_Directory,
+        {{"full", 0, "fs 103"}, {"full/inner", 0, "ok"}, {"full/inner", 1, "ok"},
+         {"full/inner", 0, "fs 102"}, {nullptr, 0, "fs 102"}, {"file", 0, "fs 101"}});
 }
 
 TEST_F(Filesystem, ExistsAndWhenInDoubt) {

@@ -1,5 +1,4 @@
-// Reading and writing descriptors: counts, end of file, failures in the condition, and
-// the retry rule on interrupted and non-blocking calls.
+// Reading and writing descriptors: counts, end of file, failures and retries.
 #include "foundation/host/hst_filesystem.h"
 
 #include <gtest/gtest.h>
@@ -16,30 +15,13 @@
 
 #include "foundation/base/fnd_condition.h"
 #include "foundation/host/hst_errors.h"
-#include "tests/foundation/base/message_test_support.h"
+#include "tests/foundation/host/hst_process_test_support.h"
 
 using namespace message_test;
 
 namespace {
 
-struct Pipe {
-    Pipe() { EXPECT_EQ(pipe(Ends), 0); }
-    ~Pipe() {
-        Close_Read();
-        Close_Write();
-    }
-    void Close_Read() {
-        if (Ends[0] >= 0) close(Ends[0]);
-        Ends[0] = -1;
-    }
-    void Close_Write() {
-        if (Ends[1] >= 0) close(Ends[1]);
-        Ends[1] = -1;
-    }
-    int Read_End() const { return Ends[0]; }
-    int Write_End() const { return Ends[1]; }
-    int Ends[2] = {-1, -1};
-};
+using Pipe = process_test::Test_Pipe;
 
 const Hst_Sys_Call_Error* Sys_Call_Error(const Fnd_Condition& Condition) {
     return Hst_Sys_Call_Error::Convert(Condition.Get_Error());
@@ -53,23 +35,23 @@ void Count_Interruption(int) { ++Interruptions; }
 TEST(Hst_Filesystem_Read_Write, BytesGoThroughAPipeAndEndOfFileIsACountOfZero) {
     Pipe pipe;
     Fnd_Condition condition(Hst_Sys_Call_Error(1, 2));
-    EXPECT_EQ(Hst_Filesystem::Write(pipe.Write_End(), "hello", 5, condition), 5);
+    EXPECT_EQ(Hst_Filesystem::Write(pipe.Write.Get(), "hello", 5, condition), 5);
     EXPECT_FALSE(condition.Failed());
 
     char buffer[16] = {};
     condition.Set_Error(Hst_Sys_Call_Error(1, 2), 1);
-    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read_End(), buffer, 3, condition), 3);
+    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read.Get(), buffer, 3, condition), 3);
     EXPECT_FALSE(condition.Failed());
     EXPECT_EQ(std::string(buffer, 3), "hel");
     // A short read is a success: only what is there comes back.
-    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read_End(), buffer, sizeof buffer, condition), 2);
+    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read.Get(), buffer, sizeof buffer, condition), 2);
     EXPECT_EQ(std::string(buffer, 2), "lo");
 
-    EXPECT_EQ(Hst_Filesystem::Write(pipe.Write_End(), "x", 0, condition), 0);
+    EXPECT_EQ(Hst_Filesystem::Write(pipe.Write.Get(), "x", 0, condition), 0);
     EXPECT_FALSE(condition.Failed());
 
-    pipe.Close_Write();
-    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read_End(), buffer, sizeof buffer, condition), 0);
+    pipe.Write.Reset();
+    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read.Get(), buffer, sizeof buffer, condition), 0);
     EXPECT_FALSE(condition.Failed());
 }
 
@@ -80,9 +62,9 @@ TEST(Hst_Filesystem_Read_Write, WritingToAClosedPeerFailsWithBrokenPipe) {
     sigaddset(&blocked, SIGPIPE);
     ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &blocked, &previous), 0);
     Pipe pipe;
-    pipe.Close_Read();
+    pipe.Read.Reset();
     Fnd_Condition condition;
-    EXPECT_EQ(Hst_Filesystem::Write(pipe.Write_End(), "data", 4, condition), -1);
+    EXPECT_EQ(Hst_Filesystem::Write(pipe.Write.Get(), "data", 4, condition), -1);
     ASSERT_TRUE(condition.Failed());
     EXPECT_EQ(Hst_Sys_Call_Error::Is_Errno(condition, EPIPE), 1);
     ASSERT_NE(Sys_Call_Error(condition), nullptr);
@@ -110,24 +92,24 @@ TEST(Hst_Filesystem_Read_Write, FailuresCarryTheCallNumberTheLengthAndErrno) {
     EXPECT_EQ(Sys_Call_Error(condition)->Num, 8);
 
     Pipe pipe;
-    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read_End(), buffer, -1, condition), -1);
+    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read.Get(), buffer, -1, condition), -1);
     EXPECT_EQ(Hst_Sys_Call_Error::Is_Errno(condition, EINVAL), 1);
-    EXPECT_EQ(Hst_Filesystem::Write(pipe.Write_End(), buffer, -5, condition), -1);
+    EXPECT_EQ(Hst_Filesystem::Write(pipe.Write.Get(), buffer, -5, condition), -1);
     EXPECT_EQ(Hst_Sys_Call_Error::Is_Errno(condition, EINVAL), 1);
     EXPECT_EQ(Sys_Call_Error(condition)->Text_Number(), 143);
 }
 
 TEST(Hst_Filesystem_Read_Write, ANonBlockingReadWaitsForDataButAWriteReportsAFullPipe) {
     Pipe pipe;
-    ASSERT_EQ(fcntl(pipe.Read_End(), F_SETFL, O_NONBLOCK), 0);
-    ASSERT_EQ(fcntl(pipe.Write_End(), F_SETFL, O_NONBLOCK), 0);
+    ASSERT_EQ(fcntl(pipe.Read.Get(), F_SETFL, O_NONBLOCK), 0);
+    ASSERT_EQ(fcntl(pipe.Write.Get(), F_SETFL, O_NONBLOCK), 0);
     std::thread writer([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        EXPECT_EQ(write(pipe.Write_End(), "late", 4), 4);
+        EXPECT_EQ(write(pipe.Write.Get(), "late", 4), 4);
     });
     Fnd_Condition condition;
     char buffer[8] = {};
-    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read_End(), buffer, sizeof buffer, condition), 4);
+    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read.Get(), buffer, sizeof buffer, condition), 4);
     EXPECT_FALSE(condition.Failed());
     EXPECT_EQ(std::string(buffer, 4), "late");
     writer.join();
@@ -137,7 +119,7 @@ TEST(Hst_Filesystem_Read_Write, ANonBlockingReadWaitsForDataButAWriteReportsAFul
     std::memset(block, 'x', sizeof block);
     long result = 0;
     for (int i = 0; i < 1024 && result >= 0; ++i)
-        result = Hst_Filesystem::Write(pipe.Write_End(), block, sizeof block, condition);
+        result = Hst_Filesystem::Write(pipe.Write.Get(), block, sizeof block, condition);
     EXPECT_EQ(result, -1);
     EXPECT_EQ(Hst_Sys_Call_Error::Is_Errno(condition, EAGAIN), 1);
 }
@@ -156,11 +138,11 @@ TEST(Hst_Filesystem_Read_Write, AnInterruptedReadIsRepeated) {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         pthread_kill(reader, SIGUSR1);
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        EXPECT_EQ(write(pipe.Write_End(), "after", 5), 5);
+        EXPECT_EQ(write(pipe.Write.Get(), "after", 5), 5);
     });
     Fnd_Condition condition;
     char buffer[8] = {};
-    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read_End(), buffer, sizeof buffer, condition), 5);
+    EXPECT_EQ(Hst_Filesystem::Read(pipe.Read.Get(), buffer, sizeof buffer, condition), 5);
     interrupter.join();
     EXPECT_FALSE(condition.Failed());
     EXPECT_EQ(std::string(buffer, 5), "after");

@@ -1,6 +1,4 @@
-// Starting programs and functions in children: exit codes, signals, failures before
-// and at exec by fork and by vfork, redirection, inherited descriptors, fork retries,
-// bounded waits and an ignored SIGCHLD.
+// Starting programs and functions in children, by fork and by vfork.
 #include "foundation/host/hst_process.h"
 
 #include <gtest/gtest.h>
@@ -55,24 +53,22 @@ Outcome Start(const Code_Unit* const* Argv, const Options& With = Options()) {
     return outcome;
 }
 
-// Runs "/bin/sh -c Script" with the child's output (and error, unless Err is given)
-// into a pipe, and gives back what came out.
-std::string Shell_Output(const char* Script, Options With, Outcome* Result = nullptr) {
-    const Fnd_String script = Wide(Script);
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", script.Data(), nullptr};
+// Runs Argv with the child's output (and error, unless Err is given) into a pipe, and
+// gives back what came out.
+std::string Output_Of(const Code_Unit* const* Argv, Options With, Outcome* Result = nullptr) {
     Test_Pipe pipe(O_CLOEXEC);
     With.Out = pipe.Write.Get();
     if (With.Err == -1) With.Err = pipe.Write.Get();
-    Outcome outcome = Start(argv, With);
+    Outcome outcome = Start(Argv, With);
     pipe.Write.Reset();
-    const std::string text = Read_All(pipe.Read.Get());
-    if (Result) {
-        Result->Ok = outcome.Ok;
-        Result->Pid = outcome.Pid;
-        Result->Exit_Status = outcome.Exit_Status;
-        Result->Condition = outcome.Condition;
-    }
-    return text;
+    if (Result) *Result = outcome;
+    return Read_All(pipe.Read.Get());
+}
+
+std::string Shell_Output(const char* Script, Options With, Outcome* Result = nullptr) {
+    const Fnd_String script = Wide(Script);
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", script.Data(), nullptr};
+    return Output_Of(argv, With, Result);
 }
 
 const Hst_Sys_Call_Error* Sys_Call_Error_In(const Fnd_Condition& Condition) {
@@ -83,6 +79,23 @@ const Hst_Sys_Call_Error* Sys_Call_Error_In(const Fnd_Condition& Condition) {
     if (!subordinates) return nullptr;
     const auto* first = Fnd_Condition::Convert(subordinates->Get_First());
     return first ? Sys_Call_Error_In(*first) : nullptr;
+}
+
+// The text number and errno of the system call failure in Condition: "161 errno 2".
+std::string Sys_Error(const Fnd_Condition& Condition) {
+    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(Condition);
+    if (!error) return "none: " + Text_Of(Condition);
+    return std::to_string(error->Text_Number()) + " errno " + std::to_string(error->Get_Errno());
+}
+std::string Sys(int Text, int Error) {
+    return std::to_string(Text) + " errno " + std::to_string(Error);
+}
+
+// Calls Done every millisecond until it is true or 20 seconds have passed.
+template <class Check>
+void Poll(Check Done) {
+    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!Done() && std::chrono::steady_clock::now() < give_up) ::usleep(1000);
 }
 
 const Hst_Process_Error* Process_Error_On_Top(const Fnd_Condition& Condition) {
@@ -150,8 +163,7 @@ struct Fork_Hooks {
 TEST_F(Hst_Process_Test, AProgramsExitCodeIsItsStatusAndNoFailure) {
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exit 3", nullptr};
     for (long vfork : {0L, 1L}) {
-        Options with;
-        with.Use_Vfork = vfork;
+        Options with{.Use_Vfork = vfork};
         Outcome outcome = Start(argv, with);
         EXPECT_EQ(outcome.Ok, 1);
         EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
@@ -189,12 +201,8 @@ TEST_F(Hst_Process_Test, AChildKilledByASignalIsAFailureNamedForTheProgram) {
 
 TEST_F(Hst_Process_Test, AMissingProgramAfterForkEndsWithErrnoAndReportsOnItsStreams) {
     const Code_Unit* argv[] = {u"/no/such/program", nullptr};
-    Test_Pipe out(O_CLOEXEC);
-    Options with;
-    with.Out = with.Err = out.Write.Get();
-    Outcome outcome = Start(argv, with);
-    out.Write.Reset();
-    const std::string said = Read_All(out.Read.Get());
+    Outcome outcome;
+    const std::string said = Output_Of(argv, Options(), &outcome);
     // The parent learns it from the exit status alone.
     EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
     EXPECT_EQ(outcome.Exit_Status, ENOENT);
@@ -208,15 +216,11 @@ TEST_F(Hst_Process_Test, AMissingProgramAfterForkEndsWithErrnoAndReportsOnItsStr
 
 TEST_F(Hst_Process_Test, AMissingProgramAfterVforkReachesTheParentsCondition) {
     const Code_Unit* argv[] = {u"/no/such/program", nullptr};
-    Options with;
-    with.Use_Vfork = 1;
+    Options with{.Use_Vfork = 1};
     Outcome outcome = Start(argv, with);
     EXPECT_EQ(outcome.Ok, 0);
     EXPECT_EQ(outcome.Exit_Status, ENOENT);
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
-    ASSERT_NE(error, nullptr) << Text_Of(outcome.Condition);
-    EXPECT_EQ(error->Text_Number(), 161);
-    EXPECT_EQ(error->Get_Errno(), ENOENT);
+    EXPECT_EQ(Sys_Error(outcome.Condition), Sys(161, ENOENT));
     EXPECT_EQ(Text_Of(outcome.Condition),
               "the program /no/such/program failed\ncannot run the program /no/such/program: " +
                   std::string(strerror(ENOENT)));
@@ -235,15 +239,9 @@ TEST_F(Hst_Process_Test, AMissingProgramAfterVforkReachesTheParentsCondition) {
 }
 
 TEST_F(Hst_Process_Test, AFailingHookStopsTheProgramAndTheChildEndsWith255) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"echo ran", nullptr};
-    Test_Pipe out(O_CLOEXEC);
-    Options with;
-    with.Out = with.Err = out.Write.Get();
-    with.Pre_Exec = Failing_Hook;
-    with.Use_Vfork = 1;  // the hook rules vfork out
-    Outcome outcome = Start(argv, with);
-    out.Write.Reset();
-    const std::string said = Read_All(out.Read.Get());
+    Options with{.Pre_Exec = Failing_Hook, .Use_Vfork = 1};  // the hook rules vfork out
+    Outcome outcome;
+    const std::string said = Shell_Output("echo ran", with, &outcome);
     EXPECT_FALSE(outcome.Condition.Failed());
     EXPECT_EQ(outcome.Exit_Status, 255);
     EXPECT_EQ(said.find("ran"), std::string::npos);
@@ -252,9 +250,7 @@ TEST_F(Hst_Process_Test, AFailingHookStopsTheProgramAndTheChildEndsWith255) {
 }
 
 TEST_F(Hst_Process_Test, AHookRunsInTheChildBeforeExecWithItsData) {
-    Options with;
-    with.Pre_Exec = Exporting_Hook;
-    with.Data = const_cast<char*>("from the hook");
+    Options with{.Pre_Exec = Exporting_Hook, .Data = const_cast<char*>("from the hook")};
     Outcome outcome;
     EXPECT_EQ(Shell_Output("echo \"$HOOKED\"", with, &outcome), "from the hook\n");
     EXPECT_FALSE(outcome.Condition.Failed());
@@ -264,38 +260,32 @@ TEST_F(Hst_Process_Test, AHookRunsInTheChildBeforeExecWithItsData) {
 // ---- The child's setting
 
 TEST_F(Hst_Process_Test, TheThreeStandardDescriptorsAreRedirected) {
-    Test_Pipe in(O_CLOEXEC), out(O_CLOEXEC), err(O_CLOEXEC);
-    ASSERT_EQ(::write(in.Write.Get(), "hello\n", 6), 6);
-    in.Write.Reset();
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"read x; echo out:$x; echo err:$x >&2",
                                nullptr};
     for (long vfork : {0L, 1L}) {
         SCOPED_TRACE(vfork);
-        Test_Pipe again_out(O_CLOEXEC), again_err(O_CLOEXEC), again_in(O_CLOEXEC);
-        ASSERT_EQ(::write(again_in.Write.Get(), "hello\n", 6), 6);
-        again_in.Write.Reset();
-        Options with;
-        with.In = again_in.Read.Get();
-        with.Out = again_out.Write.Get();
-        with.Err = again_err.Write.Get();
-        with.Use_Vfork = vfork;
+        Test_Pipe out(O_CLOEXEC), err(O_CLOEXEC), in(O_CLOEXEC);
+        ASSERT_EQ(::write(in.Write.Get(), "hello\n", 6), 6);
+        in.Write.Reset();
+        Options with{.In = in.Read.Get(), .Out = out.Write.Get(),
+                     .Err = err.Write.Get(), .Use_Vfork = vfork};
         Outcome outcome = Start(argv, with);
         EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
         EXPECT_EQ(outcome.Exit_Status, 0);
-        again_out.Write.Reset();
-        again_err.Write.Reset();
-        EXPECT_EQ(Read_All(again_out.Read.Get()), "out:hello\n");
-        EXPECT_EQ(Read_All(again_err.Read.Get()), "err:hello\n");
+        out.Write.Reset();
+        err.Write.Reset();
+        EXPECT_EQ(Read_All(out.Read.Get()), "out:hello\n");
+        EXPECT_EQ(Read_All(err.Read.Get()), "err:hello\n");
         // The parent's descriptors are its own still.
-        EXPECT_GE(::fcntl(again_in.Read.Get(), F_GETFD), 0);
+        EXPECT_GE(::fcntl(in.Read.Get(), F_GETFD), 0);
     }
 }
 
 TEST_F(Hst_Process_Test, OneDescriptorForOutputAndErrorServesBoth) {
-    Options with;
-    EXPECT_EQ(Shell_Output("echo a; echo b >&2; echo c", with), "a\nb\nc\n");
-    with.Use_Vfork = 1;
-    EXPECT_EQ(Shell_Output("echo a; echo b >&2; echo c", with), "a\nb\nc\n");
+    for (long vfork : {0L, 1L}) {
+        Options with{.Use_Vfork = vfork};
+        EXPECT_EQ(Shell_Output("echo a; echo b >&2; echo c", with), "a\nb\nc\n") << vfork;
+    }
 }
 
 TEST_F(Hst_Process_Test, StandardDescriptorsLeftAloneSurviveExecEvenWhenCloseOnExec) {
@@ -306,8 +296,7 @@ TEST_F(Hst_Process_Test, StandardDescriptorsLeftAloneSurviveExecEvenWhenCloseOnE
     ASSERT_EQ(::fcntl(1, F_SETFD, FD_CLOEXEC), 0);
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"echo inherited", nullptr};
     Outcome fork_outcome = Start(argv);
-    Options vfork;
-    vfork.Use_Vfork = 1;
+    Options vfork{.Use_Vfork = 1};
     Outcome vfork_outcome = Start(argv, vfork);
     // The parent's own flag is untouched: only the child cleared it.
     const bool parent_flag = Close_On_Exec(1);
@@ -332,8 +321,7 @@ TEST_F(Hst_Process_Test, AChildInheritsNoDescriptorOfTheLibrary) {
     for (long vfork : {0L, 1L}) {
         SCOPED_TRACE(vfork);
         const std::set<int> allowed = Inheritable_Descriptors();
-        Options with;
-        with.Use_Vfork = vfork;
+        Options with{.Use_Vfork = vfork};
         Outcome outcome;
         const std::set<int> held = Numbers(Shell_Output(List_Descriptors, with, &outcome));
         EXPECT_EQ(outcome.Exit_Status, 0);
@@ -348,9 +336,7 @@ TEST_F(Hst_Process_Test, EnvironmentAndWorkingDirectoryAreTheChildsOwn) {
     Temp_Dir dir;
     const Fnd_String work_dir = Wide(dir.Path);
     const Code_Unit* envp[] = {u"ZT_PROBE=in the child", u"PATH=/bin:/usr/bin", nullptr};
-    Options with;
-    with.Envp = envp;
-    with.Work_Dir = work_dir.Data();
+    Options with{.Envp = envp, .Work_Dir = work_dir.Data()};
     Outcome outcome;
     EXPECT_EQ(Shell_Output("echo \"$ZT_PROBE\"; pwd; echo \"${HOME-unset}\"", with, &outcome),
               "in the child\n" + dir.Path + "\nunset\n");
@@ -358,16 +344,13 @@ TEST_F(Hst_Process_Test, EnvironmentAndWorkingDirectoryAreTheChildsOwn) {
     EXPECT_EQ(getenv("ZT_PROBE"), nullptr);
 
     // The same directory with vfork.
-    Options vfork;
-    vfork.Work_Dir = work_dir.Data();
-    vfork.Use_Vfork = 1;
+    Options vfork{.Work_Dir = work_dir.Data(), .Use_Vfork = 1};
     EXPECT_EQ(Shell_Output("pwd", vfork), dir.Path + "\n");
 }
 
 TEST_F(Hst_Process_Test, AMissingWorkingDirectoryStopsTheChild) {
     const Fnd_String missing = Wide("/no/such/dir");
-    Options with;
-    with.Work_Dir = missing.Data();
+    Options with{.Work_Dir = missing.Data()};
     Outcome outcome;
     // The child fails before its descriptors are redirected: it reports on the error
     // stream it inherited, here a pipe that stands in for the test's own.
@@ -394,15 +377,11 @@ TEST_F(Hst_Process_Test, AMissingWorkingDirectoryStopsTheChild) {
     with.Use_Vfork = 1;
     Shell_Output("echo ran", with, &outcome);
     EXPECT_EQ(outcome.Exit_Status, 255);
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Text_Number(), 21);
-    EXPECT_EQ(error->Get_Errno(), ENOENT);
+    EXPECT_EQ(Sys_Error(outcome.Condition), Sys(21, ENOENT));
 }
 
 TEST_F(Hst_Process_Test, ANewGroupIsLedByTheChild) {
-    Options with;
-    with.New_Group = 1;
+    Options with{.New_Group = 1};
     const char* script = "read a b c d e rest < /proc/$$/stat; [ \"$e\" = $$ ] && echo leader";
     EXPECT_EQ(Shell_Output(script, with), "leader\n");
     with.Use_Vfork = 1;
@@ -414,13 +393,9 @@ TEST_F(Hst_Process_Test, ANewGroupIsLedByTheChild) {
 TEST_F(Hst_Process_Test, AnArgumentWithoutAFormInTheCharsetEndsTheChildByAssertion) {
     const Code_Unit broken[] = {u'/', u'b', 0xd800, 0};
     const Code_Unit* argv[] = {broken, nullptr};
-    Test_Pipe err(O_CLOEXEC);
-    Options with;
-    with.Out = with.Err = err.Write.Get();
-    with.Use_Vfork = 1;
-    Outcome outcome = Start(argv, with);
-    err.Write.Reset();
-    EXPECT_NE(Read_All(err.Read.Get()).find("Could not argv[0] cvtFromTchar:"),
+    Options with{.Use_Vfork = 1};
+    Outcome outcome;
+    EXPECT_NE(Output_Of(argv, with, &outcome).find("Could not argv[0] cvtFromTchar:"),
               std::string::npos);
     ASSERT_TRUE(outcome.Condition.Failed());
     EXPECT_NE(Text_Of(outcome.Condition).find("ended by signal " + std::to_string(SIGABRT)),
@@ -438,10 +413,7 @@ TEST_F(Hst_Process_Test, AShortageOfProcessesIsRetriedWithGrowingSleepsThenGiven
     EXPECT_EQ(outcome.Pid, 0);
     EXPECT_EQ(sleeps, (std::vector<long>{1, 1, 1, 2, 2, 2, 3, 3, 3}));
     EXPECT_EQ(fork_errors.size(), 10u);  // ten attempts in all
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Text_Number(), 162);
-    EXPECT_EQ(error->Get_Errno(), EAGAIN);
+    EXPECT_EQ(Sys_Error(outcome.Condition), Sys(162, EAGAIN));
     EXPECT_EQ(Text_Of(outcome.Condition), "the program /bin/true failed\ncannot start a process: " +
                                               std::string(strerror(EAGAIN)));
 }
@@ -459,9 +431,7 @@ TEST_F(Hst_Process_Test, InterruptionsAreRetriedAtOnceAndOtherErrorsNotAtAll) {
         Fork_Hooks hooks({EPERM});
         Outcome outcome = Start(argv);
         EXPECT_TRUE(sleeps.empty());
-        const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
-        ASSERT_NE(error, nullptr);
-        EXPECT_EQ(error->Get_Errno(), EPERM);
+        EXPECT_EQ(Sys_Error(outcome.Condition), Sys(162, EPERM));
     }
 }
 
@@ -470,9 +440,7 @@ TEST_F(Hst_Process_Test, InterruptionsAreRetriedAtOnceAndOtherErrorsNotAtAll) {
 TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsItself) {
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"read x; exit 5", nullptr};
     Test_Pipe in(O_CLOEXEC);
-    Options with;
-    with.Wait = 0;
-    with.In = in.Read.Get();
+    Options with{.In = in.Read.Get(), .Wait = 0};
     Outcome outcome = Start(argv, with);
     EXPECT_EQ(outcome.Ok, 1);
     EXPECT_EQ(outcome.Exit_Status, 0);
@@ -497,25 +465,18 @@ TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsItself) {
     EXPECT_EQ(signaled, 0);
     // Reaped: a second wait fails.
     EXPECT_EQ(Hst_Process::Wait(pid, status, signaled, cond), 0);
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(cond);
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Text_Number(), 163);
-    EXPECT_EQ(error->Get_Errno(), ECHILD);
+    EXPECT_EQ(Sys_Error(cond), Sys(163, ECHILD));
 }
 
 TEST_F(Hst_Process_Test, AnyChildIsFoundByWaitingForMinusOne) {
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"kill -TERM $$", nullptr};
-    Options with;
-    with.Wait = 0;
+    Options with{.Wait = 0};
     Outcome outcome = Start(argv, with);
     ASSERT_GT(outcome.Pid, 0);
     long pid = -1;
     int status = 0, signaled = 0;
     Fnd_Condition cond;
-    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!Hst_Process::Wait(pid, status, signaled, cond) &&
-           std::chrono::steady_clock::now() < give_up)
-        ::usleep(1000);
+    Poll([&] { return Hst_Process::Wait(pid, status, signaled, cond); });
     EXPECT_EQ(pid, outcome.Pid);
     EXPECT_EQ(signaled, 1);
     EXPECT_EQ(status, SIGTERM);
@@ -523,15 +484,11 @@ TEST_F(Hst_Process_Test, AnyChildIsFoundByWaitingForMinusOne) {
 
 TEST_F(Hst_Process_Test, AWaitWithALimitKillsAChildThatOutlivesIt) {
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exec sleep 300", nullptr};
-    Options with;
-    with.Limit = 100;
+    Options with{.Limit = 100};
     Outcome outcome = Start(argv, with);
     EXPECT_EQ(outcome.Ok, 0);
     EXPECT_EQ(outcome.Pid, 0);
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(outcome.Condition);
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Text_Number(), 163);
-    EXPECT_EQ(error->Get_Errno(), ETIMEDOUT);
+    EXPECT_EQ(Sys_Error(outcome.Condition), Sys(163, ETIMEDOUT));
     // Killed and reaped: no child is left to wait for.
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
@@ -559,13 +516,8 @@ TEST_F(Hst_Process_Test, AnIgnoredSigchldDoesNotLoseTheExitStatus) {
     EXPECT_EQ(outcome.Exit_Status, 3);
 
     // The program inherits the host's choice: SIGCHLD among its ignored signals.
-    Test_Pipe out(O_CLOEXEC);
     const Code_Unit* show[] = {u"grep", u"SigIgn", u"/proc/self/status", nullptr};
-    Options with;
-    with.Out = out.Write.Get();
-    outcome = Start(show, with);
-    out.Write.Reset();
-    const std::string ignored = Read_All(out.Read.Get());
+    const std::string ignored = Output_Of(show, Options(), &outcome);
     EXPECT_EQ(outcome.Exit_Status, 0);
     ASSERT_EQ(ignored.rfind("SigIgn:\t", 0), 0u) << ignored;
     EXPECT_NE(std::stoull(ignored.substr(8), nullptr, 16) & (1ULL << (SIGCHLD - 1)), 0u)
@@ -576,15 +528,11 @@ TEST_F(Hst_Process_Test, AnIgnoredSigchldDoesNotLoseTheExitStatus) {
 
     // Children reaped by the system count as ended, so polling comes to an end.
     const Code_Unit* argv[] = {u"/bin/true", nullptr};
-    with = Options();
-    with.Wait = 0;
+    Options with{.Wait = 0};
     outcome = Start(argv, with);
     ASSERT_GT(outcome.Pid, 0);
     int status = -1, signaled = -1;
-    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!Hst_Process::Terminated(outcome.Pid, status, signaled) &&
-           std::chrono::steady_clock::now() < give_up)
-        ::usleep(1000);
+    Poll([&] { return Hst_Process::Terminated(outcome.Pid, status, signaled); });
     EXPECT_EQ(status, 0);
     EXPECT_EQ(signaled, 0);
 }
@@ -677,10 +625,7 @@ TEST_F(Hst_Process_Test, ExecuteProcessReplacesTheProcessOrReportsWhyNot) {
     const Code_Unit* missing[] = {u"/no/such/program", nullptr};
     Fnd_Condition cond;
     EXPECT_EQ(Hst_Process::Execute_Process(cond, missing), 0);
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(cond);
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Text_Number(), 161);
-    EXPECT_EQ(error->Get_Errno(), ENOENT);
+    EXPECT_EQ(Sys_Error(cond), Sys(161, ENOENT));
 
     const Code_Unit* argv[] = {u"sh", u"-c", u"exit 4", nullptr};
     EXPECT_EXIT(

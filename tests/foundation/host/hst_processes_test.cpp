@@ -1,5 +1,4 @@
-// The current process: its ids and machine, signals to others, the end of the process
-// with its veto, reaping children, priorities and swapping the environment.
+// The current process: ids, signals, its end, reaping children and the environment.
 #include "foundation/host/hst_process.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
-// Socket addresses and the socket calls: records, a Unix-domain round trip, blocking
-// and non-blocking reads, writes to a gone peer, host look-ups and failure texts.
+// Socket addresses and the socket calls on Unix-domain and TCP sockets.
 #include "foundation/host/hst_socket.h"
 
 #include <gtest/gtest.h>
@@ -35,7 +34,8 @@ void Expect_Failure(const Fnd_Condition& Condition, const char* Call, int Error)
     EXPECT_EQ(Narrow(error->Get_Doing()), "socket interface");
 }
 
-// A listening Unix-domain socket at <dir>/s and a client connected to it.
+// A listening Unix-domain socket at <dir>/s and, unless told not to, a client
+// connected to it and accepted.
 struct Unix_Pair {
     Temp_Dir Dir;
     Fd Listener;
@@ -43,7 +43,7 @@ struct Unix_Pair {
     Fd Server;
     Hst_Sockaddr_Un Address;
 
-    Unix_Pair() {
+    explicit Unix_Pair(bool Connect = true) {
         Fnd_Condition cond;
         Listener.Reset(Hst_Socket::Socket(AF_UNIX, SOCK_STREAM, 0, cond));
         EXPECT_FALSE(cond.Failed()) << Text_Of(cond);
@@ -51,6 +51,7 @@ struct Unix_Pair {
         EXPECT_EQ(Address.Set_Sun_Addr(Wide(Dir.Path + "/s")), 1);
         EXPECT_EQ(Hst_Socket::Bind(Listener.Get(), Address, cond), 1) << Text_Of(cond);
         EXPECT_EQ(Hst_Socket::Listen(Listener.Get(), 1, cond), 1) << Text_Of(cond);
+        if (!Connect) return;
         Client.Reset(Hst_Socket::Socket(AF_UNIX, SOCK_STREAM, 0, cond));
         EXPECT_EQ(Hst_Socket::Connect(Client.Get(), Address, cond), 1) << Text_Of(cond);
         Hst_Sockaddr_Un peer;
@@ -66,16 +67,11 @@ struct Unix_Pair {
 TEST(Hst_Sockaddr_Test, EqualityLooksAtFamilyPortAndAddress) {
     Hst_Sockaddr a;
     EXPECT_EQ(a.Get_Sin_Family(), 0);
-    EXPECT_EQ(a.Get_Sin_Port(), 0);
-    EXPECT_EQ(a.Get_Sin_Addr(), 0UL);
     a.Set_Sin_Family(AF_INET);
     a.Set_Sin_Port(4321);
     a.Set_Sin_Addr(0x0100007fUL);
     Hst_Sockaddr b(a);
     EXPECT_TRUE(a == b);
-    EXPECT_EQ(b.Get_Address_Family(), AF_INET);
-    EXPECT_EQ(b.Get_Sin_Port(), 4321);
-    EXPECT_EQ(b.Get_Sin_Addr(), 0x0100007fUL);
 
     b.Set_Sin_Port(4322);
     EXPECT_FALSE(a == b);
@@ -169,7 +165,6 @@ TEST_F(Hst_Socket_Test, AUnixDomainConnectionCarriesBytesBothWays) {
     const void* out = "ping";
     EXPECT_EQ(Hst_Socket::Write(pair.Client.Get(), out, 4, 0, cond), 4);
     EXPECT_FALSE(cond.Failed());
-    EXPECT_STREQ(static_cast<const char*>(out), "ping");
     char in[8] = {};
     EXPECT_EQ(Hst_Socket::Read(pair.Server.Get(), in, sizeof in, 0, cond), 4);
     EXPECT_EQ(std::string(in, 4), "ping");
@@ -388,24 +383,13 @@ TEST_F(Hst_Socket_Test, TheImageOfASocketIsTheMachineAddressAndThePort) {
 }
 
 TEST_F(Hst_Socket_Test, WaitingForAConnectionEndsAtItsLimit) {
-    Temp_Dir dir;
+    Unix_Pair pair(false);
     Fnd_Condition cond;
-    Fd listener(Hst_Socket::Socket(AF_UNIX, SOCK_STREAM, 0, cond));
-    Hst_Sockaddr_Un address;
-    address.Set_Sun_Family(AF_UNIX);
-    address.Set_Sun_Addr(Wide(dir.Path + "/w"));
-    ASSERT_EQ(Hst_Socket::Bind(listener.Get(), address, cond), 1);
-    ASSERT_EQ(Hst_Socket::Listen(listener.Get(), 1, cond), 1);
-
-    EXPECT_EQ(Hst_Socket::Wait_For_Input(listener.Get(), 30, cond), 0);
+    EXPECT_EQ(Hst_Socket::Wait_For_Input(pair.Listener.Get(), 30, cond), 0);
     EXPECT_FALSE(cond.Failed());
-
     Fd client(Hst_Socket::Socket(AF_UNIX, SOCK_STREAM, 0, cond));
-    ASSERT_EQ(Hst_Socket::Connect(client.Get(), address, cond), 1);
-    EXPECT_EQ(Hst_Socket::Wait_For_Input(listener.Get(), 5000, cond), 1);
-    Hst_Sockaddr_Un peer;
-    Fd accepted(Hst_Socket::Accept(listener.Get(), peer, cond));
-    EXPECT_GE(accepted.Get(), 0);
+    ASSERT_EQ(Hst_Socket::Connect(client.Get(), pair.Address, cond), 1);
+    EXPECT_EQ(Hst_Socket::Wait_For_Input(pair.Listener.Get(), 5000, cond), 1);
 
     EXPECT_EQ(Hst_Socket::Wait_For_Input(-1, 10, cond), -1);
     Expect_Failure(cond, "poll", EBADF);

@@ -1,5 +1,4 @@
-// Users and groups: ids and names both ways, the names of ids without an entry, full
-// names, groups of the process, home directories and shells.
+// Users and groups: ids and names both ways, groups, homes and shells.
 #include "foundation/host/hst_user.h"
 
 #include <grp.h>
