@@ -190,9 +190,6 @@ TEST(Thread_Layer, ThreadsDoNotRunAndLocksDoNotWait) {
     Fnd_Thread thread(&Unused_Thread, &argument);
     EXPECT_EQ(thread.Run(), -1);
     EXPECT_EQ(thread.Is_Thread_Alive(), 0);
-    EXPECT_EQ(thread.Get_Argument(), &argument);
-    thread.Set_Thread_Func_Args(&Unused_Thread, nullptr);
-    EXPECT_EQ(thread.Get_Argument(), nullptr);
     EXPECT_EQ(Fnd_Thread::Get_Current_ThreadId(), 0);
     EXPECT_EQ(Fnd_Thread::Get_Stack_Used(), -1);
 

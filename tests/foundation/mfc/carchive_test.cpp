@@ -9,30 +9,9 @@
 
 #include "foundation/base/fnd_string.h"
 #include "foundation/mfc/ccollections.h"
+#include "tests/foundation/mfc/memory_file.h"
 
 namespace {
-
-// A file in memory that records the size of every write.
-class Memory_File : public CFile {
-public:
-    std::vector<unsigned char> Bytes;
-    std::vector<unsigned> Writes;
-    size_t At = 0;
-    unsigned Largest_Read = 0;
-
-    unsigned Read(void* Buffer, unsigned Count) override {
-        Largest_Read = std::max(Largest_Read, Count);
-        const size_t n = std::min<size_t>(Count, Bytes.size() - At);
-        if (n) std::memcpy(Buffer, Bytes.data() + At, n);
-        At += n;
-        return static_cast<unsigned>(n);
-    }
-    void Write(const void* Buffer, unsigned Count) override {
-        const auto* bytes = static_cast<const unsigned char*>(Buffer);
-        Bytes.insert(Bytes.end(), bytes, bytes + Count);
-        Writes.push_back(Count);
-    }
-};
 
 template <class Value>
 std::vector<unsigned char> Host_Bytes(Value V) {
@@ -71,16 +50,19 @@ std::vector<unsigned char> Stored(const Fnd_String& Text) {
 
 // ---- The stored form
 
-TEST(ArchiveTest, NumbersAreLittleEndianOnEveryHost) {
+TEST(ArchiveTest, NumbersAreLittleEndianOnEveryHostAndLongsSignExtend) {
     Memory_File file;
     {
         CArchive archive(&file, CArchive::store);
         archive << static_cast<unsigned char>(0xAB) << static_cast<short>(-2)
-                << static_cast<long>(0x1122334455667788L) << 7u << 1.5;
+                << static_cast<long>(0x1122334455667788L) << 7u << 1.5 << -5L
+                << static_cast<unsigned long>(0xFFFFFFFFUL) << -1;
     }
     std::vector<unsigned char> expected = {0xAB, 0xFE, 0xFF, 0x88, 0x77, 0x66, 0x55, 7, 0, 0, 0};
     const std::vector<unsigned char> bits = Host_Bytes(1.5);
     expected.insert(expected.end(), bits.begin(), bits.end());
+    for (unsigned char b : {0xFB, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF})
+        expected.push_back(b);
     EXPECT_EQ(file.Bytes, expected) << "a long is its low 4 bytes";
 
     CArchive archive(&file, CArchive::load);
@@ -89,26 +71,16 @@ TEST(ArchiveTest, NumbersAreLittleEndianOnEveryHost) {
     long word = 0;
     unsigned int number = 0;
     double real = 0;
-    archive >> byte >> small >> word >> number >> real;
+    long negative = 0;
+    unsigned long all_ones = 0;
+    int minus_one = 0;
+    archive >> byte >> small >> word >> number >> real >> negative >> all_ones >> minus_one;
     EXPECT_EQ(byte, 0xAB);
     EXPECT_EQ(small, -2);
     EXPECT_EQ(word, 0x55667788L);
     EXPECT_EQ(number, 7u);
     EXPECT_EQ(real, 1.5);
-}
-
-TEST(ArchiveTest, NegativeLongsComeBackSignExtended) {
-    Memory_File file;
-    {
-        CArchive archive(&file, CArchive::store);
-        archive << -5L << static_cast<unsigned long>(0xFFFFFFFFUL) << -1;
-    }
-    CArchive archive(&file, CArchive::load);
-    long negative = 0;
-    unsigned long all_ones = 0;
-    int minus_one = 0;
-    archive >> negative >> all_ones >> minus_one;
-    EXPECT_EQ(negative, -5);
+    EXPECT_EQ(negative, -5) << "longs come back sign-extended";
     EXPECT_EQ(all_ones, 0xFFFFFFFFUL);
     EXPECT_EQ(minus_one, -1);
 }
