@@ -58,6 +58,15 @@ protected:
 
 long Maker_Calls = 0;
 
+// Reads a pipe to its end and closes it.
+std::string Drain(int Fd) {
+    std::string text;
+    char buffer[512];
+    for (ssize_t n; (n = read(Fd, buffer, sizeof buffer)) > 0;) text.append(buffer, n);
+    close(Fd);
+    return text;
+}
+
 const Fnd_Message& Make_Reason() {
     ++Maker_Calls;
     static Fnd_Array_Range_Error reason(1, 2, 3);
@@ -126,15 +135,8 @@ TEST_F(Assert_Test, AFailureBeforeTheStaticsAreUpWritesOneLineAndNothingElse) {
     posix_spawn_file_actions_destroy(&actions);
     close(out[1]);
     close(err[1]);
-    auto drain = [](int fd) {
-        std::string text;
-        char buffer[512];
-        for (ssize_t n; (n = read(fd, buffer, sizeof buffer)) > 0;) text.append(buffer, n);
-        close(fd);
-        return text;
-    };
-    const std::string standard_output = drain(out[0]);
-    const std::string standard_error = drain(err[0]);
+    const std::string standard_output = Drain(out[0]);
+    const std::string standard_error = Drain(err[0]);
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT);
@@ -163,11 +165,7 @@ std::string Emitted(const Fnd_String& Text) {
     dup2(saved, 2);
     close(saved);
     close(captured[1]);
-    std::string bytes;
-    char buffer[256];
-    for (ssize_t n; (n = read(captured[0], buffer, sizeof buffer)) > 0;) bytes.append(buffer, n);
-    close(captured[0]);
-    return bytes;
+    return Drain(captured[0]);
 }
 
 }  // namespace

@@ -135,9 +135,6 @@ TEST_F(ConditionTreeTest, SubordinatesOfCleanSourcesDependOnTheOperation) {
     EXPECT_EQ(unguarded.Is_Generic(0, 1), 1);
     EXPECT_EQ(Text_Of(unguarded), "");
     EXPECT_EQ(Names(unguarded.Get_Subordinate()), (std::vector<std::string>{"<ok>"}));
-
-    EXPECT_EQ(Fnd_Condition().Is_Generic(1, 1), 0);
-    EXPECT_EQ(Fnd_Condition().Is_Generic(0, 1), 0);
 }
 
 TEST_F(ConditionTreeTest, AddCarriesInformationAndFailures) {

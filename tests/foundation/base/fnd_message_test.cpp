@@ -121,9 +121,9 @@ TEST_F(Message_Test, CatalogRecordsAndTheirPlaceholders) {
         {3, u"", normal, 1, "!!! unknown and |"},             // with and without default
         {3, u"a.c", normal, 1, "!!! a.c and a.c|"},
         {4, u"f", normal, 1, "*** <x> literal"},  // escaped brackets are text
-        {9, u"f", normal, 1, "*** fallback>text!"},  // escaped blank in the name, '>' in the default
+        {9, u"f", normal, 1, "*** fallback>text!"},  // escaped blank: name; escaped '>': default
         {5, u"f.txt", normal, 1, "*** open f.txt"},  // unclosed still substitutes
-        {6, u"", normal, 1, "*** Probe.Probe_Message.6 before "},  // empty: key in front, rest dropped
+        {6, u"", normal, 1, "*** Probe.Probe_Message.6 before "},  // empty: key, rest dropped
         {6, u"", normal, 0, "Probe.Probe_Message.6 before "},
         {7, u"", normal, 1, "<UNKNOWN> odd kind"},  // a kind outside the enumeration
         {8, u"", normal, 0, "Probe.Probe_Message.8 / Probe_Message"},

@@ -120,7 +120,7 @@ TEST_F(FndStringLibrary, ToStringByBase) {
                  {255, 8, 0, u"377"},   {255, 7, 1, u"255"},  // other bases: decimal
                  {LONG_MIN, 10, 0, u"-9223372036854775808"}};
     for (const auto& c : cases)
-        EXPECT_EQ(Text(Lib::To_String(c.Value, c.Base, c.Prefix)), c.Text) << c.Value << " " << c.Base;
+        EXPECT_EQ(Text(Lib::To_String(c.Value, c.Base, c.Prefix)), c.Text) << c.Base;
     Fnd_String out(u"x=");
     Lib::To_String(out, 12L, 10, 0, 1);
     EXPECT_EQ(Text(out), u"x=12");

@@ -86,34 +86,28 @@ TEST(ArchiveTest, NumbersAreLittleEndianOnEveryHostAndLongsSignExtend) {
 }
 
 TEST(ArchiveTest, LengthFieldsChangeFormAt255And65534) {
-    struct Case {
+    const struct {
         long Length;
-        size_t Field;
-    };
-    for (const Case c : {Case{0, 1}, Case{1, 1}, Case{254, 1}, Case{255, 3}, Case{65533, 3},
-                         Case{65534, 7}, Case{65535, 7}, Case{70000, 7}}) {
+        std::vector<unsigned char> Field;
+    } cases[] = {{0, {0}},
+                 {1, {1}},
+                 {254, {254}},
+                 {255, {255, 255, 0}},
+                 {65533, {255, 0xFD, 0xFF}},
+                 {65534, {255, 0xFF, 0xFF, 0xFE, 0xFF, 0, 0}},
+                 {65535, {255, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0}},
+                 {70000, {255, 0xFF, 0xFF, 0x70, 0x11, 0x01, 0}}};
+    const std::vector<unsigned char> unit = Host_Bytes(static_cast<Code_Unit>(0xE9));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.Length);
         const Fnd_String text = Repeated(c.Length, u'\u00e9');
         const std::vector<unsigned char> bytes = Stored(text);
-        ASSERT_EQ(bytes.size(), c.Field + 2 * static_cast<size_t>(c.Length)) << c.Length;
-        if (c.Field == 1) {
-            EXPECT_EQ(bytes[0], c.Length);
-        }
-        if (c.Field == 3) {
-            EXPECT_EQ(bytes[0], 255);
-            EXPECT_EQ(bytes[1] | bytes[2] << 8, c.Length);
-        }
-        if (c.Field == 7) {
-            EXPECT_EQ(bytes[0], 255);
-            EXPECT_EQ(bytes[1], 0xFF);
-            EXPECT_EQ(bytes[2], 0xFF);
-            uint32_t length = 0;
-            for (int i = 0; i < 4; ++i) length |= static_cast<uint32_t>(bytes[3 + i]) << (8 * i);
-            EXPECT_EQ(length, static_cast<uint32_t>(c.Length));
-        }
-        if (c.Length > 0) {
-            const std::vector<unsigned char> unit = Host_Bytes(static_cast<Code_Unit>(0xE9));
-            EXPECT_EQ(bytes[c.Field], unit[0]) << "text in host order";
-            EXPECT_EQ(bytes[c.Field + 1], unit[1]);
+        ASSERT_EQ(bytes.size(), c.Field.size() + 2 * static_cast<size_t>(c.Length));
+        EXPECT_EQ(std::vector<unsigned char>(bytes.begin(), bytes.begin() + c.Field.size()),
+                  c.Field);
+        if (c.Length > 0) {  // the text in host order
+            EXPECT_EQ(bytes[c.Field.size()], unit[0]);
+            EXPECT_EQ(bytes[c.Field.size() + 1], unit[1]);
         }
 
         Memory_File file;
