@@ -1,5 +1,4 @@
-// Assertions: the ladder of outputs down to abort, the statics test, the last-resort
-// output, and the empty thread layer.
+// Assertions: the output ladder down to abort, the last-resort output, the thread layer.
 #include "foundation/base/fnd_assert.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
-// The condition as a tree: subordinates and information, pushing, adding, merging,
-// demoting to information, and the text of the whole tree.
+// The condition as a tree of subordinates and information, and the text of the tree.
 #include <gtest/gtest.h>
 
 #include <regex>

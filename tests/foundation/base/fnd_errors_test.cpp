@@ -1,5 +1,4 @@
-// The error classes: their images with and without a catalog, their placeholders,
-// equality and the errno tests.
+// The error classes: images with and without a catalog, equality and errno tests.
 #include <gtest/gtest.h>
 
 #include <cerrno>

@@ -1,5 +1,4 @@
-// A file in memory for archive tests: it records the size of every write and the
-// largest read asked for.
+// A file in memory that records the size of every write and the largest read.
 #pragma once
 
 #include <algorithm>
