@@ -1,5 +1,4 @@
-// Assertions: the ladder of outputs down to abort, the statics test, the last-resort
-// output, and the empty thread layer.
+// Assertions: the output ladder down to abort, the last-resort output, the thread layer.
 #include "foundation/base/fnd_assert.h"
 
 #include <gtest/gtest.h>
@@ -57,6 +56,15 @@ protected:
 };
 
 long Maker_Calls = 0;
+
+// Reads a pipe to its end and closes it.
+std::string Drain(int Fd) {
+    std::string text;
+    char buffer[512];
+    for (ssize_t n; (n = read(Fd, buffer, sizeof buffer)) > 0;) text.append(buffer, n);
+    close(Fd);
+    return text;
+}
 
 const Fnd_Message& Make_Reason() {
     ++Maker_Calls;
@@ -126,15 +134,8 @@ TEST_F(Assert_Test, AFailureBeforeTheStaticsAreUpWritesOneLineAndNothingElse) {
     posix_spawn_file_actions_destroy(&actions);
     close(out[1]);
     close(err[1]);
-    auto drain = [](int fd) {
-        std::string text;
-        char buffer[512];
-        for (ssize_t n; (n = read(fd, buffer, sizeof buffer)) > 0;) text.append(buffer, n);
-        close(fd);
-        return text;
-    };
-    const std::string standard_output = drain(out[0]);
-    const std::string standard_error = drain(err[0]);
+    const std::string standard_output = Drain(out[0]);
+    const std::string standard_error = Drain(err[0]);
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT);
@@ -163,11 +164,7 @@ std::string Emitted(const Fnd_String& Text) {
     dup2(saved, 2);
     close(saved);
     close(captured[1]);
-    std::string bytes;
-    char buffer[256];
-    for (ssize_t n; (n = read(captured[0], buffer, sizeof buffer)) > 0;) bytes.append(buffer, n);
-    close(captured[0]);
-    return bytes;
+    return Drain(captured[0]);
 }
 
 }  // namespace
@@ -190,9 +187,6 @@ TEST(Thread_Layer, ThreadsDoNotRunAndLocksDoNotWait) {
     Fnd_Thread thread(&Unused_Thread, &argument);
     EXPECT_EQ(thread.Run(), -1);
     EXPECT_EQ(thread.Is_Thread_Alive(), 0);
-    EXPECT_EQ(thread.Get_Argument(), &argument);
-    thread.Set_Thread_Func_Args(&Unused_Thread, nullptr);
-    EXPECT_EQ(thread.Get_Argument(), nullptr);
     EXPECT_EQ(Fnd_Thread::Get_Current_ThreadId(), 0);
     EXPECT_EQ(Fnd_Thread::Get_Stack_Used(), -1);
 

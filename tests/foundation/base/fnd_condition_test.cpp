@@ -122,21 +122,11 @@ TEST(Condition, CopiesAreDeepAndSelfAssignmentKeepsTheContent) {
     delete clone;
 }
 
-TEST(Condition, TransferMovesTheError) {
-    Fnd_Condition source(Counted_Message(1));
-    Fnd_Condition target(Counted_Message(2));
-    source.Transfer(target);
-    EXPECT_FALSE(source.Failed());
-    EXPECT_EQ(Id_Of(target), 1);
-    EXPECT_EQ(Counted_Message::Living, 1);
-}
-
 TEST(Condition, ImageOfErrorsAndGenericStates) {
     Pin_Language();
     Catalog_Directory empty;
     empty.Use();
     const Fnd_String& newline = Fnd_Message::Default_Message_Separator();
-    EXPECT_EQ(Narrow(newline), "\n");
 
     Fnd_Condition condition(Fnd_Vaultline_Error(3, u"down"));
     EXPECT_EQ(Narrow(condition.Image(Fnd_Detail_Normal, 1, 1, 1, 1, newline)),

@@ -1,5 +1,4 @@
-// The condition as a tree: subordinates and information, pushing, adding, merging,
-// demoting to information, and the text of the whole tree.
+// The condition as a tree of subordinates and information, and the text of the tree.
 #include <gtest/gtest.h>
 
 #include <regex>
@@ -135,9 +134,6 @@ TEST_F(ConditionTreeTest, SubordinatesOfCleanSourcesDependOnTheOperation) {
     EXPECT_EQ(unguarded.Is_Generic(0, 1), 1);
     EXPECT_EQ(Text_Of(unguarded), "");
     EXPECT_EQ(Names(unguarded.Get_Subordinate()), (std::vector<std::string>{"<ok>"}));
-
-    EXPECT_EQ(Fnd_Condition().Is_Generic(1, 1), 0);
-    EXPECT_EQ(Fnd_Condition().Is_Generic(0, 1), 0);
 }
 
 TEST_F(ConditionTreeTest, AddCarriesInformationAndFailures) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -77,14 +78,14 @@ TEST_F(ListTest, InsertPositionsPlaceNodesAndMoveTheCurrentAsTabled) {
     EXPECT_EQ(Value_Of(seq.Get_Last()), 1);
     EXPECT_EQ(Value_Of(seq.Get_Current()), 1);
 
-    seq.Insert(new Item(0), Fnd_Sequence_First);
-    EXPECT_EQ(Value_Of(seq.Get_Current()), 1);
-    seq.Insert(new Item(9), Fnd_Sequence_Last);
-    EXPECT_EQ(Value_Of(seq.Get_Current()), 1);
-    seq.Insert(new Item(2), Fnd_Sequence_Next);  // behind the current, which stays
-    EXPECT_EQ(Value_Of(seq.Get_Current()), 1);
-    seq.Insert(new Item(-1), Fnd_Sequence_Previous);  // before the current, which stays
-    EXPECT_EQ(Value_Of(seq.Get_Current()), 1);
+    // First, last, behind and before the current: the current stays.
+    const std::pair<long, long> inserts[] = {
+        {0, Fnd_Sequence_First}, {9, Fnd_Sequence_Last}, {2, Fnd_Sequence_Next},
+        {-1, Fnd_Sequence_Previous}};
+    for (auto [value, where] : inserts) {
+        seq.Insert(new Item(value), where);
+        EXPECT_EQ(Value_Of(seq.Get_Current()), 1) << value;
+    }
     seq.Insert(new Item(3), 77);  // out of range counts as the current: it moves
     EXPECT_EQ(Value_Of(seq.Get_Current()), 3);
     EXPECT_EQ(Values(seq), (std::vector<long>{0, -1, 1, 3, 2, 9}));

@@ -61,13 +61,10 @@ TEST_F(Message_Test, WithoutCatalogOrDefaultTheImageIsTheKeyAndTheLevelTwoAnswer
               "Probe.Probe_Message.3: probe-info");
 }
 
-TEST_F(Message_Test, AnAssertionWithoutCatalogPrintsOnlyTheErrorPrefix) {
+TEST_F(Message_Test, LevelOneAndUnknownLevelsPrintTheKeyAndAssertionsTheirPrefix) {
     Fnd_Assertion_Error error(Fnd_String(u"context"));
     EXPECT_EQ(Narrow(error.Image(Fnd_Detail_Normal, 1, 1)), "*** ");
     EXPECT_EQ(error.Kind(), Fnd_Error_Msg);
-}
-
-TEST_F(Message_Test, LevelOneAndUnknownLevelsPrintTheKey) {
     Fnd_Clone_Error clone(u"Widget");
     EXPECT_EQ(Narrow(clone.Image(Fnd_Detail_Key, 0, 0)), "Base.Fnd_Clone_Error.0");
     EXPECT_EQ(Narrow(clone.Image(static_cast<Fnd_Message_Detail_Level>(7), 0, 0)),
@@ -86,10 +83,7 @@ TEST_F(Message_Test, DefaultTextsFillTheirPlaceholders) {
     Fnd_Message_Id_Error id(2, u"Base 3x 2", u"3x");
     EXPECT_EQ(Narrow(id.Image(Fnd_Detail_Normal, 0, 1)),
               "Base.Fnd_Message_Id_Error.2: image1 Base 3x 2; image2 3x");
-}
-
-TEST_F(Message_Test, AnEmptyDefaultTextFallsBackOnTheKey) {
-    // Nothing to say: the key and the level-2 answer (call name, blank, errno).
+    // An empty default text: the key and the level-2 answer (call name, blank, errno).
     EXPECT_EQ(Narrow(Fnd_Sys_Call_Error().Image(Fnd_Detail_Normal, 0, 1)),
               "Host_Interface.Fnd_Sys_Call_Error.0:  0");
 }
@@ -108,65 +102,44 @@ TEST_F(Message_Test, LevelTwoNeverOpensACatalog) {
 
 // ---- Catalog texts and placeholders
 
-class Probe_Catalog_Test : public Message_Test {
-protected:
-    void SetUp() override {
-        Message_Test::SetUp();
-        Catalogs.Add("Probe", "root", Probe_Records);
-        Catalogs.Use();
+TEST_F(Message_Test, CatalogRecordsAndTheirPlaceholders) {
+    Catalog_Directory catalogs;
+    catalogs.Add("Probe", "root", Probe_Records);
+    catalogs.Use();
+    struct Case {
+        long Number;
+        const Code_Unit* File;
+        Fnd_Message_Detail_Level Level;
+        long With_Kind;
+        const char* Image;
+    };
+    const Fnd_Message_Detail_Level normal = Fnd_Detail_Normal;
+    const Case cases[] = {
+        {1, u"f.txt", normal, 1, "+++ file f.txt at level 4"},
+        {1, u"f.txt", Fnd_Detail_Alternate, 1, "+++ short f.txt"},
+        {2, u"", Fnd_Detail_Alternate, 1, "*** only normal"},  // no alternate: the normal one
+        {3, u"", normal, 1, "!!! unknown and |"},             // with and without default
+        {3, u"a.c", normal, 1, "!!! a.c and a.c|"},
+        {4, u"f", normal, 1, "*** <x> literal"},  // escaped brackets are text
+        {9, u"f", normal, 1, "*** fallback>text!"},  // escaped blank: name; escaped '>': default
+        {5, u"f.txt", normal, 1, "*** open f.txt"},  // unclosed still substitutes
+        {6, u"", normal, 1, "*** Probe.Probe_Message.6 before "},  // empty: key, rest dropped
+        {6, u"", normal, 0, "Probe.Probe_Message.6 before "},
+        {7, u"", normal, 1, "<UNKNOWN> odd kind"},  // a kind outside the enumeration
+        {8, u"", normal, 0, "Probe.Probe_Message.8 / Probe_Message"},
+        {99, u"", normal, 1, "<UNKNOWN> Probe.Probe_Message.99: probe-info"},  // no record
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.Number);
+        EXPECT_EQ(Narrow(Probe_Message(u"Probe", c.Number, c.File).Image(c.Level, c.With_Kind, 1)),
+                  c.Image);
     }
-    std::string Image(long Number, const Code_Unit* File,
-                      Fnd_Message_Detail_Level Level = Fnd_Detail_Normal, long With_Kind = 1) {
-        return Narrow(Probe_Message(u"Probe", Number, File).Image(Level, With_Kind, 1));
-    }
-    Catalog_Directory Catalogs;
-};
-
-TEST_F(Probe_Catalog_Test, RecordsGiveKindAndTextByLevel) {
-    EXPECT_EQ(Image(1, u"f.txt"), "+++ file f.txt at level 4");
-    EXPECT_EQ(Image(1, u"f.txt", Fnd_Detail_Alternate), "+++ short f.txt");
     EXPECT_EQ(Probe_Message(u"Probe", 1).Kind(), Fnd_Positive_Msg);
-}
-
-TEST_F(Probe_Catalog_Test, AMissingAlternateTextFallsBackOnTheNormalOne) {
-    EXPECT_EQ(Image(2, u"", Fnd_Detail_Alternate), "*** only normal");
     Fnd_String raw;
     Fnd_Message_Kinds kind = Fnd_Unknown_Kind_Msg;
     Probe_Message(u"Probe", 2).Raw_Image(raw, kind, Fnd_Detail_Alternate, 0);
     EXPECT_TRUE(raw.Is_Empty());
     EXPECT_EQ(kind, Fnd_Unknown_Kind_Msg);
-}
-
-TEST_F(Probe_Catalog_Test, PlaceholdersWithAndWithoutDefault) {
-    EXPECT_EQ(Image(3, u""), "!!! unknown and |");
-    EXPECT_EQ(Image(3, u"a.c"), "!!! a.c and a.c|");
-}
-
-TEST_F(Probe_Catalog_Test, EscapedBracketsAreText) {
-    EXPECT_EQ(Image(4, u"f"), "*** <x> literal");
-    // An escaped blank belongs to the name, an escaped '>' to the default.
-    EXPECT_EQ(Image(9, u"f"), "*** fallback>text!");
-}
-
-TEST_F(Probe_Catalog_Test, AnUnclosedPlaceholderStillSubstitutes) {
-    EXPECT_EQ(Image(5, u"f.txt"), "*** open f.txt");
-}
-
-TEST_F(Probe_Catalog_Test, AnEmptyPlaceholderPutsTheKeyInFrontAndDropsTheRest) {
-    EXPECT_EQ(Image(6, u""), "*** Probe.Probe_Message.6 before ");
-    EXPECT_EQ(Image(6, u"", Fnd_Detail_Normal, 0), "Probe.Probe_Message.6 before ");
-}
-
-TEST_F(Probe_Catalog_Test, AKindOutsideTheEnumerationIsIgnored) {
-    EXPECT_EQ(Image(7, u""), "<UNKNOWN> odd kind");
-}
-
-TEST_F(Probe_Catalog_Test, KeyAndClassNamePlaceholders) {
-    EXPECT_EQ(Image(8, u"", Fnd_Detail_Normal, 0), "Probe.Probe_Message.8 / Probe_Message");
-}
-
-TEST_F(Probe_Catalog_Test, AMissingRecordFallsBackOnTheDefault) {
-    EXPECT_EQ(Image(99, u""), "<UNKNOWN> Probe.Probe_Message.99: probe-info");
 }
 
 // ---- Kinds
@@ -264,7 +237,7 @@ TEST_F(Message_Test, TheFifthCatalogEvictsTheLeastRecentlyUsed) {
     EXPECT_EQ(order(), "C2 C5 C1 C4 ");
 }
 
-TEST_F(Message_Test, AMissingCatalogClosesTheOthersAndRetries) {
+TEST_F(Message_Test, AMissingCatalogOrARefreshClosesTheOthers) {
     Catalog_Directory catalogs;
     catalogs.Add("Probe", "root", Probe_Records);
     catalogs.Use();
@@ -274,12 +247,7 @@ TEST_F(Message_Test, AMissingCatalogClosesTheOthersAndRetries) {
               "Absent.Probe_Message.2: probe-info");
     EXPECT_EQ(Fnd_Message_Catalogs::Open_Count(), 0);
     EXPECT_EQ(Fnd_Message_Catalogs::Open_Catalog(Fnd_String()), nullptr);
-}
-
-TEST_F(Message_Test, RefreshClosesAllCatalogs) {
-    Catalog_Directory catalogs;
-    catalogs.Add("Probe", "root", Probe_Records);
-    catalogs.Use();
+    // Refresh closes them all.
     EXPECT_NE(Fnd_Message_Catalogs::Open_Catalog(u"Probe"), nullptr);
     EXPECT_EQ(Fnd_Message_Catalogs::Open_Count(), 1);
     Fnd_Message::Refresh_Databases();

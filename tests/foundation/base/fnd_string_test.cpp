@@ -3,20 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/ztint_test_locale.h"
-#include <unicode/uloc.h>
 
 #include <climits>
-#include <clocale>
-#include <cstdlib>
-#include <ctime>
 #include <string>
 #include <utility>
 
 #include "foundation/base/fnd_string_iterator.h"
 #include "tests/foundation/base/message_test_support.h"
-
-#include "foundation/base/fnd_message.h"
-#include "foundation/host/hst_switches.h"
 
 namespace {
 
@@ -102,11 +95,16 @@ TEST_F(FndString, GetTakesUnitsAndChecksTheRange) {
     EXPECT_EQ(Text(text), u"bc");
 }
 
-TEST_F(FndStringDeath, GetOutsideTheStringFails) {
+TEST_F(FndStringDeath, IndexesOutsideTheStringFail) {
     Fnd_String text(u"abcd");
     EXPECT_DEATH(text.Get(2, 3), "the index 4 is outside the range 0 to 3");
     EXPECT_DEATH(text.Get(-1, 1), "the index -1 is outside the range 0 to 3");
     EXPECT_DEATH(text[4], "the index 4 is outside the range 0 to 3");
+    EXPECT_DEATH(text.Byte_To_Char(text.Data() + 5), "the index 5 is outside the range 0 to 4");
+    EXPECT_DEATH(text.Byte_To_Char(text.Data() - 1), "the index -1 is outside the range 0 to 4");
+    Fnd_String one(u"x");
+    EXPECT_DEATH(one.Insert(Fnd_String(u"y"), 2), "the index 2 is outside the range 0 to 0");
+    EXPECT_DEATH(one.Insert(Fnd_Char(u'y'), -1), "the index -1 is outside the range 0 to 0");
 }
 
 TEST_F(FndString, InsertAtTheLengthAppends) {
@@ -123,12 +121,6 @@ TEST_F(FndString, InsertAtTheLengthAppends) {
     EXPECT_EQ(Text(one), u"<x--yz>");
     one.Insert(Fnd_String(), 99);  // an empty text does nothing
     EXPECT_EQ(Text(one), u"<x--yz>");
-}
-
-TEST_F(FndStringDeath, InsertBehindTheLengthFails) {
-    Fnd_String one(u"x");
-    EXPECT_DEATH(one.Insert(Fnd_String(u"y"), 2), "the index 2 is outside the range 0 to 0");
-    EXPECT_DEATH(one.Insert(Fnd_Char(u'y'), -1), "the index -1 is outside the range 0 to 0");
 }
 
 TEST_F(FndString, ChangingOperations) {
@@ -232,12 +224,6 @@ TEST_F(FndString, TransferAliasAndByteToChar) {
     EXPECT_EQ(alias.Byte_To_Char(alias.Data() + 3), 3);
 }
 
-TEST_F(FndStringDeath, ByteToCharOutsideTheStringFails) {
-    Fnd_String text(u"abc");
-    EXPECT_DEATH(text.Byte_To_Char(text.Data() + 4), "the index 4 is outside the range 0 to 3");
-    EXPECT_DEATH(text.Byte_To_Char(text.Data() - 1), "the index -1 is outside the range 0 to 3");
-}
-
 TEST_F(FndString, ConcatenationReservesTheSum) {
     Fnd_String ab(u"ab");
     Fnd_String joined = ab + Fnd_String(u"cd");
@@ -246,8 +232,6 @@ TEST_F(FndString, ConcatenationReservesTheSum) {
     EXPECT_EQ(Text(Fnd_Char(u'<') + ab + static_cast<unsigned short>(u'>')), u"<ab>");
     EXPECT_EQ(Text(u"x" + ab + u"y"), u"xaby");
 }
-
-// ---- Free list
 
 TEST_F(FndString, FreeListRecyclesObjectsAndDropsLargeStorage) {
     Fnd_String* kept = Fnd_String::Get(u"text");
@@ -272,8 +256,6 @@ TEST_F(FndString, FreeListRecyclesObjectsAndDropsLargeStorage) {
     large->Free();
     EXPECT_EQ(Fnd_String::Free_List_Count(), 2);
 }
-
-// ---- Compatibility interface
 
 TEST_F(FndString, MidLeftRightClamp) {
     Fnd_String text(u"abcdef");
@@ -405,8 +387,6 @@ TEST_F(FndStringDeath, FormatGivesUpAboveAMillionUnits) {
     EXPECT_DEATH(text.Format(u"%s", huge.c_str()), "internal error: CString::Format buffer overflow");
 }
 
-// ---- Iterators
-
 TEST_F(FndString, IteratorsWalkAndMeasure) {
     Fnd_String text(u"abc");
     Const_Fnd_String_Iterator it(&text);
@@ -433,7 +413,7 @@ TEST_F(FndStringDeath, IteratorDistanceAcrossStringsIsAssertion111) {
     EXPECT_DEATH((void)(on_a - on_b), "the distance of iterators over different strings");
 }
 
-TEST_F(FndString, CtypeAndConstants) {
+TEST_F(FndString, CtypeAndTheCompatibleName) {
     EXPECT_TRUE(Fnd_Ctype::Is_Identifier(Fnd_Char(u'_')));
     EXPECT_TRUE(Fnd_Ctype::Is_Identifier(Fnd_Char(u'\u00E9')));
     EXPECT_FALSE(Fnd_Ctype::Is_Identifier(Fnd_Char(u'-')));
@@ -441,8 +421,6 @@ TEST_F(FndString, CtypeAndConstants) {
     EXPECT_TRUE(Fnd_Ctype::Is_Hex_Digit(Fnd_Char(u'F')));
     EXPECT_FALSE(Fnd_Ctype::Is_Printable(Fnd_Char(7)));
     EXPECT_TRUE(Fnd_Char().Is_Null());
-    EXPECT_EQ(std::u16string(Fnd_Three_Space_String), u"   ");
-    EXPECT_EQ(std::u16string(Fnd_Pound_String), u"#");
     CString compatible(u"same type");
     EXPECT_EQ(compatible.Find(u"type"), 5);
 }

@@ -1,6 +1,5 @@
-// Helpers for tests of messages: a private catalog directory compiled with genrb, the
-// shipped catalogs of the build, and a message class whose placeholders the tests
-// control.
+// Helpers for message tests: private catalogs compiled with genrb, the build's shipped
+// catalogs, and a message whose placeholders the test controls.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -53,8 +52,7 @@ inline void Use_Catalogs(const std::string& Directory) {
 
 inline std::string Shipped_Catalogs() { return std::string(ZTINT_BUILD_DIR) + "/catalogs"; }
 
-// A fresh catalog directory, removed at the end of the test. Each catalog is compiled
-// with genrb from the text given.
+// A fresh catalog directory, removed at the end of the test.
 class Catalog_Directory {
 public:
     Catalog_Directory() {

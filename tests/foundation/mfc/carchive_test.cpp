@@ -9,30 +9,9 @@
 
 #include "foundation/base/fnd_string.h"
 #include "foundation/mfc/ccollections.h"
+#include "tests/foundation/mfc/memory_file.h"
 
 namespace {
-
-// A file in memory that records the size of every write.
-class Memory_File : public CFile {
-public:
-    std::vector<unsigned char> Bytes;
-    std::vector<unsigned> Writes;
-    size_t At = 0;
-    unsigned Largest_Read = 0;
-
-    unsigned Read(void* Buffer, unsigned Count) override {
-        Largest_Read = std::max(Largest_Read, Count);
-        const size_t n = std::min<size_t>(Count, Bytes.size() - At);
-        if (n) std::memcpy(Buffer, Bytes.data() + At, n);
-        At += n;
-        return static_cast<unsigned>(n);
-    }
-    void Write(const void* Buffer, unsigned Count) override {
-        const auto* bytes = static_cast<const unsigned char*>(Buffer);
-        Bytes.insert(Bytes.end(), bytes, bytes + Count);
-        Writes.push_back(Count);
-    }
-};
 
 template <class Value>
 std::vector<unsigned char> Host_Bytes(Value V) {
@@ -71,16 +50,19 @@ std::vector<unsigned char> Stored(const Fnd_String& Text) {
 
 // ---- The stored form
 
-TEST(ArchiveTest, NumbersAreLittleEndianOnEveryHost) {
+TEST(ArchiveTest, NumbersAreLittleEndianOnEveryHostAndLongsSignExtend) {
     Memory_File file;
     {
         CArchive archive(&file, CArchive::store);
         archive << static_cast<unsigned char>(0xAB) << static_cast<short>(-2)
-                << static_cast<long>(0x1122334455667788L) << 7u << 1.5;
+                << static_cast<long>(0x1122334455667788L) << 7u << 1.5 << -5L
+                << static_cast<unsigned long>(0xFFFFFFFFUL) << -1;
     }
     std::vector<unsigned char> expected = {0xAB, 0xFE, 0xFF, 0x88, 0x77, 0x66, 0x55, 7, 0, 0, 0};
     const std::vector<unsigned char> bits = Host_Bytes(1.5);
     expected.insert(expected.end(), bits.begin(), bits.end());
+    for (unsigned char b : {0xFB, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF})
+        expected.push_back(b);
     EXPECT_EQ(file.Bytes, expected) << "a long is its low 4 bytes";
 
     CArchive archive(&file, CArchive::load);
@@ -89,59 +71,43 @@ TEST(ArchiveTest, NumbersAreLittleEndianOnEveryHost) {
     long word = 0;
     unsigned int number = 0;
     double real = 0;
-    archive >> byte >> small >> word >> number >> real;
+    long negative = 0;
+    unsigned long all_ones = 0;
+    int minus_one = 0;
+    archive >> byte >> small >> word >> number >> real >> negative >> all_ones >> minus_one;
     EXPECT_EQ(byte, 0xAB);
     EXPECT_EQ(small, -2);
     EXPECT_EQ(word, 0x55667788L);
     EXPECT_EQ(number, 7u);
     EXPECT_EQ(real, 1.5);
-}
-
-TEST(ArchiveTest, NegativeLongsComeBackSignExtended) {
-    Memory_File file;
-    {
-        CArchive archive(&file, CArchive::store);
-        archive << -5L << static_cast<unsigned long>(0xFFFFFFFFUL) << -1;
-    }
-    CArchive archive(&file, CArchive::load);
-    long negative = 0;
-    unsigned long all_ones = 0;
-    int minus_one = 0;
-    archive >> negative >> all_ones >> minus_one;
-    EXPECT_EQ(negative, -5);
+    EXPECT_EQ(negative, -5) << "longs come back sign-extended";
     EXPECT_EQ(all_ones, 0xFFFFFFFFUL);
     EXPECT_EQ(minus_one, -1);
 }
 
 TEST(ArchiveTest, LengthFieldsChangeFormAt255And65534) {
-    struct Case {
+    const struct {
         long Length;
-        size_t Field;
-    };
-    for (const Case c : {Case{0, 1}, Case{1, 1}, Case{254, 1}, Case{255, 3}, Case{65533, 3},
-                         Case{65534, 7}, Case{65535, 7}, Case{70000, 7}}) {
+        std::vector<unsigned char> Field;
+    } cases[] = {{0, {0}},
+                 {1, {1}},
+                 {254, {254}},
+                 {255, {255, 255, 0}},
+                 {65533, {255, 0xFD, 0xFF}},
+                 {65534, {255, 0xFF, 0xFF, 0xFE, 0xFF, 0, 0}},
+                 {65535, {255, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0}},
+                 {70000, {255, 0xFF, 0xFF, 0x70, 0x11, 0x01, 0}}};
+    const std::vector<unsigned char> unit = Host_Bytes(static_cast<Code_Unit>(0xE9));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.Length);
         const Fnd_String text = Repeated(c.Length, u'\u00e9');
         const std::vector<unsigned char> bytes = Stored(text);
-        ASSERT_EQ(bytes.size(), c.Field + 2 * static_cast<size_t>(c.Length)) << c.Length;
-        if (c.Field == 1) {
-            EXPECT_EQ(bytes[0], c.Length);
-        }
-        if (c.Field == 3) {
-            EXPECT_EQ(bytes[0], 255);
-            EXPECT_EQ(bytes[1] | bytes[2] << 8, c.Length);
-        }
-        if (c.Field == 7) {
-            EXPECT_EQ(bytes[0], 255);
-            EXPECT_EQ(bytes[1], 0xFF);
-            EXPECT_EQ(bytes[2], 0xFF);
-            uint32_t length = 0;
-            for (int i = 0; i < 4; ++i) length |= static_cast<uint32_t>(bytes[3 + i]) << (8 * i);
-            EXPECT_EQ(length, static_cast<uint32_t>(c.Length));
-        }
-        if (c.Length > 0) {
-            const std::vector<unsigned char> unit = Host_Bytes(static_cast<Code_Unit>(0xE9));
-            EXPECT_EQ(bytes[c.Field], unit[0]) << "text in host order";
-            EXPECT_EQ(bytes[c.Field + 1], unit[1]);
+        ASSERT_EQ(bytes.size(), c.Field.size() + 2 * static_cast<size_t>(c.Length));
+        EXPECT_EQ(std::vector<unsigned char>(bytes.begin(), bytes.begin() + c.Field.size()),
+                  c.Field);
+        if (c.Length > 0) {  // the text in host order
+            EXPECT_EQ(bytes[c.Field.size()], unit[0]);
+            EXPECT_EQ(bytes[c.Field.size() + 1], unit[1]);
         }
 
         Memory_File file;

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <string>
 #include <vector>
@@ -10,30 +9,12 @@
 #include "foundation/mfc/carchive.h"
 #include "foundation/mfc/ccollections.h"
 #include "foundation/mfc/cmap.h"
+#include "tests/foundation/base/message_test_support.h"
+#include "tests/foundation/mfc/memory_file.h"
+
+using message_test::Narrow;
 
 namespace {
-
-std::string Narrow(const Fnd_String& Text) {
-    std::string out;
-    for (long i = 0; i < Text.Get_Length(); ++i) out += static_cast<char>(Text.Data()[i]);
-    return out;
-}
-
-class Memory_File : public CFile {
-public:
-    std::vector<unsigned char> Bytes;
-    size_t At = 0;
-    unsigned Read(void* Buffer, unsigned Count) override {
-        const size_t n = std::min<size_t>(Count, Bytes.size() - At);
-        if (n) std::memcpy(Buffer, Bytes.data() + At, n);
-        At += n;
-        return static_cast<unsigned>(n);
-    }
-    void Write(const void* Buffer, unsigned Count) override {
-        const auto* bytes = static_cast<const unsigned char*>(Buffer);
-        Bytes.insert(Bytes.end(), bytes, bytes + Count);
-    }
-};
 
 int Items[8];
 

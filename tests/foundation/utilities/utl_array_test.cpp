@@ -7,14 +7,11 @@
 #include "foundation/utilities/utl_bit_array.h"
 #include "foundation/utilities/utl_long_array.h"
 #include "foundation/utilities/utl_pointer_array.h"
+#include "tests/foundation/base/message_test_support.h"
+
+using message_test::Narrow;
 
 namespace {
-
-std::string Narrow(const Fnd_String& Text) {
-    std::string out;
-    for (long i = 0; i < Text.Get_Length(); ++i) out += static_cast<char>(Text.Data()[i]);
-    return out;
-}
 
 // Elements are addresses of slots in this table; the deleter records which went.
 int Slots[300];

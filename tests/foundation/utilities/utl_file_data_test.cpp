@@ -1,5 +1,4 @@
-// Utl_File_Data: a path's own mode and, for a link, its target's; access for the
-// effective user; the one-bit questions and the permission image.
+// Utl_File_Data: own and link-target modes, access for the effective user, the image.
 #include "foundation/utilities/utl_file_data.h"
 
 #include <gtest/gtest.h>

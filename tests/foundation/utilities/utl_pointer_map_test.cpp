@@ -5,14 +5,11 @@
 
 #include "foundation/base/fnd_string.h"
 #include "foundation/utilities/utl_pointer_map.h"
+#include "tests/foundation/base/message_test_support.h"
+
+using message_test::Narrow;
 
 namespace {
-
-std::string Narrow(const Fnd_String& Text) {
-    std::string out;
-    for (long i = 0; i < Text.Get_Length(); ++i) out += static_cast<char>(Text.Data()[i]);
-    return out;
-}
 
 std::vector<std::string> Events;
 void Delete_Key(long Key) { Events.push_back("key " + std::to_string(Key)); }

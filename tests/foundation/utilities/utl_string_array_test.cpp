@@ -11,20 +11,12 @@
 #include "foundation/utilities/utl_string_array.h"
 #include "foundation/utilities/utl_string_map.h"
 #include "foundation/utilities/utl_string_utilities.h"
+#include "tests/foundation/base/message_test_support.h"
+
+using message_test::Narrow;
+using message_test::Wide;
 
 namespace {
-
-std::string Narrow(const Fnd_String& Text) {
-    std::string out;
-    for (long i = 0; i < Text.Get_Length(); ++i) out += static_cast<char>(Text.Data()[i]);
-    return out;
-}
-
-Fnd_String Wide(const std::string& Text) {
-    Fnd_String out;
-    for (char c : Text) out.Append(Fnd_Char(static_cast<unsigned short>(c)));
-    return out;
-}
 
 std::vector<std::string> Elements(const Utl_String_Array& Array) {
     std::vector<std::string> out;

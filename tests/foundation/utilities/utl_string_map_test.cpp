@@ -7,20 +7,12 @@
 #include "foundation/utilities/utl_name_matcher.h"
 #include "foundation/utilities/utl_string_map.h"
 #include "foundation/utilities/utl_string_set.h"
+#include "tests/foundation/base/message_test_support.h"
+
+using message_test::Narrow;
+using message_test::Wide;
 
 namespace {
-
-std::string Narrow(const Fnd_String& Text) {
-    std::string out;
-    for (long i = 0; i < Text.Get_Length(); ++i) out += static_cast<char>(Text.Data()[i]);
-    return out;
-}
-
-Fnd_String Wide(const std::string& Text) {
-    Fnd_String out;
-    for (char c : Text) out.Append(Fnd_Char(static_cast<unsigned short>(c)));
-    return out;
-}
 
 long Word(const Fnd_String* String) { return reinterpret_cast<long>(String); }
 
@@ -35,13 +27,6 @@ std::vector<std::string> Replacements;
 void Keep_Larger(long Old, long New, long* Result) {
     Replacements.push_back(std::to_string(Old) + ">" + std::to_string(New));
     *Result = New > Old ? New : Old;
-}
-
-// Eleven 'c' then U+FFFF: the last unit is shifted by 16 into the sign bit, so the
-// 32-bit hash is negative (-2227156). Its bucket in 37 is 15; taken unsigned it would be 29.
-const Fnd_String& Negative_Hash_Key() {
-    static const Fnd_String key = Fnd_String(u"ccccccccccc\uFFFF");
-    return key;
 }
 
 }  // namespace
@@ -122,7 +107,9 @@ TEST(StringMapTest, FoldedDomainsAreStoredAndFoundInOneCase) {
 }
 
 TEST(StringMapTest, BucketsFollowTheSignedHash) {
-    const Fnd_String& key = Negative_Hash_Key();
+    // Eleven 'c' then U+FFFF: the last unit is shifted by 16 into the sign bit, so the
+    // hash is negative. Its bucket in 37 is 15; taken unsigned it would be 29.
+    const Fnd_String key(u"ccccccccccc\uFFFF");
     ASSERT_EQ(key.Get_Buffer().Hash(), -2227156);
     Utl_String_Map map(Utl_Range_Long, 37, 0, Utl_Case_Unchanged, nullptr);
     EXPECT_EQ(map.Bucket_Of(key), 15);
@@ -168,20 +155,17 @@ TEST(StringMapTest, ChainsKeepTheOrderOfBinding) {
     EXPECT_EQ(walked.size(), 20u);
 }
 
-TEST(StringMapTest, AnIteratorOverAnEmptyMapIsDoneAtOnce) {
-    Utl_String_Map map(Utl_Range_Long, 37, 0, Utl_Case_Unchanged, nullptr);
-    Utl_String_Map_Iterator it(map);
-    EXPECT_TRUE(it.Done());
-    EXPECT_EQ(&it.Get_Domain(), &Fnd_String::Null);
-    EXPECT_EQ(it.Get_Range(), 0);
-    it.Next();
-    it.Replace_Range(5L);
-    EXPECT_EQ(map.Get_Count(), 0);
-    EXPECT_EQ(map.first(), nullptr);
-}
-
 TEST(StringMapTest, IteratorsReplaceRangesByTheMapsRule) {
     Utl_String_Map map(Utl_Range_String, 37, 0, Utl_Case_Unchanged, nullptr);
+    Utl_String_Map_Iterator none(map);  // over an empty map: done at once, does nothing
+    EXPECT_TRUE(none.Done());
+    EXPECT_EQ(&none.Get_Domain(), &Fnd_String::Null);
+    EXPECT_EQ(none.Get_Range(), 0);
+    none.Next();
+    none.Replace_Range(5L);
+    EXPECT_EQ(map.Get_Count(), 0);
+    EXPECT_EQ(map.first(), nullptr);
+
     map.Bind(u"k", Fnd_String(u"old"));
     Utl_String_Map_Iterator it(map);
     it.Replace_Range(Fnd_String(u"new"));
