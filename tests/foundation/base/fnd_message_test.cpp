@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <string>
 
 #include "foundation/base/fnd_array_errors.h"
 #include "foundation/base/fnd_assertion_error.h"
@@ -155,15 +157,28 @@ TEST_F(Message_Test, KindImagesAndNames) {
     EXPECT_EQ(Narrow(Fnd_String(Fnd_Message_Kinds_Image(-1))), "");
 }
 
-TEST_F(Message_Test, KindImagesComeFromTheCatalogOncePerKind) {
-    Catalog_Directory catalogs;
+// Kind images and the user's language are read once per process. The next two
+// tests look at them in a freshly started copy of this program ("threadsafe" death
+// tests re-run the test there), which writes what it saw to standard error.
+std::string Kind_Images_Seen() {
+    Catalog_Directory catalogs, empty;
     catalogs.Add("Base", "root", R"("2_9" { :int { 1 }, "ERR" })");
     catalogs.Use();
-    EXPECT_EQ(Narrow(Fnd_Message_Kind::Kind_Image(Fnd_Error_Msg)), "ERR");
-    EXPECT_EQ(Narrow(Fnd_Message_Kind::Kind_Image(Fnd_Warning_Msg)), "!!!");
-    // Cached: another catalog does not change it.
-    Empty.Use();
-    EXPECT_EQ(Narrow(Fnd_Message_Kind::Kind_Image(Fnd_Error_Msg)), "ERR");
+    std::string seen = Narrow(Fnd_Message_Kind::Kind_Image(Fnd_Error_Msg)) + "|" +
+                       Narrow(Fnd_Message_Kind::Kind_Image(Fnd_Warning_Msg));
+    empty.Use();  // cached: another catalog does not change it
+    return seen + "|" + Narrow(Fnd_Message_Kind::Kind_Image(Fnd_Error_Msg));
+}
+
+TEST(Message_Kind, ImagesComeFromTheCatalogOncePerKind) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    Pin_Language();
+    EXPECT_EXIT(
+        {
+            std::fputs(Kind_Images_Seen().c_str(), stderr);
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "^ERR\\|!!!\\|ERR$");
 }
 
 TEST_F(Message_Test, GetKindRecognisesCanonicalPrefixesFollowedByABlank) {
@@ -266,16 +281,26 @@ TEST_F(Message_Test, SimpleStringsAreReadByTextNumber) {
     EXPECT_EQ(Fnd_Message::Read_Db_Message(Fnd_Message_Id(u"Nowhere", 1, 5), text), 0);
 }
 
-TEST(Message_Language, TheUserLanguageIsReadBeforeRoot) {
-    Pin_Language();
+std::string German_Images_Seen() {
     setenv("ZT_LANG", "de_DE", 1);
     Catalog_Directory catalogs;
     catalogs.Add("Probe", "root", Probe_Records);
     catalogs.Add("Probe", "de", R"("7_1" { :int { 5 }, "Datei <file>" })");
     catalogs.Use();
-    EXPECT_EQ(Narrow(Probe_Message(u"Probe", 1, u"f").Image(Fnd_Detail_Normal, 0, 1)), "Datei f");
     // A record the language lacks comes from root.
-    EXPECT_EQ(Narrow(Probe_Message(u"Probe", 2).Image(Fnd_Detail_Normal, 0, 1)), "only normal");
+    return Narrow(Probe_Message(u"Probe", 1, u"f").Image(Fnd_Detail_Normal, 0, 1)) + "|" +
+           Narrow(Probe_Message(u"Probe", 2).Image(Fnd_Detail_Normal, 0, 1));
+}
+
+TEST(Message_Language, TheUserLanguageIsReadBeforeRoot) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    Pin_Language();
+    EXPECT_EXIT(
+        {
+            std::fputs(German_Images_Seen().c_str(), stderr);
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "^Datei f\\|only normal$");
 }
 
 TEST(Message_Directory, WithoutTheSwitchCatalogsLieBelowHomeAndArchitecture) {
