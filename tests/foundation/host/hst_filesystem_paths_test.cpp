@@ -594,6 +594,14 @@ TEST_F(Filesystem, TraversingADirectory) {
 }
 
 TEST_F(Filesystem, TheWorkingDirectoryIsCachedAndFollowsChanges) {
+    // The tests after this one run where this one started.
+    struct Back_Home {
+        std::string Path = fs::current_path().string();
+        ~Back_Home() {
+            Fnd_Condition ignored;
+            Hst_Filesystem::Set_Working_Directory(Wide(Path), ignored);
+        }
+    } back_home;
     EXPECT_EQ(Narrow(Hst_Filesystem::Working_Directory()), fs::current_path().string());
     Fnd_Condition condition;
     Hst_Filesystem::Set_Working_Directory(Wide(Dir), condition);

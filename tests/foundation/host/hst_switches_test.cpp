@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -51,18 +52,33 @@ struct Temp_Dir {
 
 }  // namespace
 
-TEST(Hst_Switches, SessionNamesTakeThePrefixOnceAndKeepIt) {
-    EXPECT_EQ(Hst_Switches::Get_Product_Prefix(), nullptr);
-    EXPECT_EQ(Narrow(Hst_Switches::Normalize_Session_Switch(Wide("HOME"))), "ZT_HOME");
-    EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Name()), "ZT_MESSAGES");
-
+// A product prefix, once set, stays for the life of the process, and so does a
+// switch's name once made: what it meets is printed, in a fresh copy of this
+// program ("threadsafe" death tests re-run the test there).
+std::string Names_Seen_With_A_Prefix() {
+    std::string seen = Hst_Switches::Get_Product_Prefix() == nullptr ? "none" : "set";
+    for (const Fnd_String& name : {Hst_Switches::Normalize_Session_Switch(Wide("HOME")),
+                                   Hst_Switches::Messages_Switch_Name()})
+        seen += " " + Narrow(name);
     Hst_Switches::Set_Product_Prefix(Wide("AB_"));
-    ASSERT_NE(Hst_Switches::Get_Product_Prefix(), nullptr);
-    EXPECT_EQ(Narrow(*Hst_Switches::Get_Product_Prefix()), "AB_");
-    EXPECT_EQ(Narrow(Hst_Switches::Normalize_Session_Switch(Wide("HOME"))), "AB_HOME");
-    EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Name()), "ZT_MESSAGES");  // cached before
-    EXPECT_EQ(Narrow(Hst_Switches::Ui_Path_Switch_Name()), "AB_UI_PATH");
-    EXPECT_EQ(Narrow(Hst_Switches::Env_Home_Switch_Name()), "HOME");  // no prefix
+    seen += " " + Narrow(*Hst_Switches::Get_Product_Prefix());
+    for (const Fnd_String& name :
+         {Hst_Switches::Normalize_Session_Switch(Wide("HOME")), Hst_Switches::Messages_Switch_Name(),
+          Hst_Switches::Ui_Path_Switch_Name(), Hst_Switches::Env_Home_Switch_Name()})
+        seen += " " + Narrow(name);
+    return seen;
+}
+
+TEST(Hst_Switches, SessionNamesTakeThePrefixOnceAndKeepIt) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    // MESSAGES keeps the name made before the prefix; HOME of the user has none.
+    EXPECT_EXIT(
+        {
+            std::fputs(Names_Seen_With_A_Prefix().c_str(), stderr);
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0),
+        "^none ZT_HOME ZT_MESSAGES AB_ AB_HOME ZT_MESSAGES AB_UI_PATH HOME$");
 }
 
 TEST(Hst_Switches, DefaultsAndWhichOfThemAreWrittenBack) {
@@ -77,20 +93,36 @@ TEST(Hst_Switches, DefaultsAndWhichOfThemAreWrittenBack) {
     EXPECT_EQ(Narrow(Hst_Switches::Env_Tmpdir_Switch_Value()), "/tmp");
     EXPECT_EQ(Env("TMPDIR"), "<unset>");
     EXPECT_EQ(Narrow(Hst_Switches::Databases_Switch_Value()), "");
-    EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Value()), Env("ZT_MESSAGES"));
+    const char* messages = getenv("ZT_MESSAGES");
+    EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Value()), messages != nullptr ? messages : "");
+}
+
+// The database switches are read once per process, so this too runs fresh.
+std::string Values_Seen_Across_Clear_Cache() {
+    Fresh({{"EDITOR", "vi"}, {"ZT_DATABASES", "one"}, {"ZT_DB_VENDOR", "v1"}});
+    std::string seen;
+    const auto look = [&] {
+        for (const Fnd_String& value :
+             {Hst_Switches::Env_Editor_Switch_Value(), Hst_Switches::Databases_Switch_Value(),
+              Hst_Switches::Db_Vendor_Switch_Value()})
+            seen += Narrow(value) + " ";
+    };
+    look();
+    setenv("EDITOR", "emacs", 1);
+    look();
+    Fresh({{"ZT_DATABASES", "two"}, {"ZT_DB_VENDOR", "v2"}});
+    look();
+    return seen;
 }
 
 TEST(Hst_Switches, AValueStaysUntilTheCacheIsClearedButDatabaseSwitchesSurvive) {
-    Fresh({{"EDITOR", "vi"}, {"ZT_DATABASES", "one"}, {"ZT_DB_VENDOR", "v1"}});
-    EXPECT_EQ(Narrow(Hst_Switches::Env_Editor_Switch_Value()), "vi");
-    EXPECT_EQ(Narrow(Hst_Switches::Databases_Switch_Value()), "one");
-    EXPECT_EQ(Narrow(Hst_Switches::Db_Vendor_Switch_Value()), "v1");
-    setenv("EDITOR", "emacs", 1);
-    EXPECT_EQ(Narrow(Hst_Switches::Env_Editor_Switch_Value()), "vi");
-    Fresh({{"ZT_DATABASES", "two"}, {"ZT_DB_VENDOR", "v2"}});
-    EXPECT_EQ(Narrow(Hst_Switches::Env_Editor_Switch_Value()), "emacs");
-    EXPECT_EQ(Narrow(Hst_Switches::Databases_Switch_Value()), "one");
-    EXPECT_EQ(Narrow(Hst_Switches::Db_Vendor_Switch_Value()), "v1");
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            std::fputs(Values_Seen_Across_Clear_Cache().c_str(), stderr);
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "^vi one v1 vi one v1 emacs one v1 $");
 }
 
 TEST(Hst_Switches, SettersChangeCacheAndEnvironment) {
