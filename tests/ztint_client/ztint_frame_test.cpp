@@ -253,6 +253,7 @@ TEST(FrameWithoutServer, OpeningFailsOnceThenTheStateStaysError)
 
 TEST(FrameSlot, GetErrorOnAnEmptySlotLeavesTheTextAlone)
 {
+    ZTInt_Set_Client_Error(nullptr);
     char* text = reinterpret_cast<char*>(0x1234);
     EXPECT_EQ(ZTInt_Get_Client_Error(&text), 0);
     EXPECT_EQ(text, reinterpret_cast<char*>(0x1234));

@@ -30,6 +30,15 @@ int No_Server(ZTInt_Connection* connection, char** name, char** error, int)
     return -1;
 }
 
+// The client as a new process has it: no error text, no connection, no opener calls.
+void Start_Afresh()
+{
+    ZTInt_Set_Client_Error(nullptr);
+    ZTInt_Close_Connection(ZTInt_client_Connection_Record());
+    The_Connection = nullptr;
+    opener_calls = 0;
+}
+
 template <typename Class>
 Class* Handle_Of(ZTInt_rpc_type type, uint32_t id)
 {
@@ -107,6 +116,7 @@ TEST(ErrorCalls, GetErrorReadsTheClientSlotWithoutACall)
 
 TEST(ErrorCalls, GetErrorAsksTheServerWhenTheSlotIsEmpty)
 {
+    Start_Afresh();
     Server server;
     server.Answer(kGetError, 0, "the server's last error");
     EXPECT_EQ(Error_Text(), "the server's last error");
@@ -124,6 +134,7 @@ TEST(ErrorCalls, GetErrorAsksTheServerWhenTheSlotIsEmpty)
 
 TEST(ErrorCalls, GetErrorWithNoServerLeavesTheReasonForTheNextOne)
 {
+    Start_Afresh();
     ZTInt_Set_Connection_Opener(No_Server);
     char* text = reinterpret_cast<char*>(&opener_calls);
     ZTInt_GetError(&text);
@@ -148,6 +159,7 @@ TEST(ErrorCalls, SetErrorSendsTheTextAndDropsTheStatus)
 
 TEST(ErrorCalls, SetErrorWithNoServerReturns)
 {
+    Start_Afresh();
     ZTInt_Set_Connection_Opener(No_Server);
     ZTInt_SetError("nobody listens");
     EXPECT_EQ(opener_calls, 1);
@@ -156,6 +168,7 @@ TEST(ErrorCalls, SetErrorWithNoServerReturns)
 
 TEST(GenericCalls, FreeOfANullHandleOpensNothingAndSendsNothing)
 {
+    Start_Afresh();
     ZTInt_Set_Connection_Opener(No_Server);
     EXPECT_EQ(ZTInt_Session_Free(nullptr), 0);
     EXPECT_EQ(opener_calls, 0);

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/ztint_fresh_process.h"
+
 #include "ztint_base/ztint_strings.h"
 #include "ztint_utils/ztint_objects.h"
 
@@ -395,84 +397,92 @@ TEST(MessageDeathTest, StatusAssertionsNameTheirSites)
     EXPECT_EQ(value, -2);
 }
 
-// ---- the buffer pool; each test runs in a fresh process, so the pool starts empty
+// ---- the buffer pool, which each test sees from an empty start in a fresh process
 
 TEST(MessagePool, SeventeenthBufferComesFromOutsideThePool)
 {
-    std::vector<void*> held;
-    for (int i = 0; i < 16; ++i) {
-        held.push_back(ZTInt_msg_buffer_Get(36));
-        EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(held.back()), i);
-        EXPECT_EQ(ZTInt_msg_buffer_Slot(i)->Size, 136);
-    }
-    void* extra = ZTInt_msg_buffer_Get(36);
-    EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(extra), -1);
-    EXPECT_EQ(ZTInt_msg_buffer_Open_Slots(), 16);
-    ZTInt_msg_buffer_Put(extra);  // back to the C heap: a leak or bad free shows in the sanitizer build
-    for (void* buffer : held)
-        ZTInt_msg_buffer_Put(buffer);
-    for (int i = 0; i < 16; ++i)
-        EXPECT_FALSE(ZTInt_msg_buffer_Slot(i)->In_Use);
-    // A held message that came from outside the pool goes back through ZTInt_msg_Free.
-    std::vector<ZTInt_msg_struct*> messages;
-    for (int i = 0; i < 17; ++i)
-        messages.push_back(ZTInt_msg_New(0, nullptr, nullptr));
-    EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(messages.back()), -1);
-    for (ZTInt_msg_struct* msg : messages)
-        ZTInt_msg_Free(msg);
+    ZTInt_In_Fresh_Process([] {
+        std::vector<void*> held;
+        for (int i = 0; i < 16; ++i) {
+            held.push_back(ZTInt_msg_buffer_Get(36));
+            EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(held.back()), i);
+            EXPECT_EQ(ZTInt_msg_buffer_Slot(i)->Size, 136);
+        }
+        void* extra = ZTInt_msg_buffer_Get(36);
+        EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(extra), -1);
+        EXPECT_EQ(ZTInt_msg_buffer_Open_Slots(), 16);
+        ZTInt_msg_buffer_Put(extra);  // back to the C heap: a leak or bad free shows in the sanitizer build
+        for (void* buffer : held)
+            ZTInt_msg_buffer_Put(buffer);
+        for (int i = 0; i < 16; ++i)
+            EXPECT_FALSE(ZTInt_msg_buffer_Slot(i)->In_Use);
+        // A held message that came from outside the pool goes back through ZTInt_msg_Free.
+        std::vector<ZTInt_msg_struct*> messages;
+        for (int i = 0; i < 17; ++i)
+            messages.push_back(ZTInt_msg_New(0, nullptr, nullptr));
+        EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(messages.back()), -1);
+        for (ZTInt_msg_struct* msg : messages)
+            ZTInt_msg_Free(msg);
+    });
 }
 
 TEST(MessagePool, SmallestFittingFreeSlotWins)
 {
-    void* big = ZTInt_msg_buffer_Get(1000);
-    EXPECT_EQ(ZTInt_msg_buffer_Slot(0)->Size, 1100);
-    ZTInt_msg_buffer_Put(big);
-    void* again = ZTInt_msg_buffer_Get(200);
-    EXPECT_EQ(again, big);
-    EXPECT_EQ(ZTInt_msg_buffer_Open_Slots(), 1);
+    ZTInt_In_Fresh_Process([] {
+        void* big = ZTInt_msg_buffer_Get(1000);
+        EXPECT_EQ(ZTInt_msg_buffer_Slot(0)->Size, 1100);
+        ZTInt_msg_buffer_Put(big);
+        void* again = ZTInt_msg_buffer_Get(200);
+        EXPECT_EQ(again, big);
+        EXPECT_EQ(ZTInt_msg_buffer_Open_Slots(), 1);
 
-    void* medium = ZTInt_msg_buffer_Get(300);  // slot 1, 400 bytes
-    void* small = ZTInt_msg_buffer_Get(100);   // slot 2, 200 bytes
-    ZTInt_msg_buffer_Put(again);
-    ZTInt_msg_buffer_Put(medium);
-    ZTInt_msg_buffer_Put(small);
-    EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(ZTInt_msg_buffer_Get(150)), 2);
-    EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(ZTInt_msg_buffer_Get(150)), 1);
-    EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(ZTInt_msg_buffer_Get(150)), 0);
-    // Nothing free fits and slots remain: a new slot opens; the small free ones stay.
-    ZTInt_msg_buffer_Put(small);
-    EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(ZTInt_msg_buffer_Get(500)), 3);
-    EXPECT_EQ(ZTInt_msg_buffer_Slot(2)->Size, 200);
+        void* medium = ZTInt_msg_buffer_Get(300);  // slot 1, 400 bytes
+        void* small = ZTInt_msg_buffer_Get(100);   // slot 2, 200 bytes
+        ZTInt_msg_buffer_Put(again);
+        ZTInt_msg_buffer_Put(medium);
+        ZTInt_msg_buffer_Put(small);
+        EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(ZTInt_msg_buffer_Get(150)), 2);
+        EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(ZTInt_msg_buffer_Get(150)), 1);
+        EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(ZTInt_msg_buffer_Get(150)), 0);
+        // Nothing free fits and slots remain: a new slot opens; the small free ones stay.
+        ZTInt_msg_buffer_Put(small);
+        EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(ZTInt_msg_buffer_Get(500)), 3);
+        EXPECT_EQ(ZTInt_msg_buffer_Slot(2)->Size, 200);
+    });
 }
 
 TEST(MessagePool, WithAllSlotsOpenTheSmallestFreeSlotIsEnlarged)
 {
-    std::vector<void*> held;
-    for (int i = 0; i < 16; ++i)
-        held.push_back(ZTInt_msg_buffer_Get(100 + i));  // sizes 200 to 215
-    ZTInt_msg_buffer_Put(held[9]);
-    ZTInt_msg_buffer_Put(held[4]);
-    ZTInt_msg_buffer_Put(held[12]);
-    void* enlarged = ZTInt_msg_buffer_Get(5000);
-    EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(enlarged), 4);
-    EXPECT_EQ(ZTInt_msg_buffer_Slot(4)->Size, 5100);
-    EXPECT_EQ(ZTInt_msg_buffer_Slot(9)->Size, 209);
-    EXPECT_EQ(ZTInt_msg_buffer_Open_Slots(), 16);
+    ZTInt_In_Fresh_Process([] {
+        std::vector<void*> held;
+        for (int i = 0; i < 16; ++i)
+            held.push_back(ZTInt_msg_buffer_Get(100 + i));  // sizes 200 to 215
+        ZTInt_msg_buffer_Put(held[9]);
+        ZTInt_msg_buffer_Put(held[4]);
+        ZTInt_msg_buffer_Put(held[12]);
+        void* enlarged = ZTInt_msg_buffer_Get(5000);
+        EXPECT_EQ(ZTInt_msg_buffer_Slot_Of(enlarged), 4);
+        EXPECT_EQ(ZTInt_msg_buffer_Slot(4)->Size, 5100);
+        EXPECT_EQ(ZTInt_msg_buffer_Slot(9)->Size, 209);
+        EXPECT_EQ(ZTInt_msg_buffer_Open_Slots(), 16);
+    });
 }
 
 TEST(MessagePool, SteadyCallsReuseTwoSlots)
 {
-    int32_t status = 0;
-    char* text = const_cast<char*>("payload");
-    const void* values[] = {&status, &text};
-    for (int i = 0; i < 100; ++i) {
-        ZTInt_msg_struct* call = nullptr;
-        ZTInt_msg_struct* reply = nullptr;
-        char* error = nullptr;
-        ASSERT_EQ(ZTInt_msg_Encode(&call, &error, 2, kStatusStringTypes, values), 2);
-        ASSERT_EQ(ZTInt_msg_Encode_Reply(call, &reply, &error, 2, kStatusStringTypes, values), 1);
-        ZTInt_msg_Free(call);
-        ZTInt_msg_Free(reply);
-    }
-    EXPECT_EQ(ZTInt_msg_buffer_Open_Slots(), 2);
+    ZTInt_In_Fresh_Process([] {
+        int32_t status = 0;
+        char* text = const_cast<char*>("payload");
+        const void* values[] = {&status, &text};
+        for (int i = 0; i < 100; ++i) {
+            ZTInt_msg_struct* call = nullptr;
+            ZTInt_msg_struct* reply = nullptr;
+            char* error = nullptr;
+            ASSERT_EQ(ZTInt_msg_Encode(&call, &error, 2, kStatusStringTypes, values), 2);
+            ASSERT_EQ(ZTInt_msg_Encode_Reply(call, &reply, &error, 2, kStatusStringTypes, values), 1);
+            ZTInt_msg_Free(call);
+            ZTInt_msg_Free(reply);
+        }
+        EXPECT_EQ(ZTInt_msg_buffer_Open_Slots(), 2);
+    });
 }
