@@ -1,5 +1,6 @@
 // The calls that differ from the plain stub: the error calls, the guarded Free, the
 // logon hook, and Unbuild, which leaves its handle alone.
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <string>
@@ -34,8 +35,11 @@ int No_Server(ZTInt_Connection* connection, char** name, char** error, int)
 void Start_Afresh()
 {
     ZTInt_Set_Client_Error(nullptr);
-    ZTInt_Close_Connection(ZTInt_client_Connection_Record());
-    The_Connection = nullptr;
+    if (The_Connection != nullptr) {
+        ZTInt_Close_Connection(The_Connection);
+        std::free(The_Connection);
+        The_Connection = nullptr;
+    }
     opener_calls = 0;
 }
 
