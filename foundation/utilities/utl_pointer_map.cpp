@@ -6,6 +6,7 @@
 #include "foundation/utilities/utl_long_array.h"
 #include "foundation/utilities/utl_tracing_utilities.h"
 #include "foundation/utilities/utl_chain_walk.h"
+#include "foundation/utilities/utl_node_free_list.h"
 
 namespace {
 
@@ -14,54 +15,25 @@ constexpr long Recycled_Sizes = 54;
 constexpr Code_Unit Kind_Pointer[] = u"pointer";
 constexpr Code_Unit Kind_Long[] = u"long";
 
-// Nodes of all pointer maps, and heap maps by bucket count, each under its own lock.
-utl_pointer_map_data* Free_Map_Nodes = nullptr;
-long Free_Map_Node_Total = 0;
-Fnd_Semaphore* Free_Map_Nodes_Lock = nullptr;
+// Nodes of all pointer maps and of all pointer sets, and heap maps by bucket count.
+Utl_Node_Free_List<utl_pointer_map_data> Free_Map_Nodes;
+Utl_Node_Free_List<utl_pointer_set_data> Free_Set_Nodes;
 Utl_Pointer_Map** Free_Maps = nullptr;
 Fnd_Semaphore* Free_Maps_Lock = nullptr;
 
-// Nodes of all pointer sets; sets stay on one thread, so this list has no lock.
-utl_pointer_set_data* Free_Set_Nodes = nullptr;
-
 utl_pointer_map_data* Get_Map_Node(long Domain, long Range) {
-    utl_pointer_map_data* node = nullptr;
-    {
-        Fnd_Semaphore_Guard guard(Free_Map_Nodes_Lock, 1, 1, 1);
-        if (Free_Map_Nodes) {
-            node = Free_Map_Nodes;
-            Free_Map_Nodes = node->next;
-            --Free_Map_Node_Total;
-        }
-    }
-    if (!node) node = new utl_pointer_map_data;
+    utl_pointer_map_data* node = Free_Map_Nodes.Take();
     node->domain = Domain;
     node->range = Range;
     node->next = nullptr;
     return node;
 }
 
-void Put_Map_Node(utl_pointer_map_data* Node) {
-    Fnd_Semaphore_Guard guard(Free_Map_Nodes_Lock, 1, 1, 1);
-    Node->next = Free_Map_Nodes;
-    Free_Map_Nodes = Node;
-    ++Free_Map_Node_Total;
-}
-
 utl_pointer_set_data* Get_Set_Node(long Member) {
-    utl_pointer_set_data* node = Free_Set_Nodes;
-    if (node)
-        Free_Set_Nodes = node->next;
-    else
-        node = new utl_pointer_set_data;
+    utl_pointer_set_data* node = Free_Set_Nodes.Take();
     node->member = Member;
     node->next = nullptr;
     return node;
-}
-
-void Put_Set_Node(utl_pointer_set_data* Node) {
-    Node->next = Free_Set_Nodes;
-    Free_Set_Nodes = Node;
 }
 
 long Word_Bucket(long Word, long Size) {
@@ -205,8 +177,7 @@ long Utl_Pointer_Map::Range_Copy(long Range) {
 }
 
 long Utl_Pointer_Map::Free_Node_Count() {
-    Fnd_Semaphore_Guard guard(Free_Map_Nodes_Lock, 1, 1, 1);
-    return Free_Map_Node_Total;
+    return Free_Map_Nodes.Size();
 }
 
 long Utl_Pointer_Map::Free_Map_Count(long Size) {
@@ -274,7 +245,7 @@ long Utl_Pointer_Map::Unbind(long Key) {
         --Count;
         if (Domain_Deleter) Domain_Deleter(node->domain);
         if (Range_Deleter) Range_Deleter(node->range);
-        Put_Map_Node(node);
+        Free_Map_Nodes.Give(node);
         return 1;
     }
     return 0;
@@ -287,7 +258,7 @@ void Utl_Pointer_Map::Make_Empty() {
             Table[bucket] = node->next;
             if (Domain_Deleter) Domain_Deleter(node->domain);
             if (Range_Deleter) Range_Deleter(node->range);
-            Put_Map_Node(node);
+            Free_Map_Nodes.Give(node);
         }
     }
     Count = 0;
@@ -487,7 +458,7 @@ void Utl_Pointer_Set::Make_Empty() {
         while (utl_pointer_set_data* node = Table[bucket]) {
             Table[bucket] = node->next;
             if (Deleter) Deleter(node->member);
-            Put_Set_Node(node);
+            Free_Set_Nodes.Give(node);
         }
     }
     Count = 0;
@@ -512,7 +483,7 @@ long Utl_Pointer_Set::Remove(void* Member) {
         *link = node->next;
         --Count;
         if (Deleter) Deleter(node->member);
-        Put_Set_Node(node);
+        Free_Set_Nodes.Give(node);
         return 1;
     }
     return 0;

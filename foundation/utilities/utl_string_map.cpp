@@ -9,6 +9,7 @@
 #include "foundation/base/fnd_string_library.h"
 #include "foundation/utilities/utl_name_matcher.h"
 #include "foundation/utilities/utl_chain_walk.h"
+#include "foundation/utilities/utl_node_free_list.h"
 
 namespace {
 
@@ -17,36 +18,18 @@ constexpr long Recycled_Sizes = 54;  // lists for the bucket counts 0 to 53
 
 // Nodes of all maps, recycled. A node on the list keeps its domain's buffer, so that
 // its next domain is assigned without an allocation.
-utl_string_map_data* Free_Nodes = nullptr;
-long Free_Node_Total = 0;
-Fnd_Semaphore* Free_Nodes_Lock = nullptr;
+Utl_Node_Free_List<utl_string_map_data> Free_Nodes;
 
 // Heap maps by bucket count, made on the first Free.
 Utl_String_Map** Free_Maps = nullptr;
 Fnd_Semaphore* Free_Maps_Lock = nullptr;
 
 utl_string_map_data* Get_Node(const Fnd_String& Domain, long Range) {
-    utl_string_map_data* node = nullptr;
-    {
-        Fnd_Semaphore_Guard guard(Free_Nodes_Lock, 1, 1, 1);
-        if (Free_Nodes) {
-            node = Free_Nodes;
-            Free_Nodes = node->next;
-            --Free_Node_Total;
-        }
-    }
-    if (!node) node = new utl_string_map_data;
+    utl_string_map_data* node = Free_Nodes.Take();
     node->domain = Domain;
     node->range = Range;
     node->next = nullptr;
     return node;
-}
-
-void Put_Node(utl_string_map_data* Node) {
-    Fnd_Semaphore_Guard guard(Free_Nodes_Lock, 1, 1, 1);
-    Node->next = Free_Nodes;
-    Free_Nodes = Node;
-    ++Free_Node_Total;
 }
 
 long Table_Size(long Size) { return Size < 1 ? Default_Size : Size; }
@@ -195,8 +178,7 @@ long Utl_String_Map::Range_Copy(long Range) {
 }
 
 long Utl_String_Map::Free_Node_Count() {
-    Fnd_Semaphore_Guard guard(Free_Nodes_Lock, 1, 1, 1);
-    return Free_Node_Total;
+    return Free_Nodes.Size();
 }
 
 long Utl_String_Map::Free_Map_Count(long Size) {
@@ -274,7 +256,7 @@ void Utl_String_Map::replace_range(utl_string_map_data* Node, long New_Range) {
 
 void Utl_String_Map::Dispose(utl_string_map_data* Node) {
     if (Deleter) Deleter(Node->range);
-    Put_Node(Node);
+    Free_Nodes.Give(Node);
 }
 
 long Utl_String_Map::Bind_Folded(const Fnd_String& Domain, long Range) {
@@ -346,7 +328,7 @@ long Utl_String_Map::Transfer_Range(const Fnd_String& Domain) {
     utl_string_map_data* node = Unlink(Domain);
     if (!node) return Null_Range;
     const long range = node->range;
-    Put_Node(node);
+    Free_Nodes.Give(node);
     return range;
 }
 

@@ -5,31 +5,18 @@
 
 #include "foundation/base/fnd_string_library.h"
 #include "foundation/utilities/utl_chain_walk.h"
+#include "foundation/utilities/utl_node_free_list.h"
 
 namespace {
 
-// Nodes of all sets, recycled, with their buffers. Sets stay on one thread: this list
-// has no lock.
-utl_string_set_data* Free_Nodes = nullptr;
-long Free_Node_Total = 0;
+// Nodes of all sets, recycled with their buffers.
+Utl_Node_Free_List<utl_string_set_data> Free_Nodes;
 
 utl_string_set_data* Get_Node(const Fnd_String& Member) {
-    utl_string_set_data* node = Free_Nodes;
-    if (node) {
-        Free_Nodes = node->next;
-        --Free_Node_Total;
-    } else {
-        node = new utl_string_set_data;
-    }
+    utl_string_set_data* node = Free_Nodes.Take();
     node->member = Member;
     node->next = nullptr;
     return node;
-}
-
-void Put_Node(utl_string_set_data* Node) {
-    Node->next = Free_Nodes;
-    Free_Nodes = Node;
-    ++Free_Node_Total;
 }
 
 long Table_Size(long Size) { return Size < 1 ? 37 : Size; }
@@ -77,7 +64,7 @@ long Utl_String_Set::Range_Copy(long Range) {
         new Utl_String_Set(*reinterpret_cast<const Utl_String_Set*>(Range)));
 }
 
-long Utl_String_Set::Free_Node_Count() { return Free_Node_Total; }
+long Utl_String_Set::Free_Node_Count() { return Free_Nodes.Size(); }
 
 long Utl_String_Set::Bucket_Of_Hash(long Hash) const {
     const long remainder = static_cast<int32_t>(Hash) % Size;
@@ -122,7 +109,7 @@ void Utl_String_Set::Make_Empty() {
     for (long bucket = 0; bucket < Size; ++bucket) {
         while (utl_string_set_data* node = Table[bucket]) {
             Table[bucket] = node->next;
-            Put_Node(node);
+            Free_Nodes.Give(node);
         }
     }
     Count = 0;
@@ -145,7 +132,7 @@ long Utl_String_Set::Remove(const Fnd_String& Member) {
         if (node->member == key) {
             *link = node->next;
             --Count;
-            Put_Node(node);
+            Free_Nodes.Give(node);
             return 1;
         }
     }
