@@ -16,6 +16,7 @@
 #include "foundation/host/hst_errors.h"
 #include "foundation/host/hst_process.h"
 #include "foundation/host/hst_process_detail.h"
+#include "foundation/host/hst_switches.h"
 #include "foundation/textio/tio_streams.h"
 #include "ztcoreutil/admbcsstring.h"
 
@@ -51,11 +52,7 @@ void Hst_Processes::Get_Machine_Name(Fnd_String& Out) { Out = Machine_Name(); }
 
 long Hst_Processes::Get_Number_Of_CPUs() { return ::sysconf(_SC_NPROCESSORS_CONF); }
 
-long Hst_Processes::Exists(long Pid) {
-    errno = 0;
-    const int priority = ::getpriority(PRIO_PROCESS, static_cast<id_t>(Pid));
-    return priority != -1 || errno != ESRCH;
-}
+long Hst_Processes::Exists(long Pid) { return Hst_Process_Exists(static_cast<pid_t>(Pid)); }
 
 void Hst_Processes::Terminate(int Status) {
     if (pre_terminate) {
@@ -174,8 +171,4 @@ void Hst_Processes::Usleep(long Microseconds) {
     ::nanosleep(&pause, nullptr);
 }
 
-long Hst_Processes::Descriptor_Table_Size() {
-    rlimit limit;
-    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return 0;
-    return static_cast<long>(limit.rlim_cur);
-}
+long Hst_Processes::Descriptor_Table_Size() { return Hst_Max_Open_Files(); }
