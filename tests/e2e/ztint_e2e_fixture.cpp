@@ -43,9 +43,7 @@ std::string Ztint_Field(const std::string& line, int n)
 
 void Ztint_E2E::SetUp()
 {
-    char pattern[] = "/tmp/ztint_e2e_XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    Dir = pattern;
+    Dir = Temp.Path;
     Home = Dir + "/home";
     fs::create_directories(Home + "/bin");
     fs::create_symlink(ZTINT_BUILD_DIR "/home/bin/ztintsvr", Home + "/bin/ztintsvr");
@@ -79,7 +77,6 @@ void Ztint_E2E::TearDown()
     std::error_code ignored;
     fs::remove(Pipe, ignored);
     fs::remove(Pipe + ".lock", ignored);
-    fs::remove_all(Dir, ignored);
 }
 
 void Ztint_E2E::Install_Script(const std::string& body)

@@ -2,13 +2,16 @@
 // (a temporary directory whose bin/ztintsvr is the built server, or a script of the
 // test's, and whose linux_x86_64/messages are the built catalogs, found there
 // without ZT_MESSAGES), its own ZTT_USER and so its own pipe and server, and a trace
-// file the server writes its calls into. Every server the test started is stopped at the end.
+// file the server writes its calls into. Every server the test started is stopped
+// at the end.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
+
+#include "tests/support/ztint_temp_dir.h"
 
 class Ztint_E2E : public ::testing::Test {
 protected:
@@ -25,6 +28,7 @@ protected:
     // The server's last error text for this client (ZTInt_GetError).
     static std::string Server_Error();
 
+    ZTInt_Temp_Dir Temp;
     std::string Dir;    // the test's directory
     std::string Home;   // the product home, below Dir
     std::string User;   // the value of ZTT_USER

@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include "foundation/base/fnd_string.h"
+#include "tests/support/ztint_temp_dir.h"
 #include "tests/support/ztint_test_locale.h"
 #include "ztcoreutil/adcharset.h"
 #include "ztcoreutil/tchar.h"
@@ -135,9 +136,8 @@ TEST_F(DefaultCharset, CharacterFunctionsFollowTheStandIn) {
     EXPECT_EQ(std::u16string(value), u"\u00FC");
 
     // A path that does not convert makes no system call.
-    char pattern[] = "/tmp/adcharset_test_XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    const std::string dir = pattern;
+    const ZTInt_Temp_Dir temp;
+    const std::string& dir = temp.Path;
     const std::u16string wide_dir(dir.begin(), dir.end());
     EXPECT_EQ(_tfopen((wide_dir + u"/\u4E2D").c_str(), u"w"), nullptr);
     FILE* file = _tfopen((wide_dir + u"/\u00E9").c_str(), u"w");
@@ -149,7 +149,6 @@ TEST_F(DefaultCharset, CharacterFunctionsFollowTheStandIn) {
     ASSERT_EQ(stat((dir + "/\xE9").c_str(), &info), 0);
     EXPECT_EQ(info.st_size, 2);
     EXPECT_EQ(_tunlink((wide_dir + u"/\u00E9").c_str()), 0);
-    rmdir(dir.c_str());
 
     // Time texts: the format goes out and comes back in the stand-in.
     struct tm noon = {};

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/ztint_test_locale.h"
+#include "tests/support/ztint_temp_dir.h"
 #include <unicode/uloc.h>
 
 #include <cerrno>
@@ -31,18 +32,15 @@ class Tchar : public ::testing::Test {
 protected:
     void SetUp() override {
         ZTInt_Test_Pin_Locale();
-        char pattern[] = "/tmp/tchar_test_XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        Dir = pattern;
     }
-    void TearDown() override { std::system(("rm -rf '" + Dir + "'").c_str()); }
 
     std::u16string Path(const char* Name) const {
         std::string path = Dir + "/" + Name;
         return std::u16string(path.begin(), path.end());
     }
 
-    std::string Dir;
+    ZTInt_Temp_Dir Temp;
+    const std::string Dir = Temp.Path;
 };
 
 // ---- Formats

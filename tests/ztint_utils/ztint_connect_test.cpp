@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/ztint_temp_dir.h"
 #include "ztint_base/ztint_strings.h"
 #include "ztint_utils/ztint_connect.h"
 
@@ -140,9 +141,8 @@ TEST(ConnectionStartupDeathTest, ChangeToClientAssertsTypeThenState)
 
 TEST(ConnectionStartup, AcceptPutsTheServersSocketInPlaceOfThePipeAndListener)
 {
-    char directory[] = "/tmp/ztint_accept_XXXXXX";
-    ASSERT_NE(mkdtemp(directory), nullptr);
-    const std::string path = std::string(directory) + "/s";
+    const ZTInt_Temp_Dir directory;
+    const std::string path = directory.Path + "/s";
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
@@ -180,8 +180,6 @@ TEST(ConnectionStartup, AcceptPutsTheServersSocketInPlaceOfThePipeAndListener)
     ZTInt_Close_Connection(&connection);
     close(server);
     close(pipe_ends[0]);
-    unlink(path.c_str());
-    rmdir(directory);
 }
 
 TEST(ConnectionStartup, AcceptWithoutAListenerFailsAtOnceAndClosesNothing)

@@ -17,6 +17,7 @@
 #include "foundation/base/fnd_string.h"
 #include "foundation/base/fnd_string_library.h"
 #include "foundation/host/hst_switches.h"
+#include "tests/support/ztint_temp_dir.h"
 
 extern char** environ;
 
@@ -53,20 +54,8 @@ inline void Use_Catalogs(const std::string& Directory) {
 inline std::string Shipped_Catalogs() { return std::string(ZTINT_BUILD_DIR) + "/catalogs"; }
 
 // A fresh catalog directory, removed at the end of the test.
-class Catalog_Directory {
+class Catalog_Directory : public ZTInt_Temp_Dir {
 public:
-    Catalog_Directory() {
-        char name[] = "/tmp/zt_catalogs_XXXXXX";
-        EXPECT_NE(mkdtemp(name), nullptr);
-        Path = name;
-    }
-    ~Catalog_Directory() {
-        std::error_code ignored;
-        std::filesystem::remove_all(Path, ignored);
-    }
-    Catalog_Directory(const Catalog_Directory&) = delete;
-    Catalog_Directory& operator=(const Catalog_Directory&) = delete;
-
     // Compiles "Locale { Body }" into <Path>/<Catalog>/<Locale>.res.
     void Add(const std::string& Catalog, const std::string& Locale, const std::string& Body) {
         const std::string target = Path + "/" + Catalog;
@@ -86,8 +75,6 @@ public:
     }
 
     void Use() const { Use_Catalogs(Path); }
-
-    std::string Path;
 };
 
 // A message of a subsystem chosen by the test, class 7, whose placeholders "file" and

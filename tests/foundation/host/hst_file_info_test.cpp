@@ -16,6 +16,7 @@
 #include "foundation/host/hst_filesystem.h"
 #include "foundation/host/hst_user.h"
 #include "tests/foundation/base/message_test_support.h"
+#include "tests/support/ztint_temp_dir.h"
 
 using namespace message_test;
 namespace fs = std::filesystem;
@@ -24,15 +25,6 @@ namespace {
 
 class File_Info : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char name[] = "/tmp/zt_info_XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        Dir = name;
-    }
-    void TearDown() override {
-        std::error_code ignored;
-        fs::remove_all(Dir, ignored);
-    }
     Hst_File_Info Info(const std::string& Path, bool Link = false) const {
         Hst_File_Info info;
         Fnd_Condition condition;
@@ -43,7 +35,8 @@ protected:
         EXPECT_FALSE(condition.Failed()) << Path;
         return info;
     }
-    std::string Dir;
+    ZTInt_Temp_Dir Temp;
+    const std::string Dir = Temp.Path;
 };
 
 // A record of a file owned as the arguments say, with Mode's permission bits.

@@ -19,6 +19,7 @@
 #include "foundation/host/hst_filesystem_calls.h"
 #include "foundation/host/hst_timestamp.h"
 #include "tests/foundation/base/message_test_support.h"
+#include "tests/support/ztint_temp_dir.h"
 
 using namespace message_test;
 namespace fs = std::filesystem;
@@ -42,16 +43,6 @@ Fnd_Condition Dirty() { return Fnd_Condition(Hst_Sys_Call_Error(1, 1)); }
 
 class Filesystem : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char name[] = "/tmp/zt_fs_XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        Dir = name;
-    }
-    void TearDown() override {
-        std::error_code ignored;
-        fs::permissions(Dir, fs::perms::all, ignored);
-        fs::remove_all(Dir, ignored);
-    }
     Fnd_String Path(const std::string& Name) const { return Wide(Dir + "/" + Name); }
     std::string Make(const std::string& Name, const std::string& Content = "") const {
         std::ofstream(Dir + "/" + Name) << Content;
@@ -76,7 +67,8 @@ protected:
         }
     }
 
-    std::string Dir;
+    ZTInt_Temp_Dir Temp;
+    const std::string Dir = Temp.Path;
 };
 
 bool Close_On_Exec(int Fd) { return (fcntl(Fd, F_GETFD) & FD_CLOEXEC) != 0; }

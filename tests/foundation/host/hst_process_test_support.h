@@ -14,6 +14,7 @@
 #include "foundation/base/fnd_condition.h"
 #include "foundation/base/fnd_message.h"
 #include "tests/foundation/base/message_test_support.h"
+#include "tests/support/ztint_temp_dir.h"
 
 namespace process_test {
 
@@ -69,21 +70,7 @@ inline std::string Text_Of(const Fnd_Condition& Condition) {
 }
 
 // A fresh directory, removed with all it holds at the end of the test.
-class Temp_Dir {
-public:
-    Temp_Dir() {
-        char name[] = "/tmp/zt_proc_XXXXXX";
-        EXPECT_NE(::mkdtemp(name), nullptr);
-        Path = name;
-    }
-    ~Temp_Dir() {
-        std::error_code ignored;
-        std::filesystem::remove_all(Path, ignored);
-    }
-    Temp_Dir(const Temp_Dir&) = delete;
-    Temp_Dir& operator=(const Temp_Dir&) = delete;
-    std::string Path;
-};
+using Temp_Dir = ZTInt_Temp_Dir;
 
 // Catalogs of this build and a pinned language, so that failures print their texts.
 class Host_Test : public ::testing::Test {

@@ -19,6 +19,7 @@
 #include <string>
 
 #include "tests/foundation/base/message_test_support.h"
+#include "tests/support/ztint_temp_dir.h"
 
 using namespace message_test;
 
@@ -36,19 +37,7 @@ void Fresh(std::initializer_list<std::pair<const char*, const char*>> Vars) {
     Hst_Switches::Clear_Cache();
 }
 
-// A fresh directory, removed at the end of the test.
-struct Temp_Dir {
-    Temp_Dir() {
-        char name[] = "/tmp/zt_switches_XXXXXX";
-        EXPECT_NE(mkdtemp(name), nullptr);
-        Path = name;
-    }
-    ~Temp_Dir() {
-        std::error_code ignored;
-        std::filesystem::remove_all(Path, ignored);
-    }
-    std::string Path;
-};
+using Temp_Dir = ZTInt_Temp_Dir;
 
 }  // namespace
 

@@ -10,6 +10,7 @@
 
 #include "foundation/base/fnd_string.h"
 #include "tests/foundation/base/message_test_support.h"
+#include "tests/support/ztint_temp_dir.h"
 
 using namespace message_test;
 namespace fs = std::filesystem;
@@ -18,17 +19,9 @@ namespace {
 
 class File_Data : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char name[] = "/tmp/zt_data_XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        Dir = name;
-    }
-    void TearDown() override {
-        std::error_code ignored;
-        fs::remove_all(Dir, ignored);
-    }
     Fnd_String Path(const std::string& Name) const { return Wide(Dir + "/" + Name); }
-    std::string Dir;
+    ZTInt_Temp_Dir Temp;
+    const std::string Dir = Temp.Path;
 };
 
 }  // namespace
