@@ -32,3 +32,16 @@ public:
 private:
     std::map<std::string, double> Times;
 };
+
+// The whole main of a benchmark program: runs the benchmarks through a Reporter,
+// a Bench_Times_Reporter with a Print_Ratios, and prints its ratios at the end.
+template <class Reporter>
+int Bench_Main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    Reporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    reporter.Print_Ratios();
+    benchmark::Shutdown();
+    return 0;
+}

@@ -150,17 +150,8 @@ public:
             }
         }
     }
-
 };
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    Ratio_Reporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    reporter.Print_Ratios();
-    benchmark::Shutdown();
-    return 0;
-}
+int main(int argc, char** argv) { return Bench_Main<Ratio_Reporter>(argc, argv); }
