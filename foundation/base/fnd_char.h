@@ -1,6 +1,8 @@
 // One code unit as a class, and the character classes of the foundation.
 #pragma once
 
+#include <iosfwd>
+
 #include "foundation/base/fnd_code_unit.h"
 
 class Fnd_Char {
@@ -30,3 +32,6 @@ struct Fnd_Ctype {
     // The underscore, or alphanumeric.
     static long Is_Identifier(const Fnd_Char C);
 };
+
+// Writes C to a 16-bit stream: between apostrophes when printable, else its number.
+std::basic_ostream<Code_Unit>& operator<<(std::basic_ostream<Code_Unit>& Stream, Fnd_Char C);

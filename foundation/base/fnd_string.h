@@ -12,6 +12,7 @@
 #pragma once
 
 #include <cstdarg>
+#include <iosfwd>
 
 #include "foundation/base/fnd_char.h"
 #include "foundation/base/fnd_char_buffer.h"
@@ -27,6 +28,9 @@ struct Fnd_Substring {
     long Last = -1;
 
     long Get_Length() const { return Last - First + 1; }
+    // Debug print on the console: " [address,length,text]".
+    Fnd_String Show_Text() const;
+    void Show() const;
 };
 
 // A view of Text's units First to Last (inclusive). Owns nothing.
@@ -36,6 +40,9 @@ struct Fnd_Sub_C_String {
     long Last = -1;
 
     long Get_Length() const { return Last - First + 1; }
+    // Debug print on the console: " [address,length,text]".
+    Fnd_String Show_Text() const;
+    void Show() const;
 };
 
 class Fnd_String : public virtual Fnd_Object {
@@ -93,6 +100,14 @@ public:
     void Free();
     // The number of strings on the free list.
     static long Free_List_Count();
+
+    // Debug prints on the console. Show: " [address,length,capacity,text]", the
+    // capacity only where it differs from the length, the text only where there is one.
+    // Show_State: the strings on the free list and their count.
+    Fnd_String Show_Text() const;
+    void Show() const;
+    static Fnd_String Show_State_Text();
+    static void Show_State();
 
     // Length 0; the capacity stays.
     void Make_Empty();
@@ -213,6 +228,10 @@ Fnd_String operator+(unsigned short A, const Fnd_String& B);
 Fnd_String operator+(const Fnd_String& A, const Fnd_String& B);
 Fnd_String operator+(const Fnd_String& A, const Code_Unit* B);
 Fnd_String operator+(const Code_Unit* A, const Fnd_String& B);
+
+// Writes the string's units to a 16-bit stream.
+std::basic_ostream<Code_Unit>& operator<<(std::basic_ostream<Code_Unit>& Stream,
+                                          const Fnd_String& Text);
 
 // Constant texts.
 inline constexpr const Code_Unit* Fnd_Null_String = u"";

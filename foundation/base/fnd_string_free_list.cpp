@@ -2,6 +2,7 @@
 // pointer; Get and Free recycle the objects so that they cost no allocation each.
 #include "foundation/base/fnd_semaphore.h"
 #include "foundation/base/fnd_string.h"
+#include "foundation/base/fnd_string_library.h"
 
 class Fnd_String_Free_List {
 public:
@@ -29,6 +30,25 @@ public:
     static long Size() {
         Fnd_Recursive_Semaphore_Guard guard(Lock, 0);
         return Count;
+    }
+
+    // "STRING FREE_LIST", a line per string (address, capacity, text), "count = N".
+    static Fnd_String Image() {
+        Fnd_Recursive_Semaphore_Guard guard(Lock, 0);
+        Fnd_String out(u"STRING FREE_LIST\n");
+        for (const Fnd_String* string = Head; string; string = string->Next) {
+            out.Append(u"  ");
+            out.Append(Fnd_String_Library::To_String(string, 16, 1));
+            out.Append(u" ");
+            out.Append(Fnd_String_Library::To_String(string->Buffer.Get_Allocated()));
+            out.Append(u" ");
+            out.Append_Data(string->Data(), string->Length);
+            out.Append(u"\n");
+        }
+        out.Append(u"count = ");
+        out.Append(Fnd_String_Library::To_String(Count));
+        out.Append(u"\n");
+        return out;
     }
 
     static void Release_Large_Storage(Fnd_String* String) {
@@ -72,3 +92,5 @@ void Fnd_String::Free() {
 }
 
 long Fnd_String::Free_List_Count() { return Fnd_String_Free_List::Size(); }
+
+Fnd_String Fnd_String::Show_State_Text() { return Fnd_String_Free_List::Image(); }

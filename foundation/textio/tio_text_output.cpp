@@ -1,36 +1,23 @@
 #include "foundation/textio/tio_text_output.h"
 
-#include <cerrno>
-#include <string>
-#include <unistd.h>
+#include <ostream>
 
 #include "foundation/base/fnd_assert.h"
-#include "foundation/host/hst_filesystem.h"
-#include "ztcoreutil/admbcsstring.h"
+#include "foundation/streams/ztconsole.h"
 
 namespace {
 
-// Writes Text (in the default charset, unconvertible characters substituted) and, with
-// New_Line, a line end to Fd. 1 when every byte went out.
-long Write_Text(int Fd, const Fnd_String& Text, long New_Line, Fnd_Condition& Condition) {
-    std::string bytes;
-    if (!Text.Is_Empty()) {
-        AdMbcsString converted;
-        if (converted.cvtFromTchar(AdCharset::getDefaultCharset(), Text,
-                                   AdCharset::cvt_substitute))
-            bytes = converted.getString();
-    }
-    if (New_Line) bytes += '\n';
-    const char* next = bytes.data();
-    long left = static_cast<long>(bytes.size());
-    while (left > 0) {
-        const long written = Hst_Filesystem::Write(Fd, next, left, Condition);
-        if (written <= 0) return 0;
-        next += written;
-        left -= written;
-    }
-    Condition.Clear();
-    return 1;
+// Writes Text and, with New_Line, a line end to Stream, and flushes. True when the write
+// left the stream good. A failure left by an earlier write is cleared first, so that one
+// lost write does not silence the console for good.
+bool Write_Text(ztostream& Stream, const Fnd_String& Text, long New_Line) {
+    Stream.clear();
+    if (!Text.Is_Empty()) Stream << Text;
+    if (New_Line)
+        Stream << std::endl;
+    else if (!Text.Is_Empty())
+        Stream.flush();
+    return !Stream.fail();
 }
 
 }  // namespace
@@ -77,12 +64,12 @@ long Tio_Text_Output_Base::Endl() {
 // ---- The console
 
 long Tio_Text_Cout::Do_Put(const Fnd_String& Text, long New_Line) {
-    Write_Text(1, Text, New_Line, Output_Condition);
+    Write_Text(get_ztcout(), Text, New_Line);
     return 1;
 }
 
 long Tio_Text_Cerr::Do_Put(const Fnd_String& Text, long New_Line) {
-    return Write_Text(2, Text, New_Line, Output_Condition);
+    return Write_Text(get_ztcerr(), Text, New_Line) ? 1 : 0;
 }
 
 // ---- Tio_Text_Output_Stream

@@ -35,7 +35,7 @@ protected:
     Tio_Text_Output_Base& operator=(const Tio_Text_Output_Base&) = delete;
 };
 
-// The console's output side, descriptor 1.
+// The console's output side, get_ztcout(): standard output in the default charset.
 class Tio_Text_Cout : public Tio_Text_Output_Base {
     FND_OBJECT_MEMBERS(Tio_Text_Cout, Tio_Text_Output_Base)
 public:
@@ -43,7 +43,7 @@ public:
     long Do_Put(const Fnd_String& Text, long New_Line) override;
 };
 
-// The console's error side, descriptor 2. A failed write gives 0.
+// The console's error side, get_ztcerr(). A failed write gives 0.
 class Tio_Text_Cerr : public Tio_Text_Output_Base {
     FND_OBJECT_MEMBERS(Tio_Text_Cerr, Tio_Text_Output_Base)
 public:

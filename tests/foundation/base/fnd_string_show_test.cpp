@@ -1,0 +1,87 @@
+// Stream output of strings and characters, and the debug prints.
+#include <gtest/gtest.h>
+
+#include "foundation/base/fnd_string.h"
+#include "foundation/base/fnd_string_library.h"
+#include "foundation/streams/ztsstream.h"
+#include "tests/support/ztint_captured_fd.h"
+#include "tests/support/ztint_fresh_process.h"
+
+namespace {
+
+std::u16string Written(void (*Write)(ztTostringstream&)) {
+    ztTostringstream out;
+    Write(out);
+    const Fnd_String text = out.str();
+    return std::u16string(text.Data(), static_cast<size_t>(text.Get_Length()));
+}
+
+std::u16string Text(const Fnd_String& S) {
+    return std::u16string(S.Data(), static_cast<size_t>(S.Get_Length()));
+}
+
+std::u16string Address(const void* Object) {
+    return Text(Fnd_String_Library::To_String(Object, 16, 1));
+}
+
+TEST(FndStringOutput, WritesTheUnitsUpToTheLength) {
+    EXPECT_EQ(Written([](ztTostringstream& out) {
+                  const Code_Unit units[] = {u'a', 0, u'b'};
+                  out << Fnd_String(units, 3) << Fnd_String();
+              }),
+              std::u16string(u"a\0b", 3));
+    // Truncate keeps the units behind the length in the buffer; they are not written.
+    EXPECT_EQ(Written([](ztTostringstream& out) {
+                  Fnd_String text(u"abcdef");
+                  text.Truncate(2);
+                  out << text;
+              }),
+              u"ab");
+}
+
+TEST(FndCharOutput, QuotesPrintableUnitsAndNumbersTheRest) {
+    EXPECT_EQ(Written([](ztTostringstream& out) {
+                  out << Fnd_Char(u'x') << Fnd_Char(u'\u4E2D') << Fnd_Char(u'\n') << Fnd_Char();
+              }),
+              u"'x''\u4E2D'100");
+}
+
+TEST(FndStringShow, GivesAddressLengthCapacityAndText) {
+    const Fnd_String empty;
+    EXPECT_EQ(Text(empty.Show_Text()), u" [" + Address(&empty) + u",0]");
+    const Fnd_String exact(u"abc");
+    EXPECT_EQ(Text(exact.Show_Text()), u" [" + Address(&exact) + u",3,abc]");
+    Fnd_String reserved(10L, 1L);
+    reserved.Append(u"ab");
+    EXPECT_EQ(Text(reserved.Show_Text()), u" [" + Address(&reserved) + u",2,10,ab]");
+
+    const Fnd_Substring middle{&exact, 1, 2};
+    EXPECT_EQ(Text(middle.Show_Text()), u" [" + Address(&middle) + u",2,bc]");
+    const Fnd_Sub_C_String none{u"xyz", 2, 1};
+    EXPECT_EQ(Text(none.Show_Text()), u" [" + Address(&none) + u",0]");
+}
+
+TEST(FndStringShow, PrintsOnStandardOutput) {
+    const Fnd_String text(u"shown");
+    ZTInt_Captured_Fd out(1);
+    text.Show();
+    const Fnd_String image = text.Show_Text();
+    std::string expected;
+    for (long i = 0; i < image.Get_Length(); ++i) expected += static_cast<char>(image[i]);
+    EXPECT_EQ(out.Bytes(), expected);
+}
+
+TEST(FndStringShow, ListsTheFreeListHeadFirst) {
+    ZTInt_In_Fresh_Process([] {
+        Fnd_String* first = Fnd_String::Get(u"one");
+        Fnd_String* second = Fnd_String::Get(u"two");
+        second->Ensure_Storage(8);
+        first->Free();
+        second->Free();
+        EXPECT_EQ(Text(Fnd_String::Show_State_Text()),
+                  u"STRING FREE_LIST\n  " + Address(second) + u" 8 two\n  " + Address(first) +
+                      u" 3 one\ncount = 2\n");
+    });
+}
+
+}  // namespace
