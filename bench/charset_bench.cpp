@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/bench_text.h"
 #include "bench/bench_times.h"
 #include "foundation/base/fnd_string.h"
 #include "ztcoreutil/adcharset.h"
@@ -20,59 +21,12 @@
 
 namespace {
 
-constexpr size_t Text_Units = 512 * 1024;  // 1 MiB of UTF-16
-
-const std::u16string& Mixed_Text() {
-    static const std::u16string text = [] {
-        static const char16_t* const Words[] = {
-            u"record ",         u"\u6587\u5B57\u5217 ",  u"field=value; ",
-            u"\u3072\u3089\u304C\u306A ", u"\u03B1\u03B2\u03B3 ", u"query\n",
-            u"\u30AB\u30BF\u30AB\u30CA ", u"\u0434\u0430\u043D\u043D\u044B\u0435 ",
-            u"id 12345 ",       u"\u8868\u793A "};
-        std::u16string out;
-        for (size_t i = 0; out.size() < Text_Units; ++i) out += Words[(i * 7 + i / 3) % 10];
-        out.resize(Text_Units);
-        if ((out.back() & 0xFC00) == 0xD800) out.back() = u' ';
-        return out;
-    }();
-    return text;
-}
-
-const AdCharset& Charset_Of(int Which) {
-    static const AdCharset sjis(Fnd_String(u"Shift_JIS"));
-    return Which == 0 ? AdCharset::getUTF8Charset() : sjis;
-}
-
-const char* Name_Of(int Which) { return Which == 0 ? "UTF-8" : "Shift_JIS"; }
-
-// The text's bytes in a charset, for the conversions toward 16 bits.
-const std::string& Bytes_Of(int Which) {
-    static std::map<int, std::string> bytes;
-    auto found = bytes.find(Which);
-    if (found != bytes.end()) return found->second;
-    AdMbcsString converted;
-    if (!converted.cvtFromTchar(Charset_Of(Which), Mixed_Text().data(),
-                                static_cast<int>(Mixed_Text().size()), AdCharset::cvt_stop))
-        std::fprintf(stderr, "the bench text does not convert to %s\n", Name_Of(Which));
-    return bytes[Which] = converted.getString();
-}
-
-UConverter* Open(int Which) {
-    UErrorCode status = U_ZERO_ERROR;
-    UConverter* converter = ucnv_open(Name_Of(Which), &status);
-    if (U_FAILURE(status)) return nullptr;
-    ucnv_setFromUCallBack(converter, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
-                          &status);
-    ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
-    return converter;
-}
-
 // ---- Toward bytes
 
 void FromTchar_Direct(benchmark::State& State) {
     const int which = static_cast<int>(State.range(0));
-    UConverter* converter = Open(which);
-    const std::u16string& text = Mixed_Text();
+    UConverter* converter = Bench_Open_Converter(which);
+    const std::u16string& text = Bench_Mixed_Text();
     std::vector<char> out((text.size() + 10) * static_cast<size_t>(ucnv_getMaxCharSize(converter)));
     for (auto _ : State) {
         UErrorCode status = U_ZERO_ERROR;
@@ -86,23 +40,23 @@ void FromTchar_Direct(benchmark::State& State) {
 }
 
 void FromTchar_Mbcs(benchmark::State& State) {
-    const AdCharset& charset = Charset_Of(static_cast<int>(State.range(0)));
-    const Fnd_String text(Mixed_Text().data(), static_cast<long>(Mixed_Text().size()));
+    const AdCharset& charset = Bench_Charset(static_cast<int>(State.range(0)));
+    const Fnd_String text(Bench_Mixed_Text().data(), static_cast<long>(Bench_Mixed_Text().size()));
     for (auto _ : State) {
         AdMbcsString bytes;
         if (!bytes.cvtFromTchar(charset, text, AdCharset::cvt_stop))
             State.SkipWithError("conversion failed");
         benchmark::DoNotOptimize(bytes.getData());
     }
-    State.SetBytesProcessed(static_cast<int64_t>(State.iterations() * Mixed_Text().size() * 2));
+    State.SetBytesProcessed(static_cast<int64_t>(State.iterations() * Bench_Mixed_Text().size() * 2));
 }
 
 // ---- Toward 16 bits
 
 void ToTchar_Direct(benchmark::State& State) {
     const int which = static_cast<int>(State.range(0));
-    UConverter* converter = Open(which);
-    const std::string& bytes = Bytes_Of(which);
+    UConverter* converter = Bench_Open_Converter(which);
+    const std::string& bytes = Bench_Text_Bytes(which);
     std::vector<char16_t> out(2 * bytes.size() + 1);
     for (auto _ : State) {
         UErrorCode status = U_ZERO_ERROR;
@@ -112,18 +66,18 @@ void ToTchar_Direct(benchmark::State& State) {
         benchmark::DoNotOptimize(length);
     }
     ucnv_close(converter);
-    State.SetBytesProcessed(static_cast<int64_t>(State.iterations() * Mixed_Text().size() * 2));
+    State.SetBytesProcessed(static_cast<int64_t>(State.iterations() * Bench_Mixed_Text().size() * 2));
 }
 
 void ToTchar_Mbcs(benchmark::State& State) {
     const int which = static_cast<int>(State.range(0));
-    const AdMbcsString bytes(Charset_Of(which), Bytes_Of(which));
+    const AdMbcsString bytes(Bench_Charset(which), Bench_Text_Bytes(which));
     for (auto _ : State) {
         Fnd_String out;
         if (!bytes.cvtToTchar(out, AdCharset::cvt_stop)) State.SkipWithError("conversion failed");
         benchmark::DoNotOptimize(out.Data());
     }
-    State.SetBytesProcessed(static_cast<int64_t>(State.iterations() * Mixed_Text().size() * 2));
+    State.SetBytesProcessed(static_cast<int64_t>(State.iterations() * Bench_Mixed_Text().size() * 2));
 }
 
 BENCHMARK(FromTchar_Direct)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
@@ -145,7 +99,7 @@ public:
                 const double direct = Get(std::string(direction) + "_Direct" + arg);
                 const double mbcs = Get(std::string(direction) + "_Mbcs" + arg);
                 if (direct <= 0 || mbcs <= 0) continue;
-                std::printf("%-12s %-10s %12.1f %12.1f %8.2f\n", direction, Name_Of(which),
+                std::printf("%-12s %-10s %12.1f %12.1f %8.2f\n", direction, Bench_Charset_Name(which),
                             direct, mbcs, mbcs / direct);
             }
         }

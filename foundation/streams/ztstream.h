@@ -11,7 +11,6 @@
 #include <concepts>
 #include <istream>
 #include <ostream>
-#include <string>
 
 #include "foundation/base/fnd_string.h"
 #include "foundation/streams/ztfacets.h"
@@ -41,14 +40,45 @@ public:
     }
     bool getstrict() const { return rdbuf() && rdbuf()->getstrict(); }
 
-    // One line without its line end; the last line of the input needs none.
+    // One line without its line end; the last line of the input needs none. As
+    // std::getline: eofbit at the end of the input, failbit when nothing was taken.
     ztstream_base& getline(Fnd_String& Line)
         requires std::derived_from<Std_Stream, std::basic_istream<Code_Unit>>
     {
-        std::u16string text;
-        std::getline(*this, text, this->widen('\n'));
-        Line = Fnd_String(text.data(), static_cast<long>(text.size()));
+        Line.Make_Empty();
+        const typename Std_Stream::sentry ready(*this, true);
+        if (!ready) return *this;
+        std::ios_base::iostate state = std::ios_base::goodbit;
+        try {
+            state = Take_Line(this->widen('\n'), Line);
+        } catch (...) {
+            Set_Bad_And_Rethrow_If_Asked();
+        }
+        if (state != std::ios_base::goodbit) this->setstate(state);
         return *this;
+    }
+
+private:
+    std::ios_base::iostate Take_Line(Code_Unit Delimiter, Fnd_String& Line) {
+        ztstreambuf* const buffer = rdbuf();
+        long taken = 0;
+        bool found = false;
+        while (!found) {
+            if (std::char_traits<Code_Unit>::eq_int_type(buffer->sgetc(),
+                                                       std::char_traits<Code_Unit>::eof()))
+                return taken == 0 ? std::ios_base::eofbit | std::ios_base::failbit
+                                  : std::ios_base::eofbit;
+            taken += buffer->take_until(Delimiter, Line, found);
+        }
+        return std::ios_base::goodbit;
+    }
+
+    void Set_Bad_And_Rethrow_If_Asked() {
+        try {
+            this->setstate(std::ios_base::badbit);
+        } catch (const std::ios_base::failure&) {
+        }
+        if (this->exceptions() & std::ios_base::badbit) throw;
     }
 };
 

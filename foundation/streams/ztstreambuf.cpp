@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <ios>
 
+#include "foundation/base/fnd_string.h"
+
 namespace {
 
 constexpr long Input_Block_Bytes = 256;
@@ -75,12 +77,29 @@ long ztstreambuf::Fill_Input() {
         UErrorCode status = U_ZERO_ERROR;
         ucnv_toUnicode(Converter, &target, limit, &source, block + count, nullptr, at_end,
                        &status);
-        // A full target leaves the rest in the converter, which hands it out first next time.
-        if (U_FAILURE(status) && status != U_BUFFER_OVERFLOW_ERROR)
+        if (status == U_BUFFER_OVERFLOW_ERROR) {
+            // The buffer filled before the block was used up (an escaped byte takes six
+            // units). The converter keeps the units that did not fit and hands them out
+            // first next time; the bytes it did not take go back to be read again.
+            for (const char* back = block + count; back > source;)
+                if (Bytes->sputbackc(*--back) == std::char_traits<char>::eof())
+                    Fail_Underflow("Conversion error.");
+        } else if (U_FAILURE(status)) {
             Fail_Underflow("Conversion error.");
+        }
         if (target > Input_Buffer) return target - Input_Buffer;
         if (at_end) return -1;
     }
+}
+
+long ztstreambuf::take_until(Code_Unit Delimiter, Fnd_String& Line, bool& Found) {
+    const Code_Unit* const start = gptr();
+    const Code_Unit* const stop = std::find(start, static_cast<const Code_Unit*>(egptr()), Delimiter);
+    Line.Append_Data(start, stop - start);
+    Found = stop != egptr();
+    const long consumed = (stop - start) + (Found ? 1 : 0);
+    gbump(static_cast<int>(consumed));
+    return consumed;
 }
 
 ztstreambuf::int_type ztstreambuf::underflow() {
@@ -100,10 +119,9 @@ ztstreambuf::int_type ztstreambuf::underflow() {
 ztstreambuf::int_type ztstreambuf::overflow(int_type C) {
     if (traits_type::eq_int_type(C, traits_type::eof())) return 0;
     if (!send_output(false)) return traits_type::eof();
-    if (!Output_Buffer) {
-        Output_Buffer = new Code_Unit[Buffer_Units];
-        setp(Output_Buffer, Output_Buffer + Buffer_Units);
-    }
+    if (!Output_Buffer) Output_Buffer = new Code_Unit[Buffer_Units];
+    // discard_areas leaves the buffer allocated but no put area.
+    if (!pptr()) setp(Output_Buffer, Output_Buffer + Buffer_Units);
     *pptr() = traits_type::to_char_type(C);
     pbump(1);
     return C;

@@ -18,6 +18,8 @@
 #include "foundation/base/fnd_code_unit.h"
 #include "ztcoreutil/adcharset.h"
 
+class Fnd_String;
+
 class ztstreambuf : public std::basic_streambuf<Code_Unit> {
 public:
     static constexpr int Buffer_Units = 1024;
@@ -33,6 +35,11 @@ public:
     const AdCharset& getcharset() const { return Charset; }
     void setstrict(bool Strict);
     bool getstrict() const { return Strict; }
+
+    // Appends to Line the units of the get area up to Delimiter and consumes them, and
+    // the delimiter too when it is there (Found). The number of units consumed. Reads
+    // nothing from the byte side: a caller refills the get area with sgetc.
+    long take_until(Code_Unit Delimiter, Fnd_String& Line, bool& Found);
 
 protected:
     int_type underflow() override;
