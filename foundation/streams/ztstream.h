@@ -46,7 +46,8 @@ public:
         requires std::derived_from<Std_Stream, std::basic_istream<Code_Unit>>
     {
         Line.Make_Empty();
-        const typename Std_Stream::sentry ready(*this, true);
+        // Named through basic_istream: basic_iostream inherits a sentry from both sides.
+        const std::basic_istream<Code_Unit>::sentry ready(*this, true);
         if (!ready) return *this;
         std::ios_base::iostate state = std::ios_base::goodbit;
         try {
