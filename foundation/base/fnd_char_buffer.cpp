@@ -15,6 +15,7 @@
 #include "foundation/base/fnd_assert.h"
 #include "foundation/base/fnd_base_errors.h"
 #include "foundation/base/fnd_string.h"
+#include "foundation/base/fnd_trace.h"
 
 Code_Unit Fnd_Char_Buffer::Null_Buffer[1] = {0};
 
@@ -327,11 +328,34 @@ void Fnd_Char_Buffer::Check_Range(const long First, const long Count) const {
 
 // ---- Equality and order
 
+namespace {
+
+bool Tracing_Equals() {
+    return Fnd_Tracing(Fnd_Char_Buffer::trace, 5, Fnd_Char_Buffer::specific_trace, 8);
+}
+
+// "equals" and both sides in double quotes.
+void Trace_Equals(const Code_Unit* Left, long Left_Length, const Code_Unit* Right,
+                  long Right_Length) {
+    Fnd_String text(u"equals \"");
+    text.Append_Data(Left, Left_Length);
+    text.Append(u"\" \"");
+    text.Append_Data(Right, Right_Length);
+    text.Append(u"\"");
+    Fnd_Trace_Line(u"Fnd_Char_Buffer", text);
+}
+
+}  // namespace
+
 bool Fnd_Char_Buffer::operator==(const Fnd_Char_Buffer& Other) const {
+    if (Tracing_Equals()) [[unlikely]]
+        Trace_Equals(Data, Get_Size(), Other.Data, Other.Get_Size());
     return Size == Other.Size && std::memcmp(Data, Other.Data, Size * sizeof(Code_Unit)) == 0;
 }
 
 bool Fnd_Char_Buffer::operator==(const Code_Unit* Text) const {
+    if (Tracing_Equals()) [[unlikely]]
+        Trace_Equals(Data, Get_Size(), Text ? Text : u"", Text ? u_strlen(Text) : 0);
     if (!Text) return Size == 0;
     for (unsigned long i = 0; i < Size; ++i)
         if (Text[i] != Data[i] || Text[i] == 0) return false;

@@ -4,6 +4,8 @@
 // append often reserve first with Ensure_Storage.
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/base/fnd_code_unit.h"
 #include "foundation/base/fnd_object.h"
 
@@ -101,9 +103,12 @@ public:
     // First to First + Count - 1 inside the buffer, else Range_Error.
     void Check_Range(const long First, const long Count) const;
 
+    // With trace at 5 or bit 8 of specific_trace, each comparison prints both sides.
     bool operator==(const Fnd_Char_Buffer& Other) const;
     // A null pointer equals an empty buffer.
     bool operator==(const Code_Unit* Text) const;
+    static inline int32_t trace = 0;
+    static inline int32_t specific_trace = 0;
 
     // Code unit order across embedded 0 units.
     static Fnd_Relation Compare(const Fnd_Char_Buffer& A, const Fnd_Char_Buffer& B);

@@ -1,4 +1,5 @@
 #include "foundation/base/fnd_condition.h"
+#include "foundation/base/fnd_trace.h"
 
 #include <initializer_list>
 
@@ -56,12 +57,10 @@ Tio_Text_Output_Base& Console() {
 }
 
 long Tracing(const int32_t Word, const int32_t Bit) {
-    return Fnd_Condition::trace >= 5 || (Word & Bit) != 0;
+    return Fnd_Tracing(Fnd_Condition::trace, 5, Word, Bit);
 }
 
-void Trace_Line(const Fnd_String& Text) {
-    Console().Put_Line(Fnd_String(u"==> Fnd_Condition: ") + Text);
-}
+void Trace_Line(const Fnd_String& Text) { Fnd_Trace_Line(u"Fnd_Condition", Text); }
 
 Fnd_String Address_Of(const void* Object) {
     return Fnd_String_Library::To_String(Object, 16, 1);

@@ -1,5 +1,6 @@
 // Fnd_String_Library: comparison, case, regular expressions and the environment.
 #include "foundation/base/fnd_string_library.h"
+#include "foundation/base/fnd_trace.h"
 
 #include <unicode/uregex.h>
 #include <unicode/ustring.h>
@@ -105,12 +106,16 @@ long Fnd_String_Library::Match(const Fnd_String& Pattern, const Fnd_String& Text
 
 long Fnd_String_Library::Get_Environment(const Fnd_String& Name, Fnd_String& Value) {
     const Code_Unit* value = _tgetenv(Name.Data());
+    if (trace >= 3)
+        Fnd_Trace_Line(u"Fnd_String_Library",
+                       u"Get_Environment " + Name + u" result: " + (value ? value : u"null"));
     if (!value) return 0;
     Value = value;
     return 1;
 }
 
 long Fnd_String_Library::Set_Environment(const Fnd_String& Setting) {
+    if (trace >= 3) Fnd_Trace_Line(u"Fnd_String_Library", u"Set_Environment " + Setting);
     return _tputenv(Setting.Data()) == 0;
 }
 

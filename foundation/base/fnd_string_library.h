@@ -6,6 +6,8 @@
 // functions answer with an empty result, an invalid iterator, 0 or -1.
 #pragma once
 
+#include <cstdint>
+
 #include <ctime>
 
 #include "foundation/base/fnd_char.h"
@@ -43,6 +45,8 @@ public:
     static long Match(const Fnd_String& Pattern, const Fnd_String& Text);
 
     // ---- Environment
+    // At 3 or above, the environment functions trace what they get and set.
+    static inline int32_t trace = 0;
     // 1 and Value when Name is set; else 0 with Value unchanged.
     static long Get_Environment(const Fnd_String& Name, Fnd_String& Value);
     // "NAME=value"; the text is kept for the environment. 1 on success.

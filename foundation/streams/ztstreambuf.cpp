@@ -8,6 +8,9 @@
 namespace {
 
 constexpr long Input_Block_Bytes = 256;
+// A byte that does not convert is escaped as six units ("&#xHH;"): a lenient buffer reads
+// blocks that fit its buffer even then.
+constexpr long Lenient_Block_Bytes = ztstreambuf::Buffer_Units / 6;
 constexpr long Output_Block_Bytes = 1024;
 
 [[noreturn]] void Fail_Underflow(const char* What) {
@@ -62,11 +65,12 @@ long ztstreambuf::Fill_Input() {
     Code_Unit* const limit = Input_Buffer + Buffer_Units;
     for (;;) {
         char block[Input_Block_Bytes];
+        const long block_bytes = Strict ? Input_Block_Bytes : Lenient_Block_Bytes;
         long count = 0;
         bool at_end = false;
         const std::streamsize available = Bytes->in_avail();
         if (available > 1) {
-            count = Bytes->sgetn(block, std::min<std::streamsize>(available, Input_Block_Bytes));
+            count = Bytes->sgetn(block, std::min<std::streamsize>(available, block_bytes));
             at_end = count <= 0;
         } else {
             const int byte = Bytes->sbumpc();
@@ -78,9 +82,9 @@ long ztstreambuf::Fill_Input() {
         ucnv_toUnicode(Converter, &target, limit, &source, block + count, nullptr, at_end,
                        &status);
         if (status == U_BUFFER_OVERFLOW_ERROR) {
-            // The buffer filled before the block was used up (an escaped byte takes six
-            // units). The converter keeps the units that did not fit and hands them out
-            // first next time; the bytes it did not take go back to be read again.
+            // The buffer filled before the block was used up. The converter keeps the
+            // units that did not fit and hands them out first next time; the bytes it
+            // did not take go back to be read again.
             for (const char* back = block + count; back > source;)
                 if (Bytes->sputbackc(*--back) == std::char_traits<char>::eof())
                     Fail_Underflow("Conversion error.");
@@ -107,6 +111,8 @@ ztstreambuf::int_type ztstreambuf::underflow() {
     if (!Input_Buffer) Input_Buffer = new Code_Unit[Buffer_Units];
     if (gptr() < egptr()) return traits_type::to_int_type(*gptr());
     if (!Bytes) return traits_type::eof();
+    // What was written before is there to be read, as in a standard string stream.
+    send_output(false);
     const long produced = Fill_Input();
     if (produced <= 0) {
         setg(Input_Buffer, Input_Buffer, Input_Buffer);
@@ -118,7 +124,7 @@ ztstreambuf::int_type ztstreambuf::underflow() {
 
 ztstreambuf::int_type ztstreambuf::overflow(int_type C) {
     if (traits_type::eq_int_type(C, traits_type::eof())) return 0;
-    if (!send_output(false)) return traits_type::eof();
+    if (!Bytes || !send_output(false)) return traits_type::eof();
     if (!Output_Buffer) Output_Buffer = new Code_Unit[Buffer_Units];
     // discard_areas leaves the buffer allocated but no put area.
     if (!pptr()) setp(Output_Buffer, Output_Buffer + Buffer_Units);

@@ -1,4 +1,4 @@
-// Stream output of strings and characters, and the debug prints.
+// Stream output of strings and characters, their debug prints and trace lines.
 #include <gtest/gtest.h>
 
 #include "foundation/base/fnd_string.h"
@@ -82,6 +82,36 @@ TEST(FndStringShow, ListsTheFreeListHeadFirst) {
                   u"STRING FREE_LIST\n  " + Address(second) + u" 8 two\n  " + Address(first) +
                       u" 3 one\ncount = 2\n");
     });
+}
+
+}  // namespace
+
+namespace {
+
+TEST(FndTrace, ComparisonsAndEnvironmentCallsPrintWhenAsked) {
+    ZTInt_Captured_Fd out(1);
+    Fnd_Char_Buffer::specific_trace = 8;
+    const bool equal = Fnd_String(u"ab") == Fnd_String(u"ab");
+    const bool unequal = Fnd_String(u"ab") == u"abc";
+    Fnd_Char_Buffer::specific_trace = 0;
+    Fnd_String_Library::trace = 3;
+    Fnd_String value;
+    const long set = Fnd_String_Library::Set_Environment(u"ZT_TRACE_TEST", u"v");
+    const long found = Fnd_String_Library::Get_Environment(u"ZT_TRACE_TEST", value);
+    const long missing = Fnd_String_Library::Get_Environment(u"ZT_TRACE_TEST_UNSET", value);
+    Fnd_String_Library::trace = 0;
+    unsetenv("ZT_TRACE_TEST");
+
+    EXPECT_TRUE(equal);
+    EXPECT_FALSE(unequal);
+    EXPECT_EQ(set + found, 2);
+    EXPECT_EQ(missing, 0);
+    EXPECT_EQ(out.Bytes(),
+              "==> Fnd_Char_Buffer: equals \"ab\" \"ab\"\n"
+              "==> Fnd_Char_Buffer: equals \"ab\" \"abc\"\n"
+              "==> Fnd_String_Library: Set_Environment ZT_TRACE_TEST=v\n"
+              "==> Fnd_String_Library: Get_Environment ZT_TRACE_TEST result: v\n"
+              "==> Fnd_String_Library: Get_Environment ZT_TRACE_TEST_UNSET result: null\n");
 }
 
 }  // namespace
