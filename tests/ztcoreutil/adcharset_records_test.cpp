@@ -8,12 +8,9 @@
 #include "foundation/base/fnd_string.h"
 #include "ztcoreutil/adcharset.h"
 #include "ztcoreutil/admbcsstring.h"
+#include "tests/support/ztint_test_text.h"
 
 namespace {
-
-std::u16string Text(const Fnd_String& S) {
-    return std::u16string(S.Data(), static_cast<size_t>(S.Get_Length()));
-}
 
 AdCharset Named(const Code_Unit* Name) { return AdCharset(Fnd_String(Name)); }
 

@@ -6,12 +6,9 @@
 
 #include "foundation/base/fnd_string.h"
 #include "ztcoreutil/admbcsstring.h"
+#include "tests/support/ztint_test_text.h"
 
 namespace {
-
-std::u16string Text(const Fnd_String& S) {
-    return std::u16string(S.Data(), static_cast<size_t>(S.Get_Length()));
-}
 
 TEST(AdCharset, StandardHandles) {
     const AdCharset& utf8 = AdCharset::getUTF8Charset();

@@ -7,13 +7,11 @@
 
 #include "foundation/base/fnd_string.h"
 #include "ztcoreutil/adutf16string.h"
+#include "tests/support/ztint_test_text.h"
 
 namespace {
 
-std::u16string Text(const Fnd_String& S) {
-    return std::u16string(S.Data(), static_cast<size_t>(S.Get_Length()));
-}
-
+using ::Text;
 std::u16string Text(const icu::UnicodeString& S) {
     return std::u16string(S.getBuffer(), static_cast<size_t>(S.length()));
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/ztint_test_locale.h"
+#include "tests/support/ztint_test_text.h"
 
 #include <cerrno>
 #include <climits>
@@ -13,10 +14,6 @@
 namespace {
 
 typedef Fnd_String_Library Lib;
-
-std::u16string Text(const Fnd_String& S) {
-    return std::u16string(S.Data(), static_cast<size_t>(S.Get_Length()));
-}
 
 class FndStringLibrary : public ::testing::Test {
 protected:

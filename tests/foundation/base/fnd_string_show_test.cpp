@@ -6,6 +6,7 @@
 #include "foundation/streams/ztsstream.h"
 #include "tests/support/ztint_captured_fd.h"
 #include "tests/support/ztint_fresh_process.h"
+#include "tests/support/ztint_test_text.h"
 
 namespace {
 
@@ -14,10 +15,6 @@ std::u16string Written(void (*Write)(ztTostringstream&)) {
     Write(out);
     const Fnd_String text = out.str();
     return std::u16string(text.Data(), static_cast<size_t>(text.Get_Length()));
-}
-
-std::u16string Text(const Fnd_String& S) {
-    return std::u16string(S.Data(), static_cast<size_t>(S.Get_Length()));
 }
 
 std::u16string Address(const void* Object) {

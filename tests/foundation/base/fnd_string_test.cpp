@@ -10,12 +10,9 @@
 
 #include "foundation/base/fnd_string_iterator.h"
 #include "tests/foundation/base/message_test_support.h"
+#include "tests/support/ztint_test_text.h"
 
 namespace {
-
-std::u16string Text(const Fnd_String& S) {
-    return std::u16string(S.Data(), static_cast<size_t>(S.Get_Length()));
-}
 
 class FndString : public ::testing::Test {
 protected:

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "foundation/base/fnd_string.h"
+#include "tests/support/ztint_test_text.h"
 #include "ztcoreutil/adcharset.h"
 
 namespace stream_test {
@@ -16,10 +17,6 @@ inline AdCharset Charset(const char16_t* Name) {
     AdCharset charset{Fnd_String(Name)};
     EXPECT_TRUE(charset.isValid()) << "no charset of that name";
     return charset;
-}
-
-inline std::u16string Text(const Fnd_String& S) {
-    return std::u16string(S.Data(), static_cast<size_t>(S.Get_Length()));
 }
 
 // Every unit the stream gives up to its end or its first failure.

@@ -3,8 +3,6 @@
 
 #include "foundation/textio/tio_text_output.h"
 #include "tests/support/ztint_captured_fd.h"
-#include "tests/support/ztint_fresh_process.h"
-#include "ztcoreutil/adcharset.h"
 
 namespace {
 
@@ -21,16 +19,6 @@ TEST(TioTextConsole, WritesTextAndLineEndsToTheirDescriptors) {
     EXPECT_EQ(err.Endl(), 1);
     EXPECT_EQ(captured_out.Bytes(), "one two\n\n\n");
     EXPECT_EQ(captured_err.Bytes(), "oops\n\n");
-}
-
-TEST(TioTextConsole, EscapesWhatTheDefaultCharsetCannotHold) {
-    ZTInt_In_Fresh_Process([] {
-        AdCharset::overrideDefaultCharset(AdCharset(Fnd_String(u"US-ASCII")));
-        ZTInt_Captured_Fd captured(1);
-        Tio_Text_Cout out;
-        EXPECT_EQ(out.Put_Line(Fnd_String(u"caf\u00E9 \U0001F600")), 1);
-        EXPECT_EQ(captured.Bytes(), "caf&#xE9; &#x1F600;\n");
-    });
 }
 
 }  // namespace
