@@ -6,6 +6,7 @@
 #include <unicode/ucnv.h>
 
 #include <cstdio>
+#include <initializer_list>
 #include <map>
 #include <string>
 
@@ -60,4 +61,25 @@ inline UConverter* Bench_Open_Converter(int Which) {
                           &status);
     ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
     return converter;
+}
+
+// The table at the end of a conversion benchmark: for each way (a name prefix such as
+// "Write") and each charset, the times of <way>_<Baseline>/<charset> and
+// <way>_<Subject>/<charset> in microseconds and their ratio.
+template <class Times>
+void Bench_Print_Charset_Ratios(const Times& Reporter, const char* Title,
+                                std::initializer_list<const char*> Ways, const char* Baseline,
+                                const char* Subject) {
+    std::printf("\n%s\n%-12s %-10s %12s %12s %8s\n", Title, "way", "charset", Baseline, Subject,
+                "ratio");
+    for (const char* way : Ways) {
+        for (int which = 0; which < 2; ++which) {
+            const std::string arg = "/" + std::to_string(which);
+            const double base = Reporter.Get(std::string(way) + "_" + Baseline + arg);
+            const double subject = Reporter.Get(std::string(way) + "_" + Subject + arg);
+            if (base <= 0 || subject <= 0) continue;
+            std::printf("%-12s %-10s %12.1f %12.1f %8.2f\n", way, Bench_Charset_Name(which), base,
+                        subject, subject / base);
+        }
+    }
 }

@@ -90,19 +90,9 @@ BENCHMARK(ToTchar_Mbcs)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 class Ratio_Reporter : public Bench_Times_Reporter {
 public:
     void Print_Ratios() const {
-        std::printf("\nAdMbcsString time as a ratio to direct ICU (goal: at most 1.20)\n");
-        std::printf("%-12s %-10s %12s %12s %8s\n", "direction", "charset", "direct us",
-                    "AdMbcs us", "ratio");
-        for (const char* direction : {"FromTchar", "ToTchar"}) {
-            for (int which = 0; which < 2; ++which) {
-                const std::string arg = "/" + std::to_string(which);
-                const double direct = Get(std::string(direction) + "_Direct" + arg);
-                const double mbcs = Get(std::string(direction) + "_Mbcs" + arg);
-                if (direct <= 0 || mbcs <= 0) continue;
-                std::printf("%-12s %-10s %12.1f %12.1f %8.2f\n", direction, Bench_Charset_Name(which),
-                            direct, mbcs, mbcs / direct);
-            }
-        }
+        Bench_Print_Charset_Ratios(
+            *this, "AdMbcsString time as a ratio to direct ICU (goal: at most 1.20; times in us)",
+            {"FromTchar", "ToTchar"}, "Direct", "Mbcs");
     }
 };
 

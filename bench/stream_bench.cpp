@@ -110,19 +110,8 @@ BENCHMARK(Read_Stream)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 class Ratio_Reporter : public Bench_Times_Reporter {
 public:
     void Print_Ratios() const {
-        std::printf("\nStream time as a ratio to direct ICU\n");
-        std::printf("%-8s %-10s %12s %12s %8s\n", "way", "charset", "direct us", "stream us",
-                    "ratio");
-        for (const char* way : {"Write", "Read"}) {
-            for (int which = 0; which < 2; ++which) {
-                const std::string arg = "/" + std::to_string(which);
-                const double direct = Get(std::string(way) + "_Direct" + arg);
-                const double stream = Get(std::string(way) + "_Stream" + arg);
-                if (direct <= 0 || stream <= 0) continue;
-                std::printf("%-8s %-10s %12.1f %12.1f %8.2f\n", way, Bench_Charset_Name(which),
-                            direct, stream, stream / direct);
-            }
-        }
+        Bench_Print_Charset_Ratios(*this, "Stream time as a ratio to direct ICU (times in us)",
+                                   {"Write", "Read"}, "Direct", "Stream");
     }
 };
 

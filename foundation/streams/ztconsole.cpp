@@ -16,14 +16,6 @@ std::mutex& Creation_Lock() {
 
 }  // namespace
 
-ztcibuf::ztcibuf(std::istream& Bytes_Stream) : ztstreambuf(Bytes_Stream.rdbuf(), false) {
-    Stream.rdbuf(this);
-}
-
-ztcobuf::ztcobuf(std::ostream& Bytes_Stream) : ztstreambuf(Bytes_Stream.rdbuf(), false) {
-    Stream.rdbuf(this);
-}
-
 ztstreams::ztstreams() : Input(std::cin), Output(std::cout), Error(std::cerr), Log(std::clog) {
     in().tie(&out());
     err().setf(std::ios_base::unitbuf);

@@ -11,25 +11,21 @@
 
 #include "foundation/streams/ztstream.h"
 
-// A console input buffer with its stream.
-class ztcibuf : public ztstreambuf {
+// A console buffer over the byte buffer of a standard stream, with its 16-bit stream.
+template <class Stream, class Byte_Stream>
+class ztconsolebuf : public ztstreambuf {
 public:
-    explicit ztcibuf(std::istream& Bytes_Stream);
-    ztistream& stream() { return Stream; }
+    explicit ztconsolebuf(Byte_Stream& Bytes) : ztstreambuf(Bytes.rdbuf(), false) {
+        Console_Stream.rdbuf(this);
+    }
+    Stream& stream() { return Console_Stream; }
 
 private:
-    ztistream Stream;
+    Stream Console_Stream;
 };
 
-// A console output buffer with its stream.
-class ztcobuf : public ztstreambuf {
-public:
-    explicit ztcobuf(std::ostream& Bytes_Stream);
-    ztostream& stream() { return Stream; }
-
-private:
-    ztostream Stream;
-};
+using ztcibuf = ztconsolebuf<ztistream, std::istream>;
+using ztcobuf = ztconsolebuf<ztostream, std::ostream>;
 
 class ztstreams {
 public:
