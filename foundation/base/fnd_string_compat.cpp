@@ -165,8 +165,11 @@ void Fnd_String::ReleaseBuffer(int New_Length) {
         while (length < limit && data[length] != 0) ++length;
     }
     if (length > Length) {
-        Buffer.Set_Size(length);
-        Length = length;
+        // Units past the capacity were never written: the string grows with zeros there.
+        const long capacity = Buffer.Get_Allocated();
+        Buffer.Set_Size(length < capacity ? length : capacity);
+        Length = Buffer.Get_Size();
+        Extend(length - Length, Fnd_Char(0));
     } else {
         // Also from length 0: units written through GetBuffer must not stay visible
         // behind a missing terminator.

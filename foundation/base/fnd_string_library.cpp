@@ -49,11 +49,11 @@ void Map_Case(Fnd_String& Text, Case_Mapper Mapper) {
     Fnd_String result;
     int32_t capacity = length;
     UErrorCode status = U_ZERO_ERROR;
-    int32_t needed = Mapper(result.GetBuffer(capacity), capacity, Text.Data(), length, "", &status);
+    int32_t needed = Mapper(result.GetBuffer(capacity), capacity, Text.Data(), length, nullptr, &status);
     if (status == U_BUFFER_OVERFLOW_ERROR) {
         capacity = needed;
         status = U_ZERO_ERROR;
-        needed = Mapper(result.GetBuffer(capacity), capacity, Text.Data(), length, "", &status);
+        needed = Mapper(result.GetBuffer(capacity), capacity, Text.Data(), length, nullptr, &status);
     }
     if (U_FAILURE(status)) return;
     result.ReleaseBuffer(needed);

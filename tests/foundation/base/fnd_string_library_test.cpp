@@ -1,6 +1,7 @@
 #include "foundation/base/fnd_string_library.h"
 
 #include <gtest/gtest.h>
+#include <unicode/uloc.h>
 
 #include "tests/support/ztint_test_locale.h"
 #include "tests/support/ztint_test_text.h"
@@ -46,6 +47,20 @@ TEST_F(FndStringLibrary, CaseMappingSizesFromTheNeededLength) {
     Fnd_String empty;
     Lib::To_Upper(empty);
     EXPECT_TRUE(empty.Is_Empty());
+}
+
+TEST_F(FndStringLibrary, CaseMappingFollowsTheDefaultLocale) {
+    UErrorCode status = U_ZERO_ERROR;
+    uloc_setDefault("tr", &status);
+    const Fnd_String lower = Lib::To_Lower(Fnd_String(u"I"));
+    const Fnd_String upper = Lib::To_Upper(Fnd_String(u"i"));
+    uloc_setDefault("nl", &status);
+    Fnd_String title(u"ijssel");
+    Lib::Capitalize(title);
+    uloc_setDefault("en_US", &status);
+    EXPECT_EQ(Text(lower), u"\u0131");
+    EXPECT_EQ(Text(upper), u"\u0130");
+    EXPECT_EQ(Text(title), u"IJssel");
 }
 
 TEST_F(FndStringLibrary, MatchNeedsTheWholeText) {

@@ -329,6 +329,16 @@ TEST_F(FndString, BufferAccessForWriting) {
     EXPECT_EQ(shrink.Data()[3], 0);
     shrink.FreeExtra();
     EXPECT_EQ(shrink.GetAllocLength(), 3);
+
+    // A length past the capacity grows the string; the units never written are zeros.
+    Fnd_String grown;
+    Code_Unit* units = grown.GetBuffer(2);
+    units[0] = u'o';
+    units[1] = u'k';
+    grown.ReleaseBuffer(static_cast<int>(grown.GetAllocLength()) + 2);
+    EXPECT_EQ(Text(grown.Left(2)), u"ok");
+    EXPECT_EQ(grown.Get_Length(), grown.GetAllocLength());
+    EXPECT_EQ(Text(grown.Right(2)), std::u16string(2, u'\0'));
 }
 
 TEST_F(FndString, FormatTriesLargerBuffersByFour) {
