@@ -98,6 +98,17 @@ TEST_F(Assert_Test, AFailureWritesItsTextToStandardErrorAndAborts) {
                 "^\\*\\*\\* internal error: the index 3 is outside the range 1 to 2\n$");
 }
 
+TEST_F(Assert_Test, AFailureGoesToTheLogStreamBeforeStandardError) {
+    // Standard output, where the log stream writes, joins standard error in the child.
+    EXPECT_EXIT(
+        {
+            dup2(2, 1);
+            Fnd_Assert(0, u"logged");
+        },
+        ::testing::KilledBySignal(SIGABRT),
+        "^\\*\\*\\* internal error: logged\n\\*\\*\\* internal error: logged\n$");
+}
+
 TEST_F(Assert_Test, WithoutCatalogAnAssertionPrintsOnlyItsKind) {
     Catalog_Directory empty;
     empty.Use();
