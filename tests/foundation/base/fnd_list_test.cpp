@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include "tests/support/ztint_test_locale.h"
 #include <utility>
 #include <vector>
 
@@ -26,15 +26,19 @@ class Other_Item : public virtual Fnd_Object {
     FND_OBJECT_MEMBERS(Other_Item)
 };
 
-long Value_Of(const Fnd_Object* Object) {
-    return Object ? Item::Convert(Object)->Value : -1;
-}
+long Value_Of(const Fnd_Object* Object) { return Object ? Item::Convert(Object)->Value : -1; }
 
 // The values from the first to the last element, walked by an iterator.
 std::vector<long> Values(const Fnd_Collection& Collection) {
     std::vector<long> out;
     for (Fnd_Iterator it(Collection); !it.Done(); it.Next()) out.push_back(Value_Of(it.Get(1)));
     return out;
+}
+
+// Appends new elements of the given values; returns the sequence.
+Fnd_List_Sequence& Fill(Fnd_List_Sequence& Seq, std::initializer_list<long> Values) {
+    for (long v : Values) Seq.Insert(new Item(v), Fnd_Sequence_Last);
+    return Seq;
 }
 
 // Records the values it is given, then deletes the element.
@@ -60,15 +64,6 @@ protected:
     void TearDown() override { EXPECT_EQ(Item::Live, 0) << "elements leaked or freed twice"; }
 };
 
-// Death tests read the shipped catalogs, so that the failure prints its key and fields.
-class ListDeathTest : public ListTest {
-protected:
-    void SetUp() override {
-        ListTest::SetUp();
-        setenv("ZT_MESSAGES", ZTINT_BUILD_DIR "/catalogs", 1);
-    }
-};
-
 }  // namespace
 
 TEST_F(ListTest, InsertPositionsPlaceNodesAndMoveTheCurrentAsTabled) {
@@ -79,9 +74,10 @@ TEST_F(ListTest, InsertPositionsPlaceNodesAndMoveTheCurrentAsTabled) {
     EXPECT_EQ(Value_Of(seq.Get_Current()), 1);
 
     // First, last, behind and before the current: the current stays.
-    const std::pair<long, long> inserts[] = {
-        {0, Fnd_Sequence_First}, {9, Fnd_Sequence_Last}, {2, Fnd_Sequence_Next},
-        {-1, Fnd_Sequence_Previous}};
+    const std::pair<long, long> inserts[] = {{0, Fnd_Sequence_First},
+                                             {9, Fnd_Sequence_Last},
+                                             {2, Fnd_Sequence_Next},
+                                             {-1, Fnd_Sequence_Previous}};
     for (auto [value, where] : inserts) {
         seq.Insert(new Item(value), where);
         EXPECT_EQ(Value_Of(seq.Get_Current()), 1) << value;
@@ -106,7 +102,7 @@ TEST_F(ListTest, CurrentPositionStepsAndRemovals) {
     EXPECT_EQ(seq.Remove(Fnd_Sequence_Current), 0);
     EXPECT_EQ(seq.Remove(Fnd_Sequence_First), 0);
     EXPECT_EQ(seq.Cardinality(), 0);
-    for (long v = 1; v <= 3; ++v) seq.Insert(new Item(v), Fnd_Sequence_Last);
+    Fill(seq, {1, 2, 3});
 
     // At the last node there is no next: nothing moves.
     ASSERT_EQ(seq.Set_Current(Fnd_Sequence_Last), 1);
@@ -135,12 +131,12 @@ TEST_F(ListTest, CurrentPositionStepsAndRemovals) {
     EXPECT_EQ(seq.Get_Current(), nullptr);
 }
 
-TEST_F(ListTest, FindAndRemoveByValueOrByAddress) {
+TEST_F(ListTest, FindRemoveAndEqualityByValueOrByAddress) {
     Item probe(2);
     Fnd_List_Sequence by_value(1, nullptr);
     Fnd_List_Sequence by_address(0, nullptr);
     Item* shared = new Item(2);
-    for (long v : {1, 2, 3}) by_value.Insert(new Item(v), Fnd_Sequence_Last);
+    Fill(by_value, {1, 2, 3});
     by_address.Insert(shared, Fnd_Sequence_Last);
 
     EXPECT_EQ(Value_Of(by_value.Find(probe)), 2);
@@ -154,9 +150,8 @@ TEST_F(ListTest, FindAndRemoveByValueOrByAddress) {
     EXPECT_EQ(by_address.Remove(shared), 1);  // no disposer: the element stays alive
     EXPECT_EQ(shared->Value, 2);
     delete shared;
-}
 
-TEST_F(ListTest, EqualityFollowsTheByValueFlag) {
+    // Equality follows the flag too.
     Fnd_List_Sequence a(0, nullptr), b(0, nullptr);
     Item x(1), y(1);
     a.Insert(&x, Fnd_Sequence_Last);
@@ -178,10 +173,7 @@ TEST_F(ListTest, EqualityFollowsTheByValueFlag) {
 
 TEST_F(ListTest, IteratorsGoStaleOnEveryChange) {
     Fnd_List_Sequence seq(1, nullptr);
-    seq.Insert(new Item(1), Fnd_Sequence_Last);
-    seq.Insert(new Item(2), Fnd_Sequence_Last);
-
-    Fnd_Iterator it(seq);
+    Fnd_Iterator it(Fill(seq, {1, 2}));
     EXPECT_FALSE(it.Done());
     EXPECT_EQ(it.Number_Of_Get_Values(), 1);
     seq.Insert(new Item(3), Fnd_Sequence_Last);
@@ -215,10 +207,10 @@ TEST_F(ListTest, IteratorsOutliveTheirCollection) {
     EXPECT_EQ(first.Get_Collection(), nullptr);
 }
 
-TEST_F(ListDeathTest, MisusedIteratorsEndTheProcess) {
+TEST_F(ListTest, MisusedIteratorsEndTheProcess) {
+    ZTInt_Test_Use_Shipped_Catalogs();  // the failure prints its key and fields
     Fnd_List_Sequence seq(1, nullptr);
-    seq.Insert(new Item(1), Fnd_Sequence_Last);
-    Fnd_Iterator it(seq);
+    Fnd_Iterator it(Fill(seq, {1}));
     seq.Insert(new Item(2), Fnd_Sequence_Last);
     EXPECT_DEATH(it.Next(), "Fnd_Abstract_Type_Error.54: class Fnd_Iterator");
     EXPECT_DEATH(it.Get(1), "Fnd_Abstract_Type_Error.54: class Fnd_Iterator");
@@ -236,10 +228,9 @@ TEST_F(ListDeathTest, MisusedIteratorsEndTheProcess) {
 
 TEST_F(ListTest, MergeSplicesAListIntoAnEmptyList) {
     Fnd_List_Sequence into(1, nullptr), from(1, nullptr);
-    for (long v = 1; v <= 3; ++v) from.Insert(new Item(v), Fnd_Sequence_Last);
+    Fill(from, {1, 2, 3});
     const long updates = from.Get_Update_Count();
     Fnd_Iterator stale(from);
-
     into.Merge(&from, Fnd_Sequence_Last);
     EXPECT_EQ(Values(into), (std::vector<long>{1, 2, 3}));
     EXPECT_EQ(into.Cardinality(), 3);
@@ -253,51 +244,33 @@ TEST_F(ListTest, MergeSplicesAListIntoAnEmptyList) {
 }
 
 TEST_F(ListTest, MergeSplicesAtTheFirstTheLastOrBehindTheCurrent) {
-    auto make = [](std::vector<long> values) {
-        auto* seq = new Fnd_List_Sequence(1, nullptr);
-        for (long v : values) seq->Insert(new Item(v), Fnd_Sequence_Last);
-        return seq;
-    };
-    Fnd_List_Sequence* into = make({1, 2, 3});
-    Fnd_List_Sequence* from = make({7, 8});
-    into->Merge(from, Fnd_Sequence_First);  // current at the first: before it
-    EXPECT_EQ(Values(*into), (std::vector<long>{7, 8, 1, 2, 3}));
-    EXPECT_EQ(Value_Of(into->Get_Current()), 8);
+    Fnd_List_Sequence into(1, nullptr), from(1, nullptr), more(1, nullptr), tail(1, nullptr);
+    Fill(into, {1, 2, 3}).Merge(&Fill(from, {7, 8}), Fnd_Sequence_First);  // before the first
+    EXPECT_EQ(Values(into), (std::vector<long>{7, 8, 1, 2, 3}));
+    EXPECT_EQ(Value_Of(into.Get_Current()), 8);
 
-    Fnd_List_Sequence* more = make({5});
-    into->Merge(more, Fnd_Sequence_Next);  // current moves to 1, the chain goes behind it
-    EXPECT_EQ(Values(*into), (std::vector<long>{7, 8, 1, 5, 2, 3}));
-    EXPECT_EQ(Value_Of(into->Get_Previous()), 1);
-    EXPECT_EQ(Value_Of(into->Get_Next()), 2) << "links of the spliced chain both ways";
+    into.Merge(&Fill(more, {5}), Fnd_Sequence_Next);  // current moves to 1, chain behind it
+    EXPECT_EQ(Values(into), (std::vector<long>{7, 8, 1, 5, 2, 3}));
+    EXPECT_EQ(Value_Of(into.Get_Previous()), 1);
+    EXPECT_EQ(Value_Of(into.Get_Next()), 2) << "links of the spliced chain both ways";
 
-    Fnd_List_Sequence* tail = make({9});
-    into->Merge(tail, Fnd_Sequence_Last);
-    EXPECT_EQ(Values(*into), (std::vector<long>{7, 8, 1, 5, 2, 3, 9}));
-    EXPECT_EQ(Value_Of(into->Get_Last()), 9);
-    EXPECT_EQ(into->Cardinality(), 7);
-    delete into;
-    delete from;
-    delete more;
-    delete tail;
-}
+    into.Merge(&Fill(tail, {9}), Fnd_Sequence_Last);
+    EXPECT_EQ(Values(into), (std::vector<long>{7, 8, 1, 5, 2, 3, 9}));
+    EXPECT_EQ(Value_Of(into.Get_Last()), 9);
+    EXPECT_EQ(into.Cardinality(), 7);
 
-TEST_F(ListTest, MergeOfAnUnlikeSequenceInsertsInOrder) {
-    Fnd_List_Sequence into(1, nullptr);
-    into.Insert(new Item(1), Fnd_Sequence_Last);
-    into.Insert(new Item(2), Fnd_Sequence_Last);
-    Other_List from(1, nullptr);
-    for (long v : {7, 8, 9}) from.Insert(new Item(v), Fnd_Sequence_Last);
-
-    into.Merge(&from, Fnd_Sequence_First);
-    EXPECT_EQ(Values(into), (std::vector<long>{7, 8, 9, 1, 2}));
-    EXPECT_EQ(from.Cardinality(), 0) << "the copies stay here; the other's originals went";
-    EXPECT_EQ(Item::Live, 5);
+    // An unlike sequence is inserted element by element: copies here, originals gone.
+    Other_List other(1, nullptr);
+    for (long v : {4, 6}) other.Insert(new Item(v), Fnd_Sequence_Last);
+    into.Merge(&other, Fnd_Sequence_First);
+    EXPECT_EQ(Values(into), (std::vector<long>{4, 6, 7, 8, 1, 5, 2, 3, 9}));
+    EXPECT_EQ(other.Cardinality(), 0);
+    EXPECT_EQ(Item::Live, 9);
 }
 
 TEST_F(ListTest, CopyClonesUnderTheCopyFlagAndKeepsTheCurrentPosition) {
     Fnd_List_Sequence source(1, new Fnd_Is_Checker(Item::My_Type));
-    for (long v = 1; v <= 4; ++v) source.Insert(new Item(v), Fnd_Sequence_Last);
-    source.Set_Current(Fnd_Sequence_First);
+    Fill(source, {1, 2, 3, 4}).Set_Current(Fnd_Sequence_First);
     source.Set_Current(Fnd_Sequence_Next);
     source.Set_Current(Fnd_Sequence_Next);
 

@@ -22,15 +22,6 @@ using namespace message_test;
 
 namespace {
 
-class Message_Test : public ::testing::Test {
-protected:
-    void SetUp() override {
-        Pin_Language();
-        Empty.Use();
-    }
-    Catalog_Directory Empty;
-};
-
 // A catalog "Probe" with the records the placeholder tests read.
 const char* Probe_Records = R"(
     "7_1" { :int { 5 }, "file <file> at level <level>", "short <file>" }
@@ -44,85 +35,91 @@ const char* Probe_Records = R"(
     "7_9" { :int { 9 }, "<file\\ name fallback\\>text>!" }
 )";
 
+class Message_Test : public ::testing::Test {
+protected:
+    void SetUp() override {
+        Pin_Language();
+        Empty.Use();
+    }
+    void Use_Probe() {
+        Probe.Add("Probe", "root", Probe_Records);
+        Probe.Use();
+    }
+    Catalog_Directory Empty, Probe;
+};
+
+// The image of a message, without its kind prefix unless asked for.
+std::string Img(const Fnd_Message& Message, Fnd_Message_Detail_Level Level = Fnd_Detail_Normal,
+                long With_Kind = 0, long With_Key = 1) {
+    return Narrow(Message.Image(Level, With_Kind, With_Key));
+}
+
 }  // namespace
 
 // ---- Without a catalog: defaults and keys
 
-TEST_F(Message_Test, WithoutCatalogOrDefaultTheImageIsTheKeyAndTheLevelTwoAnswer) {
+TEST_F(Message_Test, WithoutCatalogImagesComeFromKeysDefaultTextsAndLevelTwo) {
     Fnd_Array_Range_Error range(0, 9, 12);
-    EXPECT_EQ(Narrow(range.Image(Fnd_Detail_Normal, 0, 1)),
-              "Abstract_Types.Fnd_Array_Range_Error.0: ");
-    EXPECT_EQ(Narrow(range.Image(Fnd_Detail_Normal, 0, 0)), "");
+    EXPECT_EQ(Img(range), "Abstract_Types.Fnd_Array_Range_Error.0: ");
+    EXPECT_EQ(Img(range, Fnd_Detail_Normal, 0, 0), "");
     // Kind 0 has the unknown prefix.
-    EXPECT_EQ(Narrow(range.Image(Fnd_Detail_Normal, 1, 1)),
+    EXPECT_EQ(Img(range, Fnd_Detail_Normal, 1),
               "<UNKNOWN> Abstract_Types.Fnd_Array_Range_Error.0: ");
 
     Probe_Message probe(u"Probe", 3);
-    EXPECT_EQ(Narrow(probe.Image(Fnd_Detail_Normal, 0, 1)), "Probe.Probe_Message.3: probe-info");
-    EXPECT_EQ(Narrow(probe.Image(Fnd_Detail_Alternate, 0, 1)),
-              "Probe.Probe_Message.3: probe-info");
-}
+    EXPECT_EQ(Img(probe), "Probe.Probe_Message.3: probe-info");
+    EXPECT_EQ(Img(probe, Fnd_Detail_Alternate), "Probe.Probe_Message.3: probe-info");
 
-TEST_F(Message_Test, LevelOneAndUnknownLevelsPrintTheKeyAndAssertionsTheirPrefix) {
+    // Level 1 and unknown levels print the key; assertions keep their prefix.
     Fnd_Assertion_Error error(Fnd_String(u"context"));
-    EXPECT_EQ(Narrow(error.Image(Fnd_Detail_Normal, 1, 1)), "*** ");
+    EXPECT_EQ(Img(error, Fnd_Detail_Normal, 1), "*** ");
     EXPECT_EQ(error.Kind(), Fnd_Error_Msg);
     Fnd_Clone_Error clone(u"Widget");
-    EXPECT_EQ(Narrow(clone.Image(Fnd_Detail_Key, 0, 0)), "Base.Fnd_Clone_Error.0");
-    EXPECT_EQ(Narrow(clone.Image(static_cast<Fnd_Message_Detail_Level>(7), 0, 0)),
-              "Base.Fnd_Clone_Error.0");
-    EXPECT_EQ(Narrow(Fnd_Assertion_Error().Image(Fnd_Detail_Key, 1, 1)),
-              "*** Base.Fnd_Assertion_Error.0");
-}
+    EXPECT_EQ(Img(clone, Fnd_Detail_Key, 0, 0), "Base.Fnd_Clone_Error.0");
+    EXPECT_EQ(Img(clone, static_cast<Fnd_Message_Detail_Level>(7), 0, 0), "Base.Fnd_Clone_Error.0");
+    EXPECT_EQ(Img(Fnd_Assertion_Error(), Fnd_Detail_Key, 1), "*** Base.Fnd_Assertion_Error.0");
 
-TEST_F(Message_Test, DefaultTextsFillTheirPlaceholders) {
+    // Default texts fill their placeholders.
     Fnd_Sys_Call_Error call(u"open", ENOENT, u"/x", 0);
-    EXPECT_EQ(Narrow(call.Image(Fnd_Detail_Normal, 1, 1)),
+    EXPECT_EQ(Img(call, Fnd_Detail_Normal, 1),
               "*** doing: /x \nsyscall: open\nerrno: No such file or directory");
-    EXPECT_EQ(Narrow(call.Image(Fnd_Detail_Default, 0, 1)),
+    EXPECT_EQ(Img(call, Fnd_Detail_Default),
               "doing: /x \nsyscall: open\nerrno: No such file or directory");
 
     Fnd_Message_Id_Error id(2, u"Base 3x 2", u"3x");
-    EXPECT_EQ(Narrow(id.Image(Fnd_Detail_Normal, 0, 1)),
-              "Base.Fnd_Message_Id_Error.2: image1 Base 3x 2; image2 3x");
+    EXPECT_EQ(Img(id), "Base.Fnd_Message_Id_Error.2: image1 Base 3x 2; image2 3x");
     // An empty default text: the key and the level-2 answer (call name, blank, errno).
-    EXPECT_EQ(Narrow(Fnd_Sys_Call_Error().Image(Fnd_Detail_Normal, 0, 1)),
-              "Host_Interface.Fnd_Sys_Call_Error.0:  0");
+    EXPECT_EQ(Img(Fnd_Sys_Call_Error()), "Host_Interface.Fnd_Sys_Call_Error.0:  0");
 }
 
 TEST_F(Message_Test, LevelTwoNeverOpensACatalog) {
-    Catalog_Directory catalogs;
-    catalogs.Add("Probe", "root", Probe_Records);
-    catalogs.Use();
+    Use_Probe();
     Probe_Message probe(u"Probe", 1, u"f.txt");
-    EXPECT_EQ(Narrow(probe.Image(Fnd_Detail_Default, 0, 1)), "Probe.Probe_Message.1: probe-info");
+    EXPECT_EQ(Img(probe, Fnd_Detail_Default), "Probe.Probe_Message.1: probe-info");
     EXPECT_EQ(Fnd_Message_Catalogs::Open_Count(), 0);
     // Level 4 does open it.
-    EXPECT_EQ(Narrow(probe.Image(Fnd_Detail_Normal, 0, 1)), "file f.txt at level 4");
+    EXPECT_EQ(Img(probe), "file f.txt at level 4");
     EXPECT_EQ(Fnd_Message_Catalogs::Open_Count(), 1);
 }
 
 // ---- Catalog texts and placeholders
 
 TEST_F(Message_Test, CatalogRecordsAndTheirPlaceholders) {
-    Catalog_Directory catalogs;
-    catalogs.Add("Probe", "root", Probe_Records);
-    catalogs.Use();
-    struct Case {
+    Use_Probe();
+    const Fnd_Message_Detail_Level normal = Fnd_Detail_Normal;
+    const struct {
         long Number;
         const Code_Unit* File;
         Fnd_Message_Detail_Level Level;
         long With_Kind;
         const char* Image;
-    };
-    const Fnd_Message_Detail_Level normal = Fnd_Detail_Normal;
-    const Case cases[] = {
+    } cases[] = {
         {1, u"f.txt", normal, 1, "+++ file f.txt at level 4"},
         {1, u"f.txt", Fnd_Detail_Alternate, 1, "+++ short f.txt"},
         {2, u"", Fnd_Detail_Alternate, 1, "*** only normal"},  // no alternate: the normal one
-        {3, u"", normal, 1, "!!! unknown and |"},             // with and without default
+        {3, u"", normal, 1, "!!! unknown and |"},              // with and without default
         {3, u"a.c", normal, 1, "!!! a.c and a.c|"},
-        {4, u"f", normal, 1, "*** <x> literal"},  // escaped brackets are text
+        {4, u"f", normal, 1, "*** <x> literal"},     // escaped brackets are text
         {9, u"f", normal, 1, "*** fallback>text!"},  // escaped blank: name; escaped '>': default
         {5, u"f.txt", normal, 1, "*** open f.txt"},  // unclosed still substitutes
         {6, u"", normal, 1, "*** Probe.Probe_Message.6 before "},  // empty: key, rest dropped
@@ -131,10 +128,9 @@ TEST_F(Message_Test, CatalogRecordsAndTheirPlaceholders) {
         {8, u"", normal, 0, "Probe.Probe_Message.8 / Probe_Message"},
         {99, u"", normal, 1, "<UNKNOWN> Probe.Probe_Message.99: probe-info"},  // no record
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.Number);
-        EXPECT_EQ(Narrow(Probe_Message(u"Probe", c.Number, c.File).Image(c.Level, c.With_Kind, 1)),
-                  c.Image);
+        EXPECT_EQ(Img(Probe_Message(u"Probe", c.Number, c.File), c.Level, c.With_Kind), c.Image);
     }
     EXPECT_EQ(Probe_Message(u"Probe", 1).Kind(), Fnd_Positive_Msg);
     Fnd_String raw;
@@ -170,15 +166,19 @@ std::string Kind_Images_Seen() {
     return seen + "|" + Narrow(Fnd_Message_Kind::Kind_Image(Fnd_Error_Msg));
 }
 
-TEST(Message_Kind, ImagesComeFromTheCatalogOncePerKind) {
+void Expect_Seen_In_Fresh_Process(std::string (*Seen)(), const char* Pattern) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     Pin_Language();
     EXPECT_EXIT(
         {
-            std::fputs(Kind_Images_Seen().c_str(), stderr);
+            std::fputs(Seen().c_str(), stderr);
             std::exit(0);
         },
-        ::testing::ExitedWithCode(0), "^ERR\\|!!!\\|ERR$");
+        ::testing::ExitedWithCode(0), Pattern);
+}
+
+TEST(Message_Kind, ImagesComeFromTheCatalogOncePerKind) {
+    Expect_Seen_In_Fresh_Process(&Kind_Images_Seen, "^ERR\\|!!!\\|ERR$");
 }
 
 TEST_F(Message_Test, GetKindRecognisesCanonicalPrefixesFollowedByABlank) {
@@ -209,17 +209,16 @@ TEST_F(Message_Test, AssertionKindFromTheCatalogIsKeptOrMadeAnError) {
     positive.Use();
     Fnd_Assertion_Error error(Fnd_String(u"ctx"));
     EXPECT_EQ(error.Kind(), Fnd_Positive_Msg);
-    EXPECT_EQ(Narrow(error.Image(Fnd_Detail_Normal, 1, 1)), "+++ noted ctx");
+    EXPECT_EQ(Img(error, Fnd_Detail_Normal, 1), "+++ noted ctx");
 
     Catalog_Directory none;
     none.Add("Base", "root", R"("1_0" { :int { 0 }, "noted <reason>" })");
     none.Use();
     EXPECT_EQ(error.Kind(), Fnd_Error_Msg);
-    EXPECT_EQ(Narrow(error.Image(Fnd_Detail_Normal, 1, 1)), "*** noted ctx");
+    EXPECT_EQ(Img(error, Fnd_Detail_Normal, 1), "*** noted ctx");
     // With a reason, the reason's image stands in every placeholder.
     Fnd_Assertion_Error with_reason(Fnd_Clone_Error(u"Widget"), u"ctx");
-    EXPECT_EQ(Narrow(with_reason.Image(Fnd_Detail_Normal, 0, 1)),
-              "noted Base.Fnd_Clone_Error.0: Widget");
+    EXPECT_EQ(Img(with_reason), "noted Base.Fnd_Clone_Error.0: Widget");
 }
 
 // ---- The catalog store
@@ -231,9 +230,7 @@ TEST_F(Message_Test, TheFifthCatalogEvictsTheLeastRecentlyUsed) {
         catalogs.Add("C" + std::to_string(i + 1), "root",
                      "\"7_1\" { :int { 1 }, \"text of C" + std::to_string(i + 1) + "\" }");
     catalogs.Use();
-    auto look_up = [&](int i) {
-        return Narrow(Probe_Message(names[i], 1).Image(Fnd_Detail_Normal, 0, 1));
-    };
+    auto look_up = [&](int i) { return Img(Probe_Message(names[i], 1)); };
     auto order = [] {
         std::string all;
         for (long i = 0; i < Fnd_Message_Catalogs::Open_Count(); ++i)
@@ -253,13 +250,10 @@ TEST_F(Message_Test, TheFifthCatalogEvictsTheLeastRecentlyUsed) {
 }
 
 TEST_F(Message_Test, AMissingCatalogOrARefreshClosesTheOthers) {
-    Catalog_Directory catalogs;
-    catalogs.Add("Probe", "root", Probe_Records);
-    catalogs.Use();
-    EXPECT_EQ(Narrow(Probe_Message(u"Probe", 2).Image(Fnd_Detail_Normal, 0, 1)), "only normal");
+    Use_Probe();
+    EXPECT_EQ(Img(Probe_Message(u"Probe", 2)), "only normal");
     EXPECT_EQ(Fnd_Message_Catalogs::Open_Count(), 1);
-    EXPECT_EQ(Narrow(Probe_Message(u"Absent", 2).Image(Fnd_Detail_Normal, 0, 1)),
-              "Absent.Probe_Message.2: probe-info");
+    EXPECT_EQ(Img(Probe_Message(u"Absent", 2)), "Absent.Probe_Message.2: probe-info");
     EXPECT_EQ(Fnd_Message_Catalogs::Open_Count(), 0);
     EXPECT_EQ(Fnd_Message_Catalogs::Open_Catalog(Fnd_String()), nullptr);
     // Refresh closes them all.
@@ -288,19 +282,11 @@ std::string German_Images_Seen() {
     catalogs.Add("Probe", "de", R"("7_1" { :int { 5 }, "Datei <file>" })");
     catalogs.Use();
     // A record the language lacks comes from root.
-    return Narrow(Probe_Message(u"Probe", 1, u"f").Image(Fnd_Detail_Normal, 0, 1)) + "|" +
-           Narrow(Probe_Message(u"Probe", 2).Image(Fnd_Detail_Normal, 0, 1));
+    return Img(Probe_Message(u"Probe", 1, u"f")) + "|" + Img(Probe_Message(u"Probe", 2));
 }
 
 TEST(Message_Language, TheUserLanguageIsReadBeforeRoot) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    Pin_Language();
-    EXPECT_EXIT(
-        {
-            std::fputs(German_Images_Seen().c_str(), stderr);
-            std::exit(0);
-        },
-        ::testing::ExitedWithCode(0), "^Datei f\\|only normal$");
+    Expect_Seen_In_Fresh_Process(&German_Images_Seen, "^Datei f\\|only normal$");
 }
 
 TEST(Message_Directory, WithoutTheSwitchCatalogsLieBelowHomeAndArchitecture) {
@@ -319,7 +305,7 @@ TEST(Message_Directory, WithoutTheSwitchCatalogsLieBelowHomeAndArchitecture) {
                           std::filesystem::copy_options::recursive);
     EXPECT_EQ(Narrow(Fnd_Message_Catalogs::Message_Directory()),
               home.Path + "/" + arch + "/messages");
-    EXPECT_EQ(Narrow(Probe_Message(u"Probe", 2).Image(Fnd_Detail_Normal, 0, 1)), "only normal");
+    EXPECT_EQ(Img(Probe_Message(u"Probe", 2)), "only normal");
 }
 
 TEST(Message_Directory, TheArchitectureDefaultIsWrittenToTheEnvironment) {
@@ -338,26 +324,22 @@ TEST(Message_Directory, TheArchitectureDefaultIsWrittenToTheEnvironment) {
 TEST(Shipped_Catalogs, GiveTextsToClassesWithoutDefault) {
     Pin_Language();
     Use_Catalogs(Shipped_Catalogs());
-    EXPECT_EQ(Narrow(Fnd_Array_Range_Error(0, 9, 12).Image(Fnd_Detail_Normal, 1, 1)),
-              "*** the index 12 is outside the range 0 to 9");
-    EXPECT_EQ(Narrow(Fnd_Array_Constraint_Error(255, 256).Image(Fnd_Detail_Normal, 1, 1)),
-              "*** the value 256 exceeds the limit 255");
-    EXPECT_EQ(Narrow(Hst_Process_Error(2, 9, u"").Image(Fnd_Detail_Normal, 1, 1)),
+    EXPECT_EQ(Img(Hst_Process_Error(2, 9, u""), Fnd_Detail_Normal, 1),
               "*** the child process ended by signal 9");
-    EXPECT_EQ(Narrow(Hst_Sys_Call_Error(143, EPIPE, 32, 0).Image(Fnd_Detail_Normal, 1, 1)),
+    EXPECT_EQ(Img(Hst_Sys_Call_Error(143, EPIPE, 32, 0), Fnd_Detail_Normal, 1),
               "*** writing 32 bytes failed: Broken pipe");
-    EXPECT_EQ(Narrow(Fnd_Assertion_Error(Fnd_Assertion_Message(208, u"Widget"), u"")
-                         .Image(Fnd_Detail_Normal, 1, 1)),
-              "*** internal error: objects of class Widget have no hash");
+    EXPECT_EQ(
+        Img(Fnd_Assertion_Error(Fnd_Assertion_Message(208, u"Widget"), u""), Fnd_Detail_Normal, 1),
+        "*** internal error: objects of class Widget have no hash");
     EXPECT_EQ(Narrow(Hst_Filesystem_Error::Open_Mode_Image(3)), "read and write");
     EXPECT_EQ(Narrow(Hst_Filesystem_Error::Open_Mode_Image(4)), "4");
 }
 
 // ---- Message ids
 
-TEST(Message_Id, ParsesThreeTokensWithNumbersInAnyBase) {
+TEST(Message_Id, ParsesThreeTokensOrLeavesAnErrorAndWhatWasRead) {
     Fnd_Condition condition(Fnd_Clone_Error(u"stale"));
-    Fnd_Message_Id id(u"Base 3 0x2", condition);
+    Fnd_Message_Id id(u"Base 3 0x2", condition);  // numbers in any base
     EXPECT_FALSE(condition.Failed());
     EXPECT_EQ(Narrow(id.Get_Subsystem_Name()), "Base");
     EXPECT_EQ(id.Get_Class_Number(), 3);
@@ -365,38 +347,29 @@ TEST(Message_Id, ParsesThreeTokensWithNumbersInAnyBase) {
     EXPECT_EQ(Narrow(id.Image()), "Base 3 2");
     EXPECT_EQ(Fnd_Message_Id(u"  Host_Interface  010 7 ", condition).Get_Class_Number(), 8);
     EXPECT_FALSE(condition.Failed());
-}
 
-TEST(Message_Id, MalformedImagesLeaveAnErrorAndWhatWasRead) {
-    Fnd_Condition condition;
+    auto error = [&] { return Fnd_Message_Id_Error::Convert(condition.Get_Error()); };
     Fnd_Message_Id missing(u"Base 3", condition);
-    const Fnd_Message_Id_Error* error = Fnd_Message_Id_Error::Convert(condition.Get_Error());
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Number, 1);
-    EXPECT_EQ(Narrow(error->Image1), "Base 3");
+    ASSERT_NE(error(), nullptr);
+    EXPECT_EQ(error()->Number, 1);
+    EXPECT_EQ(Narrow(error()->Image1), "Base 3");
     EXPECT_EQ(missing.Get_Class_Number(), 3);
-
     Fnd_Message_Id bad(u"Base 3x 2", condition);
-    error = Fnd_Message_Id_Error::Convert(condition.Get_Error());
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Number, 2);
-    EXPECT_EQ(Narrow(error->Image2), "3x");
+    ASSERT_NE(error(), nullptr);
+    EXPECT_EQ(error()->Number, 2);
+    EXPECT_EQ(Narrow(error()->Image2), "3x");
     EXPECT_EQ(bad.Get_Text_Number(), 2);
-
     Fnd_Message_Id extra(u"Base 1 2 3", condition);
-    error = Fnd_Message_Id_Error::Convert(condition.Get_Error());
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Number, 1);
-
+    ASSERT_NE(error(), nullptr);
+    EXPECT_EQ(error()->Number, 1);
+    condition.Clear();
     Fnd_Message_Id empty(u"", condition);
     EXPECT_TRUE(condition.Failed());
     EXPECT_TRUE(empty.Is_Nil());
 }
 
 TEST(Message_Id, EqualityHashAndNumbering) {
-    Fnd_Message_Id a(u"Base", 3, 2);
-    Fnd_Message_Id b(u"Base", 3, 2);
-    Fnd_Message_Id c(u"Base", 2, 3);
+    Fnd_Message_Id a(u"Base", 3, 2), b(u"Base", 3, 2), c(u"Base", 2, 3);
     EXPECT_EQ(a == b, 1);
     EXPECT_EQ(a == c, 0);
     EXPECT_EQ(a.Hash(), b.Hash());

@@ -18,9 +18,7 @@ class Shape : public virtual Fnd_Object {
 public:
     explicit Shape(long Id = 0) : Id(Id) {}
     long Id;
-    long Is_Equal(const Fnd_Object& Other) const override {
-        return Convert(&Other)->Id == Id;
-    }
+    long Is_Equal(const Fnd_Object& Other) const override { return Convert(&Other)->Id == Id; }
     long Hash() const override { return Id * 31; }
 };
 
@@ -121,7 +119,7 @@ TEST(FndObjectTest, ConvertFollowsTheClassTree) {
     EXPECT_FALSE(c.Is_A(Fnd_Predefined_Class_Id::Null));
 }
 
-TEST(FndObjectTest, DiamondThroughVirtualBasesIsUnambiguous) {
+TEST(FndObjectTest, ADiamondThroughVirtualBasesIsUnambiguousTwoPlainCopiesAreNot) {
     Diamond d;
     const Fnd_Object* object = static_cast<const Left&>(d).Convert(&d);
     EXPECT_EQ(object, static_cast<Fnd_Object*>(&d));
@@ -132,11 +130,10 @@ TEST(FndObjectTest, DiamondThroughVirtualBasesIsUnambiguous) {
     EXPECT_EQ(Right::Convert(object), static_cast<Right*>(&d));
     EXPECT_EQ(Diamond::Convert(base), &d);  // down-cast from the shared part
     EXPECT_TRUE(d.Is_A(Base::My_Type));
-}
 
-TEST(FndObjectTest, TwoPlainCopiesOfABaseAreAmbiguous) {
+    // Two plain copies of a base are ambiguous.
     Two_Copies t;
-    const Fnd_Object* object = static_cast<Fnd_Object*>(&t);
+    object = static_cast<Fnd_Object*>(&t);
     EXPECT_EQ(Plain::Convert(object), nullptr);
     EXPECT_TRUE(t.Is_A(Plain::My_Type));  // ambiguous still counts as "is a"
     EXPECT_EQ(Plain_Left::Convert(object), static_cast<Plain_Left*>(&t));
@@ -192,6 +189,16 @@ protected:
 };
 using FndReportTest = FndObjectDeathTest;
 
+// What Action writes to standard output, where the log goes; standard error stays empty.
+template <class Action>
+std::string Logged(Action Run) {
+    ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
+    Run();
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+    return ::testing::internal::GetCapturedStdout();
+}
+
 // The single line an assertion leaves on standard error before the abort.
 std::string Assertion(const std::string& Text) {
     return "^\\*\\*\\* internal error: " + Text + "\n$";
@@ -238,21 +245,14 @@ TEST_F(FndReportTest, NonFatalCheckerLogsOrStaysSilent) {
     Fnd_Is_Checker checker(Shape::My_Type);
     checker.Fatal = 0;
     Circle derived;  // a derived object does not pass a checker of its base
-    ::testing::internal::CaptureStdout();
-    ::testing::internal::CaptureStderr();
-    EXPECT_EQ(checker.Type_Check(&derived), 0);
-    EXPECT_EQ(checker.Type_Check(Square::My_Type, Circle::My_Type), 0);
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+    EXPECT_EQ(Logged([&] {
+                  EXPECT_EQ(checker.Type_Check(&derived), 0);
+                  EXPECT_EQ(checker.Type_Check(Square::My_Type, Circle::My_Type), 0);
+              }),
               "*** Fnd_Is_Checker: an object of type Circle where Shape is required\n"
               "*** Fnd_Is_Checker: an object of type Square where Shape is required\n");
-
     checker.Report = 0;
-    ::testing::internal::CaptureStdout();
-    ::testing::internal::CaptureStderr();
-    EXPECT_EQ(checker.Type_Check(&derived), 0);
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(Logged([&] { EXPECT_EQ(checker.Type_Check(&derived), 0); }), "");
 }
 
 TEST_F(FndObjectDeathTest, FatalCheckerEndsTheProcess) {
@@ -274,22 +274,14 @@ TEST_F(FndReportTest, DyingWithReferencesIsLoggedAndSurvived) {
     p->Add_Reference();
     Pointee copy(*p);
     EXPECT_EQ(copy.Reference_Count, 0);  // a copy is a new, unreferenced object
-    ::testing::internal::CaptureStdout();
-    ::testing::internal::CaptureStderr();
-    delete p;
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+    EXPECT_EQ(Logged([&] { delete p; }),
               "*** an object of class Fnd_Counted_Pointee was destroyed while 2 references "
               "to it remained\n");
     EXPECT_EQ(Pointee::Destroyed, 1);
 
     copy.Add_Reference();
     EXPECT_EQ(copy.Drop_Reference(), 0);
-    ::testing::internal::CaptureStdout();
-    ::testing::internal::CaptureStderr();
-    { Pointee quiet; }
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(Logged([] { Pointee quiet; }), "");
     EXPECT_EQ(Pointee::Destroyed, 2);
 }
 

@@ -92,7 +92,7 @@ TEST_F(FndString, GetTakesUnitsAndChecksTheRange) {
     EXPECT_EQ(Text(text), u"bc");
 }
 
-TEST_F(FndStringDeath, IndexesOutsideTheStringFail) {
+TEST_F(FndStringDeath, IndexesOutsideTheStringAndMisuseFail) {
     Fnd_String text(u"abcd");
     EXPECT_DEATH(text.Get(2, 3), "the index 4 is outside the range 0 to 3");
     EXPECT_DEATH(text.Get(-1, 1), "the index -1 is outside the range 0 to 3");
@@ -102,9 +102,14 @@ TEST_F(FndStringDeath, IndexesOutsideTheStringFail) {
     Fnd_String one(u"x");
     EXPECT_DEATH(one.Insert(Fnd_String(u"y"), 2), "the index 2 is outside the range 0 to 0");
     EXPECT_DEATH(one.Insert(Fnd_Char(u'y'), -1), "the index -1 is outside the range 0 to 0");
+    Const_Fnd_String_Iterator on_text(&text), on_one(&one);
+    EXPECT_DEATH((void)(on_text - on_one), "the distance of iterators over different strings");
+    const std::u16string huge(2100000, u'z');  // Format gives up above a million units
+    EXPECT_DEATH(one.Format(u"%s", huge.c_str()),
+                 "internal error: CString::Format buffer overflow");
 }
 
-TEST_F(FndString, InsertAtTheLengthAppends) {
+TEST_F(FndString, InsertAtTheLengthAppendsAndOtherEdits) {
     Fnd_String empty;
     empty.Insert(Fnd_String(u"ab"), 0);
     EXPECT_EQ(Text(empty), u"ab");
@@ -118,9 +123,7 @@ TEST_F(FndString, InsertAtTheLengthAppends) {
     EXPECT_EQ(Text(one), u"<x--yz>");
     one.Insert(Fnd_String(), 99);  // an empty text does nothing
     EXPECT_EQ(Text(one), u"<x--yz>");
-}
 
-TEST_F(FndString, ChangingOperations) {
     Fnd_String text(u"hello");
     text.Set(0, Fnd_Char(u'J'));
     text.Set(3, Fnd_String(u"ly"));
@@ -285,7 +288,7 @@ TEST_F(FndString, FindFamily) {
     EXPECT_GT(text.Collate(u"abc"), 0);
 }
 
-TEST_F(FndString, SpansAndTrimming) {
+TEST_F(FndString, SpansTrimmingAndCase) {
     Fnd_String digits(u"12345");
     EXPECT_EQ(Text(digits.SpanIncluding(u"0123456789")), u"12345");
     EXPECT_TRUE(Fnd_String(u"x12").SpanIncluding(u"0123456789").Is_Empty());
@@ -300,15 +303,11 @@ TEST_F(FndString, SpansAndTrimming) {
     EXPECT_EQ(Text(padded), u"text");
     padded.MakeReverse();
     EXPECT_EQ(Text(padded), u"txet");
-}
-
-TEST_F(FndString, CaseMappingMayChangeTheLength) {
-    Fnd_String text(u"stra\u00DFe");
-    text.MakeUpper();
-    EXPECT_EQ(Text(text), u"STRASSE");
-    Fnd_String dotted(u"\u0130X");
-    dotted.MakeLower();
-    EXPECT_EQ(Text(dotted), u"i\u0307x");
+    padded = u"stra\u00DFe\u0130";  // case mapping may change the length
+    padded.MakeUpper();
+    EXPECT_EQ(Text(padded), u"STRASSE\u0130");
+    padded.MakeLower();
+    EXPECT_EQ(Text(padded), u"strassei\u0307");
 }
 
 TEST_F(FndString, BufferAccessForWriting) {
@@ -341,7 +340,7 @@ TEST_F(FndString, BufferAccessForWriting) {
     EXPECT_EQ(Text(grown.Right(2)), std::u16string(2, u'\0'));
 }
 
-TEST_F(FndString, FormatTriesLargerBuffersByFour) {
+TEST_F(FndString, FormatTriesLargerBuffersByFourAndTakesFullLongs) {
     Fnd_String text;
     text.Format(u"%s-%d", u"ab", 42);
     EXPECT_EQ(Text(text), u"ab-42");
@@ -362,12 +361,10 @@ TEST_F(FndString, FormatTriesLargerBuffersByFour) {
     big.Format(u"<%s>", large.c_str());
     EXPECT_EQ(big.Get_Length(), 5002);
     EXPECT_EQ(big.GetAllocLength(), 8192);
-}
 
-TEST_F(FndString, FormatUsesTheSixteenBitConventionAndFullLongs) {
-    Fnd_String text;
-    text.Format(u"%ld|%lu|%lX|%S|%c|%C", LONG_MAX, 4000000000UL, 0xABCDEF012L, "bytes",
-                u'\u00E9', 'b');
+    // The 16-bit convention for %S and %C, and full longs.
+    text.Format(u"%ld|%lu|%lX|%S|%c|%C", LONG_MAX, 4000000000UL, 0xABCDEF012L, "bytes", u'\u00E9',
+                'b');
     EXPECT_EQ(Text(text), u"9223372036854775807|4000000000|ABCDEF012|bytes|\u00E9|b");
     text.Format(text.Data());  // a format out of the string itself
     EXPECT_EQ(Text(text), u"9223372036854775807|4000000000|ABCDEF012|bytes|\u00E9|b");
@@ -388,12 +385,6 @@ TEST_F(FndString, FormatAndLoadStringFromTheCatalog) {
     EXPECT_EQ(Text(text), u"CString::Format(43) LoadString failed");
 }
 
-TEST_F(FndStringDeath, FormatGivesUpAboveAMillionUnits) {
-    const std::u16string huge(2100000, u'z');
-    Fnd_String text;
-    EXPECT_DEATH(text.Format(u"%s", huge.c_str()), "internal error: CString::Format buffer overflow");
-}
-
 TEST_F(FndString, IteratorsWalkAndMeasure) {
     Fnd_String text(u"abc");
     Const_Fnd_String_Iterator it(&text);
@@ -412,12 +403,6 @@ TEST_F(FndString, IteratorsWalkAndMeasure) {
     Fnd_String_Iterator writer(&text, it);
     *writer = u'C';
     EXPECT_EQ(Text(text), u"abC");
-}
-
-TEST_F(FndStringDeath, IteratorDistanceAcrossStringsIsAssertion111) {
-    Fnd_String a(u"a"), b(u"b");
-    Const_Fnd_String_Iterator on_a(&a), on_b(&b);
-    EXPECT_DEATH((void)(on_a - on_b), "the distance of iterators over different strings");
 }
 
 TEST_F(FndString, CtypeAndTheCompatibleName) {
