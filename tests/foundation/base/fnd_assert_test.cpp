@@ -56,6 +56,12 @@ protected:
 };
 
 long Maker_Calls = 0;
+const auto Aborted = ::testing::KilledBySignal(SIGABRT);
+
+// The one line a failed assertion leaves on standard error.
+std::string Internal(const std::string& Text) {
+    return "^\\*\\*\\* internal error: " + Text + "\n$";
+}
 
 // Reads a pipe to its end and closes it.
 std::string Drain(int Fd) {
@@ -89,13 +95,11 @@ TEST_F(Assert_Test, APassingAssertionTouchesNothing) {
 // ---- The ladder
 
 TEST_F(Assert_Test, AFailureWritesItsTextToStandardErrorAndAborts) {
-    EXPECT_EXIT(Fnd_Assert(0, Fnd_Array_Range_Error(0, 3, 7), Fnd_String::Null),
-                ::testing::KilledBySignal(SIGABRT),
-                "^\\*\\*\\* internal error: the index 7 is outside the range 0 to 3\n$");
-    EXPECT_EXIT(Fnd_Assert(0, u"plain context"), ::testing::KilledBySignal(SIGABRT),
-                "^\\*\\*\\* internal error: plain context\n$");
-    EXPECT_EXIT(Fnd_Assert(0, &Make_Reason, Fnd_String::Null), ::testing::KilledBySignal(SIGABRT),
-                "^\\*\\*\\* internal error: the index 3 is outside the range 1 to 2\n$");
+    EXPECT_EXIT(Fnd_Assert(0, Fnd_Array_Range_Error(0, 3, 7), Fnd_String::Null), Aborted,
+                Internal("the index 7 is outside the range 0 to 3"));
+    EXPECT_EXIT(Fnd_Assert(0, u"plain context"), Aborted, Internal("plain context"));
+    EXPECT_EXIT(Fnd_Assert(0, &Make_Reason, Fnd_String::Null), Aborted,
+                Internal("the index 3 is outside the range 1 to 2"));
 }
 
 TEST_F(Assert_Test, AFailureGoesToTheLogStreamBeforeStandardError) {
@@ -105,14 +109,13 @@ TEST_F(Assert_Test, AFailureGoesToTheLogStreamBeforeStandardError) {
             dup2(2, 1);
             Fnd_Assert(0, u"logged");
         },
-        ::testing::KilledBySignal(SIGABRT),
-        "^\\*\\*\\* internal error: logged\n\\*\\*\\* internal error: logged\n$");
+        Aborted, "^\\*\\*\\* internal error: logged\n\\*\\*\\* internal error: logged\n$");
 }
 
 TEST_F(Assert_Test, WithoutCatalogAnAssertionPrintsOnlyItsKind) {
     Catalog_Directory empty;
     empty.Use();
-    EXPECT_EXIT(Fnd_Assert(0, u"unseen"), ::testing::KilledBySignal(SIGABRT), "^\\*\\*\\* \n$");
+    EXPECT_EXIT(Fnd_Assert(0, u"unseen"), Aborted, "^\\*\\*\\* \n$");
 }
 
 TEST_F(Assert_Test, AFailureWhileReportingFallsBackOnTheAlternateText) {
@@ -121,11 +124,11 @@ TEST_F(Assert_Test, AFailureWhileReportingFallsBackOnTheAlternateText) {
     catalogs.Add("Probe", "root", R"("7_1" { :int { 9 }, "<x>", "<x>" })");
     catalogs.Use();
     // The streams and the direct normal text both fail; the alternate text goes out.
-    EXPECT_EXIT(Fnd_Assert(0, Fragile_Message(Fnd_Detail_Normal), Fnd_String::Null),
-                ::testing::KilledBySignal(SIGABRT), "^\\*\\*\\* alt failed: alternate\n$");
+    EXPECT_EXIT(Fnd_Assert(0, Fragile_Message(Fnd_Detail_Normal), Fnd_String::Null), Aborted,
+                "^\\*\\*\\* alt failed: alternate\n$");
     // When the alternate text fails too, the bare key is what remains.
-    EXPECT_EXIT(Fnd_Assert(0, Fragile_Message(Fnd_Detail_Alternate), Fnd_String::Null),
-                ::testing::KilledBySignal(SIGABRT), "^\\*\\*\\* Base.Fnd_Assertion_Error.0\n$");
+    EXPECT_EXIT(Fnd_Assert(0, Fragile_Message(Fnd_Detail_Alternate), Fnd_String::Null), Aborted,
+                "^\\*\\*\\* Base.Fnd_Assertion_Error.0\n$");
 }
 
 TEST_F(Assert_Test, AFailureBeforeTheStaticsAreUpWritesOneLineAndNothingElse) {
@@ -156,9 +159,8 @@ TEST_F(Assert_Test, AFailureBeforeTheStaticsAreUpWritesOneLineAndNothingElse) {
 
 TEST_F(Assert_Test, OutOfRangeKindsAreAssertions) {
     Fnd_Message_Kind::Check_Kind(Fnd_Result_Msg);
-    EXPECT_EXIT(Fnd_Message_Kind::Check_Kind(Fnd_Message_Kinds_Last),
-                ::testing::KilledBySignal(SIGABRT),
-                "^\\*\\*\\* internal error: a message kind is out of range\n$");
+    EXPECT_EXIT(Fnd_Message_Kind::Check_Kind(Fnd_Message_Kinds_Last), Aborted,
+                Internal("a message kind is out of range"));
 }
 
 // ---- The last-resort output
@@ -219,9 +221,6 @@ TEST(Thread_Layer, ThreadsDoNotRunAndLocksDoNotWait) {
     EXPECT_NE(plain, nullptr);
 }
 
-TEST(Thread_Layer, AThreadWithoutFunctionIsAnAssertion) {
-    Pin_Language();
-    Use_Catalogs(Shipped_Catalogs());
-    EXPECT_EXIT(Fnd_Thread(), ::testing::KilledBySignal(SIGABRT),
-                "^\\*\\*\\* internal error: FND_NO_THREADS\n$");
+TEST_F(Assert_Test, AThreadWithoutFunctionIsAnAssertion) {
+    EXPECT_EXIT(Fnd_Thread(), Aborted, Internal("FND_NO_THREADS"));
 }

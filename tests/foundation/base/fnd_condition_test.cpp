@@ -47,7 +47,7 @@ TEST(Condition, ACleanConditionHasTheSharedSuccessMessage) {
     EXPECT_EQ(clean.Is_Generic(0, 1), 0);
 }
 
-TEST(Condition, SetErrorWithoutForceOnlyReplacesAFailure) {
+TEST(Condition, SetAndPushWithoutForceOnlyReplaceAFailure) {
     Fnd_Condition condition;
     condition.Set_Error(Counted_Message(1), 0);
     EXPECT_FALSE(condition.Failed());
@@ -60,6 +60,19 @@ TEST(Condition, SetErrorWithoutForceOnlyReplacesAFailure) {
     condition.Clear();
     EXPECT_FALSE(condition.Failed());
     EXPECT_EQ(Counted_Message::Living, 0);
+
+    // Push_Error on an empty or generic condition.
+    condition.Push_Error(Counted_Message(1), 0);
+    EXPECT_FALSE(condition.Failed());
+    condition.Push_Error(Counted_Message(2), 1);
+    EXPECT_EQ(Id_Of(condition), 2);
+
+    Fnd_Condition composite(Fnd_Condition_Error(2));
+    EXPECT_EQ(composite.Is_Generic(0, 1), 1);
+    EXPECT_EQ(composite.Is_Generic(1, 0), 0);
+    composite.Push_Error(Counted_Message(7), 0);
+    EXPECT_EQ(Id_Of(composite), 7);
+    EXPECT_EQ(composite.Is_Generic(1, 1), 0);
 }
 
 TEST(Condition, TheAdoptingFormsDestroyWhatTheyDoNotInstall) {
@@ -81,21 +94,7 @@ TEST(Condition, TheAdoptingFormsDestroyWhatTheyDoNotInstall) {
         condition.Set(new Counted_Message(6));
     }
     EXPECT_EQ(Counted_Message::Living, 0);
-}
 
-TEST(Condition, PushErrorOnAnEmptyOrGenericCondition) {
-    Fnd_Condition condition;
-    condition.Push_Error(Counted_Message(1), 0);
-    EXPECT_FALSE(condition.Failed());
-    condition.Push_Error(Counted_Message(2), 1);
-    EXPECT_EQ(Id_Of(condition), 2);
-
-    Fnd_Condition composite(Fnd_Condition_Error(2));
-    EXPECT_EQ(composite.Is_Generic(0, 1), 1);
-    EXPECT_EQ(composite.Is_Generic(1, 0), 0);
-    composite.Push_Error(Counted_Message(7), 0);
-    EXPECT_EQ(Id_Of(composite), 7);
-    EXPECT_EQ(composite.Is_Generic(1, 1), 0);
 }
 
 TEST(Condition, CopiesAreDeepAndSelfAssignmentKeepsTheContent) {
@@ -122,10 +121,11 @@ TEST(Condition, CopiesAreDeepAndSelfAssignmentKeepsTheContent) {
     delete clone;
 }
 
-TEST(Condition, ImageOfErrorsAndGenericStates) {
+TEST(Condition, ImageAndKindOfErrorsAndGenericStates) {
     Pin_Language();
-    Catalog_Directory empty;
-    empty.Use();
+    Catalog_Directory catalogs;
+    catalogs.Add("Abstract_Types", "root", R"("3_0" { :int { 8 }, "range <value>" })");
+    catalogs.Use();
     const Fnd_String& newline = Fnd_Message::Default_Message_Separator();
 
     Fnd_Condition condition(Fnd_Vaultline_Error(3, u"down"));
@@ -143,17 +143,12 @@ TEST(Condition, ImageOfErrorsAndGenericStates) {
     out = u"first";
     condition.Append(out, Fnd_Detail_Normal, 0, 1, 1, 1, Fnd_String(u" | "));
     EXPECT_EQ(Narrow(out), "first | Base.Fnd_Vaultline_Error.3: image down");
-}
 
-TEST(Condition, KindFollowsTheCatalog) {
-    Pin_Language();
-    Catalog_Directory catalogs;
-    catalogs.Add("Abstract_Types", "root", R"("3_0" { :int { 8 }, "range <value>" })");
-    catalogs.Use();
-    Fnd_Condition condition(Fnd_Array_Range_Error(0, 1, 5));
-    EXPECT_EQ(condition.Kind(), Fnd_Warning_Msg);
-    EXPECT_EQ(Narrow(condition.Image(Fnd_Detail_Normal, 1, 0, 1, 1,
-                                     Fnd_Message::Default_Message_Separator())),
+    // The kind follows the catalog.
+    Fnd_Condition range(Fnd_Array_Range_Error(0, 1, 5));
+    EXPECT_EQ(range.Kind(), Fnd_Warning_Msg);
+    EXPECT_EQ(Narrow(range.Image(Fnd_Detail_Normal, 1, 0, 1, 1,
+                                 Fnd_Message::Default_Message_Separator())),
               "!!! range 5");
     // The success message has no record: kind 0.
     EXPECT_EQ(Fnd_Condition().Kind(), Fnd_Unknown_Kind_Msg);

@@ -28,6 +28,12 @@ protected:
     static std::string Normal(const Fnd_Message& Message) {
         return Narrow(Message.Image(Fnd_Detail_Normal, 1, 1));
     }
+    static std::string Plain(const Fnd_Message& Message) {  // without the kind
+        return Narrow(Message.Image(Fnd_Detail_Normal, 0, 1));
+    }
+    static std::string Info(const Fnd_Message& Message, const Code_Unit* Name) {
+        return Narrow(Message.Info(Name, Fnd_Detail_Normal));
+    }
     Catalog_Directory Empty;
 };
 
@@ -44,49 +50,45 @@ TEST_F(Error_Image_Test, AbstractTypeErrorTemplateNamesTheTypesOfItsObjects) {
               "domain Fnd_Condition; range ; str ; pos 3");
     Fnd_Abstract_Type_Error with_text(Fnd_Abstract_Type_Error_Texts::Kor_Referenced_Pointee,
                                       u"Fnd_Counted_Pointee", 2);
-    EXPECT_EQ(Narrow(with_text.Info(u"str", Fnd_Detail_Normal)), "Fnd_Counted_Pointee");
-    EXPECT_EQ(Narrow(with_text.Info(u"class", Fnd_Detail_Normal)), "");
+    EXPECT_EQ(Info(with_text, u"str"), "Fnd_Counted_Pointee");
+    EXPECT_EQ(Info(with_text, u"class"), "");
     EXPECT_EQ(with_text.Text_Number(), 121);
 }
 
 TEST_F(Error_Image_Test, ClassesWithoutTemplateFallBackOnTheirLevelTwoAnswer) {
     EXPECT_EQ(Normal(Fnd_Clone_Error(u"Widget")), "<UNKNOWN> Base.Fnd_Clone_Error.0: Widget");
-    EXPECT_EQ(Normal(Hst_Process_Error(2, 9, u"prog")), "<UNKNOWN> Host_Interface.Hst_Process_Error.2: 9");
-    EXPECT_EQ(Narrow(Hst_Sys_Call_Error(141, EIO, u"a", u"b", 1, 2, Hst_Filesystem::Hst_Open_Read)
-                         .Image(Fnd_Detail_Normal, 0, 1)),
-              "Host_Interface.Hst_Sys_Call_Error.141:   Errno: 5  Str: a  Str1: b  Num: 1  Num1: 2");
-    EXPECT_EQ(Narrow(Fnd_Array_Constraint_Error(255, 256).Image(Fnd_Detail_Normal, 0, 1)),
+    EXPECT_EQ(Normal(Hst_Process_Error(2, 9, u"prog")),
+              "<UNKNOWN> Host_Interface.Hst_Process_Error.2: 9");
+    EXPECT_EQ(
+        Plain(Hst_Sys_Call_Error(141, EIO, u"a", u"b", 1, 2, Hst_Filesystem::Hst_Open_Read)),
+        "Host_Interface.Hst_Sys_Call_Error.141:   Errno: 5  Str: a  Str1: b  Num: 1  Num1: 2");
+    EXPECT_EQ(Plain(Fnd_Array_Constraint_Error(255, 256)),
               "Abstract_Types.Fnd_Array_Constraint_Error.0: ");
-    EXPECT_EQ(Narrow(Fnd_Assertion_Message(203, u"Hst_Process").Image(Fnd_Detail_Normal, 0, 1)),
+    EXPECT_EQ(Plain(Fnd_Assertion_Message(203, u"Hst_Process")),
               "Base.Fnd_Assertion_Message.203: ");
-    EXPECT_EQ(Narrow(Tio_Abort_Operation(Fnd_Error_Msg, u"***", u"x", 1).Image(Fnd_Detail_Normal, 0, 1)),
+    EXPECT_EQ(Plain(Tio_Abort_Operation(Fnd_Error_Msg, u"***", u"x", 1)),
               "Input_Output.Tio_Abort_Operation.0: ");
 }
 
-TEST_F(Error_Image_Test, MessageIdErrorThreeAsksForTheSessionSwitch) {
+TEST_F(Error_Image_Test, MessageIdVaultlineTextAndEdutilDefaultTexts) {
+    // Message id error 3 asks for the session switch.
     EXPECT_EQ(Normal(Fnd_Message_Id_Error(3)),
               "*** the message context has not been specified; check your session switch");
     EXPECT_EQ(Normal(Fnd_Message_Id_Error(3, u"ZT_CONTEXT")),
               "*** the message context has not been specified; check ZT_CONTEXT");
     EXPECT_EQ(Narrow(Fnd_Message_Id_Error(1, u"a", u"b").Info(u"other", Fnd_Detail_Default)),
               "a;b");
-}
-
-TEST_F(Error_Image_Test, VaultlineAndTextErrors) {
     EXPECT_EQ(Normal(Fnd_Vaultline_Error(7, u"vault down")),
               "*** Base.Fnd_Vaultline_Error.7: image vault down");
     EXPECT_EQ(Normal(Utl_Text_Error(u"plain words")), "*** plain words");
     EXPECT_EQ(Normal(Utl_Text_Error(u"first", u"")), "*** first");
     EXPECT_EQ(Narrow(Utl_Text_Error(u"first", u"second").Image(Fnd_Detail_Alternate, 0, 1)),
               "second");
-}
-
-TEST_F(Error_Image_Test, EdutilErrorFillsItsImageOnlyAtLevelTwo) {
+    // The edutil error fills its image only at level 2.
     Utl_Edutil_Error error(104, u"settings", u"notes", 7);
     EXPECT_EQ(Narrow(error.Image(Fnd_Detail_Default, 0, 1)),
               "Editor_Utilities.Utl_Edutil_Error.104: image  Str1: settings Str2: notes Num: 7");
-    EXPECT_EQ(Narrow(error.Image(Fnd_Detail_Normal, 0, 1)),
-              "Editor_Utilities.Utl_Edutil_Error.104: image ");
+    EXPECT_EQ(Plain(error), "Editor_Utilities.Utl_Edutil_Error.104: image ");
 }
 
 TEST_F(Error_Image_Test, FilesystemErrorTemplate) {
@@ -95,11 +97,10 @@ TEST_F(Error_Image_Test, FilesystemErrorTemplate) {
               "*** Host_Interface.Hst_Filesystem_Error.4: path /etc/x; path_length 6; mode 0; "
               "condition ; errno Permission denied; length 0");
     Hst_Filesystem_Error nested(10, Fnd_Sys_Call_Error(u"mkdir", EEXIST, u"", 0));
-    EXPECT_EQ(Narrow(nested.Info(u"detail", Fnd_Detail_Normal)),
-              "syscall: mkdir\nerrno: File exists");
+    EXPECT_EQ(Info(nested, u"detail"), "syscall: mkdir\nerrno: File exists");
     Hst_Filesystem_Error mode(16, u"f", Hst_Filesystem::Hst_Open_Write, EACCES);
-    EXPECT_EQ(Narrow(mode.Info(u"imode", Fnd_Detail_Normal)), "2");
-    EXPECT_EQ(Narrow(Hst_Filesystem_Error(7, 100L, u"p").Info(u"length", Fnd_Detail_Normal)), "100");
+    EXPECT_EQ(Info(mode, u"imode"), "2");
+    EXPECT_EQ(Info(Hst_Filesystem_Error(7, 100L, u"p"), u"length"), "100");
 }
 
 // ---- Catalog templates receive the fields
@@ -139,9 +140,9 @@ TEST_F(Error_Image_Test, CatalogTemplatesReceiveEveryField) {
               "!!! [Fnd_Warning_Msg] [!!!] [disk low] [!!! disk low]");
     EXPECT_EQ(Normal(Hst_Process_Error(6, EPIPE, u"x")), "!!! 32 x Broken pipe");
     EXPECT_EQ(Normal(Hst_Filesystem_Error(5, 04755UL, 02640UL)), "*** rwsr-xr-x rw-r-S--- none");
-    EXPECT_EQ(Normal(Hst_Sys_Call_Error(2, ENOENT, u"/a", u"/b", 3, 4,
-                                        Hst_Filesystem::Hst_Open_Write)),
-              "*** /a /b 3 4 write No such file or directory");
+    EXPECT_EQ(
+        Normal(Hst_Sys_Call_Error(2, ENOENT, u"/a", u"/b", 3, 4, Hst_Filesystem::Hst_Open_Write)),
+        "*** /a /b 3 4 write No such file or directory");
 
     Fnd_String long_path;
     for (int i = 0; i < 2000; ++i) long_path.Append(Fnd_Char(u'a' + i % 26));
@@ -193,12 +194,12 @@ TEST(Error_Classes, MessagesHaveNoHash) {
                 "hash\n$");
 }
 
-TEST(Error_Classes, SysCallErrorPlaceholdersShowWhatWasBeingDone) {
+TEST_F(Error_Image_Test, SysCallErrorPlaceholdersShowWhatWasBeingDone) {
     Fnd_Sys_Call_Error error(u"connect", ECONNREFUSED, u"", 4);
     error.Set_Doing(u"socket interface");
-    EXPECT_EQ(Narrow(error.Info(u"what", Fnd_Detail_Normal)), "socket interface ");
-    EXPECT_EQ(Narrow(error.Info(u"path", Fnd_Detail_Normal)), "socket interface");
-    EXPECT_EQ(Narrow(Fnd_Sys_Call_Error().Info(u"what", Fnd_Detail_Normal)), "");
+    EXPECT_EQ(Info(error, u"what"), "socket interface ");
+    EXPECT_EQ(Info(error, u"path"), "socket interface");
+    EXPECT_EQ(Info(Fnd_Sys_Call_Error(), u"what"), "");
 }
 
 // ---- Errno tests

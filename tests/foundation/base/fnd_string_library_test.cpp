@@ -36,9 +36,8 @@ TEST_F(FndStringLibrary, CompareOrdersByUnitsAndHonoursTruncation) {
     EXPECT_EQ(Lib::Collate(truncated, Fnd_String(u"abc")), Fnd_Greater);  // the buffers
 }
 
-TEST_F(FndStringLibrary, CaseMappingSizesFromTheNeededLength) {
-    EXPECT_EQ(Text(Lib::To_Lower(Fnd_String(u"\u0130\u0130\u0130"))),
-              u"i\u0307i\u0307i\u0307");
+TEST_F(FndStringLibrary, CaseMappingSizesFromTheNeededLengthAndFollowsTheLocale) {
+    EXPECT_EQ(Text(Lib::To_Lower(Fnd_String(u"\u0130\u0130\u0130"))), u"i\u0307i\u0307i\u0307");
     EXPECT_EQ(Text(Lib::To_Upper(Fnd_String(u"\u00DF\u00DF"))), u"SSSS");
     EXPECT_EQ(Text(Lib::Ignore_Case(Fnd_String(u"MiXeD"))), u"mixed");
     Fnd_String title(u"hello wide world");
@@ -47,20 +46,19 @@ TEST_F(FndStringLibrary, CaseMappingSizesFromTheNeededLength) {
     Fnd_String empty;
     Lib::To_Upper(empty);
     EXPECT_TRUE(empty.Is_Empty());
-}
 
-TEST_F(FndStringLibrary, CaseMappingFollowsTheDefaultLocale) {
+    // The default locale decides.
     UErrorCode status = U_ZERO_ERROR;
     uloc_setDefault("tr", &status);
     const Fnd_String lower = Lib::To_Lower(Fnd_String(u"I"));
     const Fnd_String upper = Lib::To_Upper(Fnd_String(u"i"));
     uloc_setDefault("nl", &status);
-    Fnd_String title(u"ijssel");
-    Lib::Capitalize(title);
+    Fnd_String dutch(u"ijssel");
+    Lib::Capitalize(dutch);
     uloc_setDefault("en_US", &status);
     EXPECT_EQ(Text(lower), u"\u0131");
     EXPECT_EQ(Text(upper), u"\u0130");
-    EXPECT_EQ(Text(title), u"IJssel");
+    EXPECT_EQ(Text(dutch), u"IJssel");
 }
 
 TEST_F(FndStringLibrary, MatchNeedsTheWholeText) {
@@ -72,7 +70,7 @@ TEST_F(FndStringLibrary, MatchNeedsTheWholeText) {
 
 // ---- Environment
 
-TEST_F(FndStringLibrary, EnvironmentRoundTrip) {
+TEST_F(FndStringLibrary, EnvironmentRoundTripBooleanVariablesAndErrorText) {
     Fnd_String value(u"unchanged");
     unsetenv("FND_LIB_TEST_VAR");
     EXPECT_EQ(Lib::Get_Environment(Fnd_String(u"FND_LIB_TEST_VAR"), value), 0);
@@ -87,9 +85,8 @@ TEST_F(FndStringLibrary, EnvironmentRoundTrip) {
     setenv("FND_LIB_TEST_VARX", "1", 1);
     Lib::Unset_Variable(u"FND_LIB_TEST_VAR");
     EXPECT_STREQ(getenv("FND_LIB_TEST_VARX"), "1");
-}
 
-TEST_F(FndStringLibrary, BooleanVariablesAndTheSystemErrorText) {
+    // Boolean variables and the system error text.
     setenv("FND_LIB_EMPTY", "", 1);
     setenv("FND_LIB_OFF", "Off", 1);
     setenv("FND_LIB_NUMBER", "7", 1);
@@ -100,7 +97,6 @@ TEST_F(FndStringLibrary, BooleanVariablesAndTheSystemErrorText) {
     EXPECT_EQ(Lib::Get_Boolean_Variable(Fnd_String(u"FND_LIB_UNSET"), 0), 0);
     EXPECT_EQ(Text(Lib::Error_Message(ENOENT)), u"No such file or directory");
 }
-
 
 // ---- Numbers and values
 
@@ -128,9 +124,10 @@ TEST_F(FndStringLibrary, ToStringByBase) {
     const struct {
         long Value, Base, Prefix;
         const char16_t* Text;
-    } cases[] = {{255, 16, 1, u"0XFF"}, {255, 16, 0, u"FF"},  {255, 8, 1, u"0377"},
-                 {255, 8, 0, u"377"},   {255, 7, 1, u"255"},  // other bases: decimal
-                 {LONG_MIN, 10, 0, u"-9223372036854775808"}};
+    } cases[] = {// other bases than 8 and 16: decimal
+                 {255, 16, 1, u"0XFF"}, {255, 16, 0, u"FF"},
+                 {255, 8, 1, u"0377"},  {255, 8, 0, u"377"},
+                 {255, 7, 1, u"255"},   {LONG_MIN, 10, 0, u"-9223372036854775808"}};
     for (const auto& c : cases)
         EXPECT_EQ(Text(Lib::To_String(c.Value, c.Base, c.Prefix)), c.Text) << c.Base;
     Fnd_String out(u"x=");
@@ -166,26 +163,25 @@ TEST_F(FndStringLibrary, PresentationOfTimes) {
     EXPECT_EQ(Text(Lib::To_Ctime(local)), u"Fri Jan  1 01:02:03 1971\n");
 }
 
-TEST_F(FndStringLibrary, BooleansFromWordsAndNumbers) {
+TEST_F(FndStringLibrary, BooleansFromWordsAndNumbersAndTheIteratorOverThem) {
     struct Case {
         const Code_Unit* Text;
         long Value;
         long Valid;
     };
     const Case cases[] = {
-        {u"ON", 1, 1},   {u"yes", 1, 1}, {u"True", 1, 1}, {u"off", 0, 1},
-        {u"No", 0, 1},   {u"0", 0, 1},   {u"-1", 0, 1},   {u"2x", 1, 1},
+        {u"ON", 1, 1},   {u"yes", 1, 1},   {u"True", 1, 1}, {u"off", 0, 1},
+        {u"No", 0, 1},   {u"0", 0, 1},     {u"-1", 0, 1},   {u"2x", 1, 1},
         {u"0x10", 1, 1}, {u"maybe", 0, 0}, {u"", 0, 0},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(&c - cases);
         long value = -5, valid = -5;
         Lib::Get_Boolean(Fnd_String(c.Text), value, valid);
-        EXPECT_EQ(value, c.Value) << std::string(c.Text, c.Text + std::u16string(c.Text).size());
-        EXPECT_EQ(valid, c.Valid) << std::string(c.Text, c.Text + std::u16string(c.Text).size());
+        EXPECT_EQ(value, c.Value);
+        EXPECT_EQ(valid, c.Valid);
     }
-}
-
-TEST_F(FndStringLibrary, ToBooleanMovesOnlyOverAValidToken) {
+    // To_Boolean moves only over a valid token.
     Fnd_String text(u"  on rest");
     Const_Fnd_String_Iterator end;
     EXPECT_EQ(Lib::To_Boolean(Const_Fnd_String_Iterator(&text), &end), 1);
@@ -245,8 +241,8 @@ TEST_F(FndStringLibrary, QuotedTokens) {
         const char16_t* Token;
         long Next;  // where the iterator stands afterwards
     } cases[] = {
-        {u" \"a b\"c d", 0, u"a b", 6},             // behind the closing quote
-        {u"x=\"a b\" rest", 0, u"x=\"a b\"", 7},   // quotes inside a token stay
+        {u" \"a b\"c d", 0, u"a b", 6},           // behind the closing quote
+        {u"x=\"a b\" rest", 0, u"x=\"a b\"", 7},  // quotes inside a token stay
         {u"\"a\\\"b\" z", 1, u"a\\\"b", 6},
         {u"\"never closed", 0, u"never closed", 13},
         {u"ends\\", 1, u"ends\\", 5},
@@ -284,9 +280,9 @@ TEST_F(FndStringLibrary, IdentifiersTailsAndSlices) {
     EXPECT_EQ(Text(Lib::Slice(text, 2, 5)), u"name");
     EXPECT_TRUE(Lib::Slice(text, 5, 2).Is_Empty());
     EXPECT_EQ(Text(Lib::Slice(text, 14, 99)), u"= 3");
-    EXPECT_EQ(Text(Lib::Slice(Const_Fnd_String_Iterator(&text, 2),
-                              Const_Fnd_String_Iterator(&text, 3))),
-              u"na");
+    EXPECT_EQ(
+        Text(Lib::Slice(Const_Fnd_String_Iterator(&text, 2), Const_Fnd_String_Iterator(&text, 3))),
+        u"na");
     Fnd_String padded(u"  pad  ");
     Lib::Strip(padded);
     EXPECT_EQ(Text(padded), u"pad");
@@ -372,9 +368,8 @@ TEST_F(FndStringLibrary, RemoveEscapes) {
     EXPECT_EQ(Text(Lib::Remove_Escapes(Fnd_String(u"a\\\\n"), 0)), u"a\\\\n");
     EXPECT_EQ(Text(Lib::Remove_Escapes(Fnd_String(u"end\\"), 1)), u"end\\");
     EXPECT_EQ(Text(Lib::Remove_Escapes(Fnd_String(u"\\0x"), 1)), std::u16string(u"\0x", 2));
-}
 
-TEST_F(FndStringLibrary, RemoveEscapesWithAMap) {
+    // With a map of where the escapes stood.
     Fnd_String text(u"a\\<b>\\n");
     Fnd_String map;
     Lib::Remove_Escapes(text, map, Lib::Esc());
@@ -416,9 +411,8 @@ TEST_F(FndStringLibrary, Quoting) {
     const struct {
         const char16_t *Input, *Printable;
         long Force;
-    } cases[] = {{u"abc", u"abc", 0},          {u"a b", u"\"a b\"", 0},
-                 {u"", u"\"\"", 0},            {u"x\ny", u"\"x\\ny\"", 0},
-                 {u"q\"q", u"\"q\"\"q\"", 0}, {u"abc", u"\"abc\"", 1}};
+    } cases[] = {{u"abc", u"abc", 0},        {u"a b", u"\"a b\"", 0},     {u"", u"\"\"", 0},
+                 {u"x\ny", u"\"x\\ny\"", 0}, {u"q\"q", u"\"q\"\"q\"", 0}, {u"abc", u"\"abc\"", 1}};
     for (const auto& c : cases) {
         Fnd_String text(c.Input);
         Lib::Make_Printable(text, c.Force);
