@@ -15,6 +15,7 @@
 #include "foundation/host/hst_errors.h"
 #include "foundation/host/hst_socket.h"
 #include "tests/foundation/host/hst_process_test_support.h"
+#include "tests/support/ztint_captured_fd.h"
 
 using namespace process_test;
 using message_test::Narrow;
@@ -82,13 +83,12 @@ const Hst_Sys_Call_Error* Sys_Call_Error_In(const Fnd_Condition& Condition) {
 }
 
 // The text number and errno of the system call failure in Condition: "161 errno 2".
-std::string Sys_Error(const Fnd_Condition& Condition) {
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(Condition);
-    if (!error) return "none: " + Text_Of(Condition);
-    return std::to_string(error->Text_Number()) + " errno " + std::to_string(error->Get_Errno());
-}
 std::string Sys(int Text, int Error) {
     return std::to_string(Text) + " errno " + std::to_string(Error);
+}
+std::string Sys_Error(const Fnd_Condition& Condition) {
+    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(Condition);
+    return error ? Sys(error->Text_Number(), error->Get_Errno()) : "none: " + Text_Of(Condition);
 }
 
 // Calls Done every millisecond until it is true or 20 seconds have passed.
@@ -96,10 +96,6 @@ template <class Check>
 void Poll(Check Done) {
     const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (!Done() && std::chrono::steady_clock::now() < give_up) ::usleep(1000);
-}
-
-const Hst_Process_Error* Process_Error_On_Top(const Fnd_Condition& Condition) {
-    return Hst_Process_Error::Convert(Condition.Get_Error());
 }
 
 // The descriptors above 2 that the shell running the test script holds, found without
@@ -160,11 +156,10 @@ struct Fork_Hooks {
 
 // ---- Ends of a program
 
-TEST_F(Hst_Process_Test, AProgramsExitCodeIsItsStatusAndNoFailure) {
+TEST_F(Hst_Process_Test, AnExitCodeIsTheStatusASignalOrNoProgramAFailure) {
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exit 3", nullptr};
     for (long vfork : {0L, 1L}) {
-        Options with{.Use_Vfork = vfork};
-        Outcome outcome = Start(argv, with);
+        Outcome outcome = Start(argv, {.Use_Vfork = vfork});
         EXPECT_EQ(outcome.Ok, 1);
         EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
         EXPECT_EQ(outcome.Exit_Status, 3);
@@ -175,55 +170,45 @@ TEST_F(Hst_Process_Test, AProgramsExitCodeIsItsStatusAndNoFailure) {
     Outcome outcome = Start(bare);
     EXPECT_FALSE(outcome.Condition.Failed());
     EXPECT_EQ(outcome.Exit_Status, 0);
-}
 
-TEST_F(Hst_Process_Test, NoArgumentsIsAFailureAndStartsNothing) {
-    Outcome outcome = Start(nullptr);
-    EXPECT_EQ(outcome.Ok, 0);
-    const Hst_Process_Error* error = Process_Error_On_Top(outcome.Condition);
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Text_Number(), 1);
-    EXPECT_EQ(Text_Of(outcome.Condition), "no program was given to run");
-}
-
-TEST_F(Hst_Process_Test, AChildKilledByASignalIsAFailureNamedForTheProgram) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"kill -9 $$", nullptr};
-    Outcome outcome = Start(argv);
+    const Code_Unit* killed[] = {u"/bin/sh", u"-c", u"kill -9 $$", nullptr};
+    outcome = Start(killed);
     EXPECT_EQ(outcome.Ok, 0);
     EXPECT_EQ(outcome.Pid, 0);
     EXPECT_EQ(outcome.Exit_Status, 9);
-    const Hst_Process_Error* top = Process_Error_On_Top(outcome.Condition);
+    const Hst_Process_Error* top = Hst_Process_Error::Convert(outcome.Condition.Get_Error());
     ASSERT_NE(top, nullptr) << Text_Of(outcome.Condition);
     EXPECT_EQ(top->Text_Number(), 5);
     EXPECT_EQ(Text_Of(outcome.Condition),
               "the program /bin/sh failed\nthe child process ended by signal 9");
+
+    outcome = Start(nullptr);
+    EXPECT_EQ(outcome.Ok, 0);
+    top = Hst_Process_Error::Convert(outcome.Condition.Get_Error());
+    ASSERT_NE(top, nullptr);
+    EXPECT_EQ(top->Text_Number(), 1);
+    EXPECT_EQ(Text_Of(outcome.Condition), "no program was given to run");
 }
 
-TEST_F(Hst_Process_Test, AMissingProgramAfterForkEndsWithErrnoAndReportsOnItsStreams) {
+TEST_F(Hst_Process_Test, AMissingProgramEndsTheChildWithErrnoAfterVforkTheParentHears) {
     const Code_Unit* argv[] = {u"/no/such/program", nullptr};
-    Outcome outcome;
-    const std::string said = Output_Of(argv, Options(), &outcome);
-    // The parent learns it from the exit status alone.
-    EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
-    EXPECT_EQ(outcome.Exit_Status, ENOENT);
-    // One line through the log stream, with the prefix of an error, and the image of
-    // the condition on the error stream.
     const std::string text =
         "cannot run the program /no/such/program: " + std::string(strerror(ENOENT));
+    // After fork the parent learns it from the exit status alone; the child writes one line
+    // through the log stream, with the prefix of an error, and the condition on its error stream.
+    Outcome outcome;
+    const std::string said = Output_Of(argv, Options(), &outcome);
+    EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
+    EXPECT_EQ(outcome.Exit_Status, ENOENT);
     EXPECT_NE(said.find("*** " + text + "\n"), std::string::npos) << said;
     EXPECT_NE(said.find("\n" + text + "\n"), std::string::npos) << said;
-}
 
-TEST_F(Hst_Process_Test, AMissingProgramAfterVforkReachesTheParentsCondition) {
-    const Code_Unit* argv[] = {u"/no/such/program", nullptr};
     Options with{.Use_Vfork = 1};
-    Outcome outcome = Start(argv, with);
+    outcome = Start(argv, with);
     EXPECT_EQ(outcome.Ok, 0);
     EXPECT_EQ(outcome.Exit_Status, ENOENT);
     EXPECT_EQ(Sys_Error(outcome.Condition), Sys(161, ENOENT));
-    EXPECT_EQ(Text_Of(outcome.Condition),
-              "the program /no/such/program failed\ncannot run the program /no/such/program: " +
-                  std::string(strerror(ENOENT)));
+    EXPECT_EQ(Text_Of(outcome.Condition), "the program /no/such/program failed\n" + text);
 
     // Without a wait the failure is there all the same, and no child is left.
     with.Wait = 0;
@@ -233,14 +218,18 @@ TEST_F(Hst_Process_Test, AMissingProgramAfterVforkReachesTheParentsCondition) {
     EXPECT_GT(outcome.Pid, 0);
     int status = -1, signaled = -1;
     Fnd_Condition cond;
-    long pid = outcome.Pid;
-    EXPECT_EQ(Hst_Process::Wait(pid, status, signaled, cond), 1);
+    EXPECT_EQ(Hst_Process::Wait(outcome.Pid, status, signaled, cond), 1);
     EXPECT_EQ(status, ENOENT);
 }
 
-TEST_F(Hst_Process_Test, AFailingHookStopsTheProgramAndTheChildEndsWith255) {
-    Options with{.Pre_Exec = Failing_Hook, .Use_Vfork = 1};  // the hook rules vfork out
+TEST_F(Hst_Process_Test, AHookRunsInTheChildBeforeExecAndAFailingOneEndsItWith255) {
+    Options with{.Pre_Exec = Exporting_Hook, .Data = const_cast<char*>("from the hook")};
     Outcome outcome;
+    EXPECT_EQ(Shell_Output("echo \"$HOOKED\"", with, &outcome), "from the hook\n");
+    EXPECT_FALSE(outcome.Condition.Failed());
+    EXPECT_EQ(getenv("HOOKED"), nullptr);
+
+    with = {.Pre_Exec = Failing_Hook, .Use_Vfork = 1};  // the hook rules vfork out
     const std::string said = Shell_Output("echo ran", with, &outcome);
     EXPECT_FALSE(outcome.Condition.Failed());
     EXPECT_EQ(outcome.Exit_Status, 255);
@@ -249,17 +238,9 @@ TEST_F(Hst_Process_Test, AFailingHookStopsTheProgramAndTheChildEndsWith255) {
         << said;
 }
 
-TEST_F(Hst_Process_Test, AHookRunsInTheChildBeforeExecWithItsData) {
-    Options with{.Pre_Exec = Exporting_Hook, .Data = const_cast<char*>("from the hook")};
-    Outcome outcome;
-    EXPECT_EQ(Shell_Output("echo \"$HOOKED\"", with, &outcome), "from the hook\n");
-    EXPECT_FALSE(outcome.Condition.Failed());
-    EXPECT_EQ(getenv("HOOKED"), nullptr);
-}
-
 // ---- The child's setting
 
-TEST_F(Hst_Process_Test, TheThreeStandardDescriptorsAreRedirected) {
+TEST_F(Hst_Process_Test, TheStandardDescriptorsAreRedirected) {
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"read x; echo out:$x; echo err:$x >&2",
                                nullptr};
     for (long vfork : {0L, 1L}) {
@@ -278,13 +259,8 @@ TEST_F(Hst_Process_Test, TheThreeStandardDescriptorsAreRedirected) {
         EXPECT_EQ(Read_All(err.Read.Get()), "err:hello\n");
         // The parent's descriptors are its own still.
         EXPECT_GE(::fcntl(in.Read.Get(), F_GETFD), 0);
-    }
-}
-
-TEST_F(Hst_Process_Test, OneDescriptorForOutputAndErrorServesBoth) {
-    for (long vfork : {0L, 1L}) {
-        Options with{.Use_Vfork = vfork};
-        EXPECT_EQ(Shell_Output("echo a; echo b >&2; echo c", with), "a\nb\nc\n") << vfork;
+        // One descriptor for output and error serves both.
+        EXPECT_EQ(Shell_Output("echo a; echo b >&2; echo c", {.Use_Vfork = vfork}), "a\nb\nc\n");
     }
 }
 
@@ -296,8 +272,7 @@ TEST_F(Hst_Process_Test, StandardDescriptorsLeftAloneSurviveExecEvenWhenCloseOnE
     ASSERT_EQ(::fcntl(1, F_SETFD, FD_CLOEXEC), 0);
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"echo inherited", nullptr};
     Outcome fork_outcome = Start(argv);
-    Options vfork{.Use_Vfork = 1};
-    Outcome vfork_outcome = Start(argv, vfork);
+    Outcome vfork_outcome = Start(argv, {.Use_Vfork = 1});
     // The parent's own flag is untouched: only the child cleared it.
     const bool parent_flag = Close_On_Exec(1);
     ::dup2(saved, 1);
@@ -321,9 +296,9 @@ TEST_F(Hst_Process_Test, AChildInheritsNoDescriptorOfTheLibrary) {
     for (long vfork : {0L, 1L}) {
         SCOPED_TRACE(vfork);
         const std::set<int> allowed = Inheritable_Descriptors();
-        Options with{.Use_Vfork = vfork};
         Outcome outcome;
-        const std::set<int> held = Numbers(Shell_Output(List_Descriptors, with, &outcome));
+        const std::set<int> held =
+            Numbers(Shell_Output(List_Descriptors, {.Use_Vfork = vfork}, &outcome));
         EXPECT_EQ(outcome.Exit_Status, 0);
         for (int fd : held) {
             EXPECT_TRUE(allowed.count(fd)) << "the child holds descriptor " << fd;
@@ -332,7 +307,7 @@ TEST_F(Hst_Process_Test, AChildInheritsNoDescriptorOfTheLibrary) {
     }
 }
 
-TEST_F(Hst_Process_Test, EnvironmentAndWorkingDirectoryAreTheChildsOwn) {
+TEST_F(Hst_Process_Test, EnvironmentAndWorkingDirectoryAreTheChildsOwnAndMustExist) {
     Temp_Dir dir;
     const Fnd_String work_dir = Wide(dir.Path);
     const Code_Unit* envp[] = {u"ZT_PROBE=in the child", u"PATH=/bin:/usr/bin", nullptr};
@@ -342,29 +317,19 @@ TEST_F(Hst_Process_Test, EnvironmentAndWorkingDirectoryAreTheChildsOwn) {
               "in the child\n" + dir.Path + "\nunset\n");
     EXPECT_FALSE(outcome.Condition.Failed());
     EXPECT_EQ(getenv("ZT_PROBE"), nullptr);
-
     // The same directory with vfork.
-    Options vfork{.Work_Dir = work_dir.Data(), .Use_Vfork = 1};
-    EXPECT_EQ(Shell_Output("pwd", vfork), dir.Path + "\n");
-}
+    EXPECT_EQ(Shell_Output("pwd", {.Work_Dir = work_dir.Data(), .Use_Vfork = 1}), dir.Path + "\n");
 
-TEST_F(Hst_Process_Test, AMissingWorkingDirectoryStopsTheChild) {
+    // A missing directory stops the child before its descriptors are redirected: it reports
+    // on the streams it inherited, here files that stand in for the test's own.
     const Fnd_String missing = Wide("/no/such/dir");
-    Options with{.Work_Dir = missing.Data()};
-    Outcome outcome;
-    // The child fails before its descriptors are redirected: it reports on the error
-    // stream it inherited, here a pipe that stands in for the test's own.
-    Test_Pipe inherited;
-    const int saved_out = ::dup(1), saved_err = ::dup(2);
-    ::dup2(inherited.Write.Get(), 1);
-    ::dup2(inherited.Write.Get(), 2);
-    const std::string said = Shell_Output("echo ran", with, &outcome);
-    ::dup2(saved_out, 1);
-    ::dup2(saved_err, 2);
-    ::close(saved_out);
-    ::close(saved_err);
-    inherited.Write.Reset();
-    const std::string reported = Read_All(inherited.Read.Get());
+    with = {.Work_Dir = missing.Data()};
+    std::string said, reported;
+    {
+        ZTInt_Captured_Fd out(1), err(2);
+        said = Shell_Output("echo ran", with, &outcome);
+        reported = out.Bytes() + err.Bytes();
+    }
     EXPECT_EQ(outcome.Exit_Status, 255);
     EXPECT_FALSE(outcome.Condition.Failed());
     EXPECT_EQ(said, "");
@@ -393,9 +358,8 @@ TEST_F(Hst_Process_Test, ANewGroupIsLedByTheChild) {
 TEST_F(Hst_Process_Test, AnArgumentWithoutAFormInTheCharsetEndsTheChildByAssertion) {
     const Code_Unit broken[] = {u'/', u'b', 0xd800, 0};
     const Code_Unit* argv[] = {broken, nullptr};
-    Options with{.Use_Vfork = 1};
     Outcome outcome;
-    EXPECT_NE(Output_Of(argv, with, &outcome).find("Could not argv[0] cvtFromTchar:"),
+    EXPECT_NE(Output_Of(argv, {.Use_Vfork = 1}, &outcome).find("Could not argv[0] cvtFromTchar:"),
               std::string::npos);
     ASSERT_TRUE(outcome.Condition.Failed());
     EXPECT_NE(Text_Of(outcome.Condition).find("ended by signal " + std::to_string(SIGABRT)),
@@ -405,20 +369,20 @@ TEST_F(Hst_Process_Test, AnArgumentWithoutAFormInTheCharsetEndsTheChildByAsserti
 
 // ---- Fork attempts
 
-TEST_F(Hst_Process_Test, AShortageOfProcessesIsRetriedWithGrowingSleepsThenGivenUp) {
-    Fork_Hooks hooks(std::vector<int>(20, EAGAIN));
-    const Code_Unit* argv[] = {u"/bin/true", nullptr};
-    Outcome outcome = Start(argv);
-    EXPECT_EQ(outcome.Ok, 0);
-    EXPECT_EQ(outcome.Pid, 0);
-    EXPECT_EQ(sleeps, (std::vector<long>{1, 1, 1, 2, 2, 2, 3, 3, 3}));
-    EXPECT_EQ(fork_errors.size(), 10u);  // ten attempts in all
-    EXPECT_EQ(Sys_Error(outcome.Condition), Sys(162, EAGAIN));
-    EXPECT_EQ(Text_Of(outcome.Condition), "the program /bin/true failed\ncannot start a process: " +
-                                              std::string(strerror(EAGAIN)));
-}
-
-TEST_F(Hst_Process_Test, InterruptionsAreRetriedAtOnceAndOtherErrorsNotAtAll) {
+TEST_F(Hst_Process_Test, ShortagesAreRetriedWithGrowingSleepsInterruptionsAtOnceOthersNot) {
+    {
+        Fork_Hooks hooks(std::vector<int>(20, EAGAIN));
+        const Code_Unit* argv[] = {u"/bin/true", nullptr};
+        Outcome outcome = Start(argv);
+        EXPECT_EQ(outcome.Ok, 0);
+        EXPECT_EQ(outcome.Pid, 0);
+        EXPECT_EQ(sleeps, (std::vector<long>{1, 1, 1, 2, 2, 2, 3, 3, 3}));
+        EXPECT_EQ(fork_errors.size(), 10u);  // ten attempts in all
+        EXPECT_EQ(Sys_Error(outcome.Condition), Sys(162, EAGAIN));
+        EXPECT_EQ(Text_Of(outcome.Condition),
+                  "the program /bin/true failed\ncannot start a process: " +
+                      std::string(strerror(EAGAIN)));
+    }
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exit 4", nullptr};
     {
         Fork_Hooks hooks({EINTR, EINTR, ENOMEM, EINTR});
@@ -437,11 +401,10 @@ TEST_F(Hst_Process_Test, InterruptionsAreRetriedAtOnceAndOtherErrorsNotAtAll) {
 
 // ---- Waiting
 
-TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsItself) {
+TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsForItOrAnyChild) {
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"read x; exit 5", nullptr};
     Test_Pipe in(O_CLOEXEC);
-    Options with{.In = in.Read.Get(), .Wait = 0};
-    Outcome outcome = Start(argv, with);
+    Outcome outcome = Start(argv, {.In = in.Read.Get(), .Wait = 0});
     EXPECT_EQ(outcome.Ok, 1);
     EXPECT_EQ(outcome.Exit_Status, 0);
     ASSERT_GT(outcome.Pid, 0);
@@ -466,18 +429,13 @@ TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsItself) {
     // Reaped: a second wait fails.
     EXPECT_EQ(Hst_Process::Wait(pid, status, signaled, cond), 0);
     EXPECT_EQ(Sys_Error(cond), Sys(163, ECHILD));
-}
 
-TEST_F(Hst_Process_Test, AnyChildIsFoundByWaitingForMinusOne) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"kill -TERM $$", nullptr};
-    Options with{.Wait = 0};
-    Outcome outcome = Start(argv, with);
+    // Any child is found by waiting for -1.
+    const Code_Unit* killed[] = {u"/bin/sh", u"-c", u"kill -TERM $$", nullptr};
+    outcome = Start(killed, {.Wait = 0});
     ASSERT_GT(outcome.Pid, 0);
-    long pid = -1;
-    int status = 0, signaled = 0;
-    Fnd_Condition cond;
-    Poll([&] { return Hst_Process::Wait(pid, status, signaled, cond); });
-    EXPECT_EQ(pid, outcome.Pid);
+    Poll([&] { return Hst_Process::Wait(any, status, signaled, cond); });
+    EXPECT_EQ(any, outcome.Pid);
     EXPECT_EQ(signaled, 1);
     EXPECT_EQ(status, SIGTERM);
 }
@@ -581,7 +539,7 @@ TEST_F(Hst_Process_Test, AFunctionRunsInAChildWithRedirectedOutput) {
 
 // ---- Descriptors
 
-TEST_F(Hst_Process_Test, PipesAreCloseOnExecAndTheFlagCanBeChanged) {
+TEST_F(Hst_Process_Test, PipesAreCloseOnExecAndRedirectMovesADescriptorOrClearsItsFlag) {
     int ends[2] = {-1, -1};
     Fnd_Condition cond;
     ASSERT_EQ(Hst_Process::Create_Pipe(ends, cond), 1);
@@ -595,13 +553,10 @@ TEST_F(Hst_Process_Test, PipesAreCloseOnExecAndTheFlagCanBeChanged) {
     // A closed descriptor is no failure here.
     EXPECT_EQ(Hst_Process::Set_Exec(-1, cond), 1);
     EXPECT_FALSE(cond.Failed());
-}
 
-TEST_F(Hst_Process_Test, RedirectMovesADescriptorOrClearsItsFlag) {
-    Test_Pipe pipe(O_CLOEXEC);
-    Fd target(::dup(pipe.Write.Get()));
+    // Redirect moves a descriptor or clears its flag.
+    Fd target(::dup(ends[1]));
     Test_Pipe other(O_CLOEXEC);
-    Fnd_Condition cond;
     // other's write end becomes target; the original is closed.
     const int moved = other.Write.Get();
     EXPECT_EQ(Hst_Process::Redirect(target.Get(), moved, cond, 1), 1);
