@@ -66,6 +66,13 @@ std::string Output_Of(const Code_Unit* const* Argv, Options With, Outcome* Resul
     return Read_All(pipe.Read.Get());
 }
 
+// Runs /bin/sh -c Script.
+Outcome Shell(const char* Script, const Options& With = Options()) {
+    const Fnd_String script = Wide(Script);
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", script.Data(), nullptr};
+    return Start(argv, With);
+}
+
 std::string Shell_Output(const char* Script, Options With, Outcome* Result = nullptr) {
     const Fnd_String script = Wide(Script);
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", script.Data(), nullptr};
@@ -157,9 +164,8 @@ struct Fork_Hooks {
 // ---- Ends of a program
 
 TEST_F(Hst_Process_Test, AnExitCodeIsTheStatusASignalOrNoProgramAFailure) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exit 3", nullptr};
     for (long vfork : {0L, 1L}) {
-        Outcome outcome = Start(argv, {.Use_Vfork = vfork});
+        Outcome outcome = Shell("exit 3", {.Use_Vfork = vfork});
         EXPECT_EQ(outcome.Ok, 1);
         EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
         EXPECT_EQ(outcome.Exit_Status, 3);
@@ -171,8 +177,7 @@ TEST_F(Hst_Process_Test, AnExitCodeIsTheStatusASignalOrNoProgramAFailure) {
     EXPECT_FALSE(outcome.Condition.Failed());
     EXPECT_EQ(outcome.Exit_Status, 0);
 
-    const Code_Unit* killed[] = {u"/bin/sh", u"-c", u"kill -9 $$", nullptr};
-    outcome = Start(killed);
+    outcome = Shell("kill -9 $$");
     EXPECT_EQ(outcome.Ok, 0);
     EXPECT_EQ(outcome.Pid, 0);
     EXPECT_EQ(outcome.Exit_Status, 9);
@@ -241,16 +246,14 @@ TEST_F(Hst_Process_Test, AHookRunsInTheChildBeforeExecAndAFailingOneEndsItWith25
 // ---- The child's setting
 
 TEST_F(Hst_Process_Test, TheStandardDescriptorsAreRedirected) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"read x; echo out:$x; echo err:$x >&2",
-                               nullptr};
     for (long vfork : {0L, 1L}) {
         SCOPED_TRACE(vfork);
         Test_Pipe out(O_CLOEXEC), err(O_CLOEXEC), in(O_CLOEXEC);
         ASSERT_EQ(::write(in.Write.Get(), "hello\n", 6), 6);
         in.Write.Reset();
-        Options with{.In = in.Read.Get(), .Out = out.Write.Get(),
-                     .Err = err.Write.Get(), .Use_Vfork = vfork};
-        Outcome outcome = Start(argv, with);
+        Outcome outcome = Shell("read x; echo out:$x; echo err:$x >&2",
+                                {.In = in.Read.Get(), .Out = out.Write.Get(),
+                                 .Err = err.Write.Get(), .Use_Vfork = vfork});
         EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
         EXPECT_EQ(outcome.Exit_Status, 0);
         out.Write.Reset();
@@ -265,23 +268,22 @@ TEST_F(Hst_Process_Test, TheStandardDescriptorsAreRedirected) {
 }
 
 TEST_F(Hst_Process_Test, StandardDescriptorsLeftAloneSurviveExecEvenWhenCloseOnExec) {
-    Test_Pipe capture;
-    const int saved = ::dup(1);
-    ASSERT_GE(saved, 0);
-    ASSERT_EQ(::dup2(capture.Write.Get(), 1), 1);
-    ASSERT_EQ(::fcntl(1, F_SETFD, FD_CLOEXEC), 0);
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"echo inherited", nullptr};
-    Outcome fork_outcome = Start(argv);
-    Outcome vfork_outcome = Start(argv, {.Use_Vfork = 1});
-    // The parent's own flag is untouched: only the child cleared it.
-    const bool parent_flag = Close_On_Exec(1);
-    ::dup2(saved, 1);
-    ::close(saved);
-    capture.Write.Reset();
+    Outcome fork_outcome, vfork_outcome;
+    bool parent_flag = false;
+    std::string written;
+    {
+        ZTInt_Captured_Fd out(1);
+        ASSERT_EQ(::fcntl(1, F_SETFD, FD_CLOEXEC), 0);
+        fork_outcome = Shell("echo inherited");
+        vfork_outcome = Shell("echo inherited", {.Use_Vfork = 1});
+        // The parent's own flag is untouched: only the child cleared it.
+        parent_flag = Close_On_Exec(1);
+        written = out.Bytes();
+    }
     EXPECT_TRUE(parent_flag);
     EXPECT_EQ(fork_outcome.Exit_Status, 0);
     EXPECT_EQ(vfork_outcome.Exit_Status, 0);
-    EXPECT_EQ(Read_All(capture.Read.Get()), "inherited\ninherited\n");
+    EXPECT_EQ(written, "inherited\ninherited\n");
 }
 
 TEST_F(Hst_Process_Test, AChildInheritsNoDescriptorOfTheLibrary) {
@@ -383,17 +385,16 @@ TEST_F(Hst_Process_Test, ShortagesAreRetriedWithGrowingSleepsInterruptionsAtOnce
                   "the program /bin/true failed\ncannot start a process: " +
                       std::string(strerror(EAGAIN)));
     }
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exit 4", nullptr};
     {
         Fork_Hooks hooks({EINTR, EINTR, ENOMEM, EINTR});
-        Outcome outcome = Start(argv);
+        Outcome outcome = Shell("exit 4");
         EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
         EXPECT_EQ(outcome.Exit_Status, 4);
         EXPECT_EQ(sleeps, (std::vector<long>{1}));
     }
     {
         Fork_Hooks hooks({EPERM});
-        Outcome outcome = Start(argv);
+        Outcome outcome = Shell("exit 4");
         EXPECT_TRUE(sleeps.empty());
         EXPECT_EQ(Sys_Error(outcome.Condition), Sys(162, EPERM));
     }
@@ -402,9 +403,8 @@ TEST_F(Hst_Process_Test, ShortagesAreRetriedWithGrowingSleepsInterruptionsAtOnce
 // ---- Waiting
 
 TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsForItOrAnyChild) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"read x; exit 5", nullptr};
     Test_Pipe in(O_CLOEXEC);
-    Outcome outcome = Start(argv, {.In = in.Read.Get(), .Wait = 0});
+    Outcome outcome = Shell("read x; exit 5", {.In = in.Read.Get(), .Wait = 0});
     EXPECT_EQ(outcome.Ok, 1);
     EXPECT_EQ(outcome.Exit_Status, 0);
     ASSERT_GT(outcome.Pid, 0);
@@ -431,8 +431,7 @@ TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsForItOrAnyChil
     EXPECT_EQ(Sys_Error(cond), Sys(163, ECHILD));
 
     // Any child is found by waiting for -1.
-    const Code_Unit* killed[] = {u"/bin/sh", u"-c", u"kill -TERM $$", nullptr};
-    outcome = Start(killed, {.Wait = 0});
+    outcome = Shell("kill -TERM $$", {.Wait = 0});
     ASSERT_GT(outcome.Pid, 0);
     Poll([&] { return Hst_Process::Wait(any, status, signaled, cond); });
     EXPECT_EQ(any, outcome.Pid);
@@ -441,9 +440,7 @@ TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsForItOrAnyChil
 }
 
 TEST_F(Hst_Process_Test, AWaitWithALimitKillsAChildThatOutlivesIt) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exec sleep 300", nullptr};
-    Options with{.Limit = 100};
-    Outcome outcome = Start(argv, with);
+    Outcome outcome = Shell("exec sleep 300", {.Limit = 100});
     EXPECT_EQ(outcome.Ok, 0);
     EXPECT_EQ(outcome.Pid, 0);
     EXPECT_EQ(Sys_Error(outcome.Condition), Sys(163, ETIMEDOUT));
@@ -452,9 +449,7 @@ TEST_F(Hst_Process_Test, AWaitWithALimitKillsAChildThatOutlivesIt) {
     EXPECT_EQ(errno, ECHILD);
 
     // A child that ends in time is waited for as usual.
-    const Code_Unit* quick[] = {u"/bin/sh", u"-c", u"exit 6", nullptr};
-    with.Limit = 10000;
-    outcome = Start(quick, with);
+    outcome = Shell("exit 6", {.Limit = 10000});
     EXPECT_FALSE(outcome.Condition.Failed());
     EXPECT_EQ(outcome.Exit_Status, 6);
 }
@@ -468,8 +463,7 @@ TEST_F(Hst_Process_Test, AnIgnoredSigchldDoesNotLoseTheExitStatus) {
         ~Restore() { sigaction(SIGCHLD, &Old, nullptr); }
     } restore{host};
 
-    const Code_Unit* quit[] = {u"/bin/sh", u"-c", u"exit 3", nullptr};
-    Outcome outcome = Start(quit);
+    Outcome outcome = Shell("exit 3");
     EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
     EXPECT_EQ(outcome.Exit_Status, 3);
 
@@ -485,9 +479,7 @@ TEST_F(Hst_Process_Test, AnIgnoredSigchldDoesNotLoseTheExitStatus) {
     EXPECT_EQ(after.sa_handler, SIG_IGN);
 
     // Children reaped by the system count as ended, so polling comes to an end.
-    const Code_Unit* argv[] = {u"/bin/true", nullptr};
-    Options with{.Wait = 0};
-    outcome = Start(argv, with);
+    outcome = Shell("exit 0", {.Wait = 0});
     ASSERT_GT(outcome.Pid, 0);
     int status = -1, signaled = -1;
     Poll([&] { return Hst_Process::Terminated(outcome.Pid, status, signaled); });
