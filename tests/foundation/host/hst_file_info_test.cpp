@@ -218,4 +218,6 @@ TEST_F(File_Info, ImageShortFullAndOnOneLine) {
     EXPECT_EQ(Narrow(text), "rw-r--r--");
     EXPECT_EQ(Narrow(Hst_File_Info::Permissions_Image(06750)), "rwsr-s---");
     EXPECT_EQ(Narrow(Hst_File_Info::Permissions_Image(06640)), "rwSr-S---");
+    EXPECT_EQ(Narrow(Hst_File_Info::Permissions_Image(0754)), "rwxr-xr--");
+    EXPECT_EQ(Narrow(Hst_File_Info::Permissions_Image(06711)), "rws--s--x");
 }

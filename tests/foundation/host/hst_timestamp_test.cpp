@@ -35,12 +35,8 @@ int64_t Parsed(const char* Text, const char* Format, long Clear_Time = 0) {
 
 int64_t Utc(int Year, int Month, int Day, int Hour = 0, int Minute = 0, int Second = 0) {
     struct tm time {};
-    time.tm_year = Year - 1900;
-    time.tm_mon = Month - 1;
-    time.tm_mday = Day;
-    time.tm_hour = Hour;
-    time.tm_min = Minute;
-    time.tm_sec = Second;
+    time.tm_year = Year - 1900, time.tm_mon = Month - 1, time.tm_mday = Day;
+    time.tm_hour = Hour, time.tm_min = Minute, time.tm_sec = Second;
     return timegm(&time);
 }
 
