@@ -154,8 +154,10 @@ TEST_F(Hst_Socket_Test, APathThatDoesNotFitIsRefusedAndNeverReachesTheSystem) {
 
 // ---- Calls
 
-TEST_F(Hst_Socket_Test, AUnixDomainConnectionCarriesBytesBothWays) {
+TEST_F(Hst_Socket_Test, AUnixDomainConnectionIsCloseOnExecAndCarriesBytesBothWays) {
     Unix_Pair pair;
+    for (const Fd* end : {&pair.Listener, &pair.Client, &pair.Server})
+        EXPECT_TRUE(Close_On_Exec(end->Get()));
     Fnd_Condition cond;
     Hst_Sockaddr_Un name;
     EXPECT_EQ(Hst_Socket::Getsockname(pair.Listener.Get(), name, cond), 1);
@@ -185,18 +187,7 @@ TEST_F(Hst_Socket_Test, AUnixDomainConnectionCarriesBytesBothWays) {
     Expect_Failure(cond, "unlink", ENOENT);
 }
 
-TEST_F(Hst_Socket_Test, EveryDescriptorIsCloseOnExec) {
-    Unix_Pair pair;
-    EXPECT_TRUE(Close_On_Exec(pair.Listener.Get()));
-    EXPECT_TRUE(Close_On_Exec(pair.Client.Get()));
-    EXPECT_TRUE(Close_On_Exec(pair.Server.Get()));
-    Fnd_Condition cond;
-    Fd inet(Hst_Socket::Socket(AF_INET, SOCK_STREAM, 0, cond));
-    ASSERT_GE(inet.Get(), 0) << Text_Of(cond);
-    EXPECT_TRUE(Close_On_Exec(inet.Get()));
-}
-
-TEST_F(Hst_Socket_Test, ANonBlockingReadWithNothingToReadIsACountOfZeroOnlyWithTheFlag) {
+TEST_F(Hst_Socket_Test, NonBlockingReadsAndWritesThatFindNothingGiveZeroOnlyWithTheFlag) {
     Unix_Pair pair;
     Fnd_Condition cond;
     const int fd = pair.Server.Get();
@@ -220,26 +211,22 @@ TEST_F(Hst_Socket_Test, ANonBlockingReadWithNothingToReadIsACountOfZeroOnlyWithT
 
     EXPECT_EQ(Hst_Socket::Set_Blocking(-1, 1, cond), 0);
     Expect_Failure(cond, "fcntl_getflags", EBADF);
-}
 
-TEST_F(Hst_Socket_Test, AFullNonBlockingSocketWritesNothingWithTheFlagAndFailsWithout) {
-    Unix_Pair pair;
-    Fnd_Condition cond;
-    const int fd = pair.Client.Get();
-    Hst_Socket::Set_Blocking(fd, 0, cond);
+    // A full socket writes nothing with the flag and fails without.
+    Hst_Socket::Set_Blocking(pair.Client.Get(), 0, cond);
     static char block[65536];
-    const void* out = block;
+    out = block;
     long total = 0;
     for (int i = 0; i < 1000; ++i) {
-        const long count = Hst_Socket::Write(fd, out, sizeof block, 1, cond);
+        const long count = Hst_Socket::Write(pair.Client.Get(), out, sizeof block, 1, cond);
         ASSERT_GE(count, 0) << Text_Of(cond);
         ASSERT_FALSE(cond.Failed());
         if (count == 0) break;
         total += count;
     }
     EXPECT_GT(total, 0);
-    EXPECT_EQ(Hst_Socket::Write(fd, out, sizeof block, 1, cond), 0);
-    EXPECT_EQ(Hst_Socket::Write(fd, out, sizeof block, 0, cond), -1);
+    EXPECT_EQ(Hst_Socket::Write(pair.Client.Get(), out, sizeof block, 1, cond), 0);
+    EXPECT_EQ(Hst_Socket::Write(pair.Client.Get(), out, sizeof block, 0, cond), -1);
     Expect_Failure(cond, "write", EAGAIN);
 }
 
@@ -299,7 +286,7 @@ TEST_F(Hst_Socket_Test, FailuresNameTheCallAndTheirTextSaysWhatWasDone) {
     Expect_Failure(cond, "bind", EADDRINUSE);
 }
 
-TEST_F(Hst_Socket_Test, NoDelayIsSetOnATcpSocketAndRefusedOnAUnixOne) {
+TEST_F(Hst_Socket_Test, NoDelayAndTheImageOfATcpSocketNoDelayRefusedOnAUnixOne) {
     Fnd_Condition cond;
     Fd tcp(Hst_Socket::Socket(AF_INET, SOCK_STREAM, 0, cond));
     ASSERT_GE(tcp.Get(), 0);
@@ -318,6 +305,29 @@ TEST_F(Hst_Socket_Test, NoDelayIsSetOnATcpSocketAndRefusedOnAUnixOne) {
     ASSERT_TRUE(cond.Failed());
     EXPECT_EQ(Narrow(Fnd_Sys_Call_Error::Convert(cond.Get_Error())->Get_Operation()),
               "setsockopt_nodelay");
+
+    // The image of a socket is the machine address and the port.
+    Hst_Sockaddr any;
+    any.Set_Sin_Family(AF_INET);
+    ASSERT_EQ(Hst_Socket::Bind(tcp.Get(), any, cond), 1) << Text_Of(cond);
+    Hst_Sockaddr bound;
+    ASSERT_EQ(Hst_Socket::Getsockname(tcp.Get(), bound, cond), 1);
+    EXPECT_NE(bound.Get_Sin_Port(), 0);
+
+    utsname system;
+    ASSERT_EQ(uname(&system), 0);
+    const hostent* host = gethostbyname(system.nodename);
+    ASSERT_NE(host, nullptr) << "the machine name does not resolve here";
+    uint32_t machine = 0;
+    std::memcpy(&machine, host->h_addr_list[0], 4);
+    Fnd_String image(u"stale");
+    Hst_Socket::Get_Image(cond, tcp.Get(), image);
+    EXPECT_FALSE(cond.Failed()) << Text_Of(cond);
+    EXPECT_EQ(Narrow(image), std::to_string(machine) + ":" + std::to_string(bound.Get_Sin_Port()));
+
+    Hst_Socket::Get_Image(cond, -1, image);
+    Expect_Failure(cond, "getsockname", EBADF);
+    EXPECT_TRUE(image.Is_Empty());
 }
 
 TEST_F(Hst_Socket_Test, HostLookUpsGiveTheFirstAddressOrZeros) {
@@ -352,34 +362,6 @@ TEST_F(Hst_Socket_Test, HostLookUpsGiveTheFirstAddressOrZeros) {
     local.Set_Sun_Addr(Fnd_String(u"/tmp/s"));
     Hst_Socket::Get_Machine_Name_Un(local, name);
     EXPECT_TRUE(name.Is_Empty());
-}
-
-TEST_F(Hst_Socket_Test, TheImageOfASocketIsTheMachineAddressAndThePort) {
-    Fnd_Condition cond;
-    Fd tcp(Hst_Socket::Socket(AF_INET, SOCK_STREAM, 0, cond));
-    Hst_Sockaddr any;
-    any.Set_Sin_Family(AF_INET);
-    ASSERT_EQ(Hst_Socket::Bind(tcp.Get(), any, cond), 1) << Text_Of(cond);
-    Hst_Sockaddr bound;
-    ASSERT_EQ(Hst_Socket::Getsockname(tcp.Get(), bound, cond), 1);
-    EXPECT_NE(bound.Get_Sin_Port(), 0);
-
-    utsname system;
-    ASSERT_EQ(uname(&system), 0);
-    const hostent* host = gethostbyname(system.nodename);
-    ASSERT_NE(host, nullptr) << "the machine name does not resolve here";
-    uint32_t machine = 0;
-    std::memcpy(&machine, host->h_addr_list[0], 4);
-
-    Fnd_String image(u"stale");
-    Hst_Socket::Get_Image(cond, tcp.Get(), image);
-    EXPECT_FALSE(cond.Failed()) << Text_Of(cond);
-    EXPECT_EQ(Narrow(image),
-              std::to_string(machine) + ":" + std::to_string(bound.Get_Sin_Port()));
-
-    Hst_Socket::Get_Image(cond, -1, image);
-    Expect_Failure(cond, "getsockname", EBADF);
-    EXPECT_TRUE(image.Is_Empty());
 }
 
 TEST_F(Hst_Socket_Test, WaitingForAConnectionEndsAtItsLimit) {
