@@ -56,7 +56,7 @@ gid_t Foreign_Group() {
 
 }  // namespace
 
-TEST_F(File_Info, ANilRecordHasNoTypeAndNoNames) {
+TEST_F(File_Info, ANilRecordHasNoTypeAndNoNamesAndBlocksAreKilobytesRoundedUp) {
     Hst_File_Info info;
     EXPECT_EQ(info.Is_Nil(), 1);
     EXPECT_EQ(info.File_Type(), Hst_Nil_File_Type);
@@ -67,6 +67,12 @@ TEST_F(File_Info, ANilRecordHasNoTypeAndNoNames) {
     real.Make_Nil();
     EXPECT_EQ(real.Is_Nil(), 1);
     EXPECT_EQ(real == Hst_File_Info(), 1);
+    // Blocks are kilobytes rounded up.
+    const std::pair<off_t, int64_t> sizes[] = {{0, 0}, {1, 1}, {1024, 1}, {1025, 2}, {4096, 4}};
+    for (const auto& [size, blocks] : sizes) {
+        info.Get_Status().st_size = size;
+        EXPECT_EQ(info.Blocks(), blocks) << size;
+    }
 }
 
 TEST_F(File_Info, TypesOfTheFilesOfASystem) {
@@ -96,16 +102,7 @@ TEST_F(File_Info, TypesOfTheFilesOfASystem) {
     EXPECT_EQ(Narrow(Hst_File_Type_Image(9)), "Hst_Nil_File_Type");
 }
 
-TEST_F(File_Info, BlocksAreKilobytesRoundedUp) {
-    Hst_File_Info info;
-    const std::pair<off_t, int64_t> sizes[] = {{0, 0}, {1, 1}, {1024, 1}, {1025, 2}, {4096, 4}};
-    for (const auto& [size, blocks] : sizes) {
-        info.Get_Status().st_size = size;
-        EXPECT_EQ(info.Blocks(), blocks) << size;
-    }
-}
-
-TEST_F(File_Info, AccessUsesTheOwnerTheGroupOrTheOthersBits) {
+TEST_F(File_Info, AccessUsesTheOwnerTheGroupOrTheOthersBitsAndTheFileType) {
     const uid_t me = geteuid(), other = geteuid() + 1;
     // Owner: only the owner's bits count, for the superuser too.
     EXPECT_EQ(Synthetic(me, Foreign_Group(), S_IFREG | 0077).Is_Readable(), 0);
@@ -117,9 +114,8 @@ TEST_F(File_Info, AccessUsesTheOwnerTheGroupOrTheOthersBits) {
     // Others: neither.
     EXPECT_EQ(Synthetic(other, Foreign_Group(), S_IFREG | 0004).Is_Readable(), 1);
     EXPECT_EQ(Synthetic(other, Foreign_Group(), S_IFREG | 0770).Is_Readable(), 0);
-}
 
-TEST_F(File_Info, ExecutableIsForFilesAndSearchableForDirectories) {
+    // Executable is for files, searchable for directories.
     const Hst_File_Info dir = Synthetic(geteuid(), getegid(), S_IFDIR | 0700);
     EXPECT_EQ(dir.Is_Executable(), 0);
     EXPECT_EQ(dir.Is_Searchable(), 1);
