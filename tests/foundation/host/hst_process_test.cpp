@@ -11,8 +11,6 @@
 #include <sstream>
 #include <vector>
 
-#include "foundation/base/fnd_sequence.h"
-#include "foundation/host/hst_errors.h"
 #include "foundation/host/hst_socket.h"
 #include "tests/foundation/host/hst_process_test_support.h"
 #include "tests/support/ztint_captured_fd.h"
@@ -77,25 +75,6 @@ std::string Shell_Output(const char* Script, Options With, Outcome* Result = nul
     const Fnd_String script = Wide(Script);
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", script.Data(), nullptr};
     return Output_Of(argv, With, Result);
-}
-
-const Hst_Sys_Call_Error* Sys_Call_Error_In(const Fnd_Condition& Condition) {
-    if (const Hst_Sys_Call_Error* top = Hst_Sys_Call_Error::Convert(Condition.Get_Error()))
-        return top;
-    // The failures here have one subordinate at each level.
-    Fnd_Sequence* subordinates = Condition.Get_Subordinate();
-    if (!subordinates) return nullptr;
-    const auto* first = Fnd_Condition::Convert(subordinates->Get_First());
-    return first ? Sys_Call_Error_In(*first) : nullptr;
-}
-
-// The text number and errno of the system call failure in Condition: "161 errno 2".
-std::string Sys(int Text, int Error) {
-    return std::to_string(Text) + " errno " + std::to_string(Error);
-}
-std::string Sys_Error(const Fnd_Condition& Condition) {
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(Condition);
-    return error ? Sys(error->Text_Number(), error->Get_Errno()) : "none: " + Text_Of(Condition);
 }
 
 // Calls Done every millisecond until it is true or 20 seconds have passed.

@@ -64,13 +64,6 @@ std::vector<long> Ended_Children(int Count) {
     return pids;
 }
 
-// The text number and errno of the failure on top of Condition: "166 errno 3".
-std::string Sys_Error(const Fnd_Condition& Condition) {
-    const Hst_Sys_Call_Error* error = Hst_Sys_Call_Error::Convert(Condition.Get_Error());
-    if (!error) return "none: " + Text_Of(Condition);
-    return std::to_string(error->Text_Number()) + " errno " + std::to_string(error->Get_Errno());
-}
-
 long seen_status = -1;
 void Veto(int Status, long* Keep_Alive) {
     seen_status = Status;
@@ -109,7 +102,7 @@ TEST_F(Hst_Processes_Test, SignalsEndAProcessOrAGroupAndAGoneOneIsQuietOnRequest
     EXPECT_EQ(Hst_Processes::Terminate_Process(sleeper.Pid, cond, SIGTERM, 1), 1);
     EXPECT_FALSE(cond.Failed());
     EXPECT_EQ(Hst_Processes::Terminate_Process(sleeper.Pid, cond, SIGTERM, 0), 0);
-    EXPECT_EQ(Sys_Error(cond), "166 errno " + std::to_string(ESRCH));
+    EXPECT_EQ(Sys_Error(cond), Sys(166, ESRCH));
     EXPECT_EQ(Text_Of(cond), "cannot send a signal to process " + std::to_string(sleeper.Pid) +
                                  ": " + strerror(ESRCH));
 
@@ -137,7 +130,7 @@ TEST_F(Hst_Processes_Test, PrioritiesAreReadAndSet) {
     sleeper.Hold.Write.Reset();
     sleeper.Reap();
     EXPECT_EQ(Hst_Processes::Set_Priority(sleeper.Pid, 1, cond), 0);
-    EXPECT_EQ(Sys_Error(cond), "168 errno " + std::to_string(ESRCH));
+    EXPECT_EQ(Sys_Error(cond), Sys(168, ESRCH));
 }
 
 TEST_F(Hst_Processes_Test, TerminateAsksTheHookWhichMayVeto) {

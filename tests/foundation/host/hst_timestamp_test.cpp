@@ -75,36 +75,30 @@ TEST_F(Hst_Timestamp_Test, DefaultIsNilComparesBySecondsAndTheCurrentTime) {
 }
 
 TEST_F(Hst_Timestamp_Test, EveryDateAndTimeFormatInGreenwichTimeAndTheSeparatorRules) {
-    EXPECT_EQ(Image(Locale_Date, No_Time), "11/14/23");
-    EXPECT_EQ(Image(Short_Date, No_Time), "Nov 14");
-    EXPECT_EQ(Image(Expanded_Date, No_Time), "November 14, 2023");
-    EXPECT_EQ(Image(Year, No_Time), "2023");
-    EXPECT_EQ(Image(Month_Day_Year, No_Time), "11/14/23");
-    EXPECT_EQ(Image(Day_Month_Year, No_Time), "14-Nov-23");
-    EXPECT_EQ(Image(Year_Month_Day, No_Time), "23/11/14");
-    EXPECT_EQ(Image(Ada_Date, No_Time), "14_11_23");
-    EXPECT_EQ(Image(Month_Day_Full_Year, No_Time), "11/14/2023");
-    EXPECT_EQ(Image(11, No_Time), "14-Nov-2023");
-    EXPECT_EQ(Image(12, No_Time), "");
-    EXPECT_EQ(Image(No_Date, No_Time), "");
-
-    EXPECT_EQ(Image(No_Date, Locale_Time), "22:13:20");
-    EXPECT_EQ(Image(No_Date, Expanded_Time), "10:13:20 PM");
-    EXPECT_EQ(Image(No_Date, Military_Time), "22:13:20");
-    EXPECT_EQ(Image(No_Date, Short_Time), "22:13");
-    EXPECT_EQ(Image(No_Date, Ada_Time), "22_13_20");
-    EXPECT_EQ(Image(No_Date, 7), "");
-    // Only the unnamed date format with military time is joined by a dot.
-    EXPECT_EQ(Image(11, Military_Time), "14-Nov-2023.22:13:20");
-    EXPECT_EQ(Image(Month_Day_Full_Year, Military_Time), "11/14/2023 22:13:20");
-    EXPECT_EQ(Image(11, Short_Time), "14-Nov-2023 22:13");
-    EXPECT_EQ(Image(Ada_Date, Ada_Time), "14_11_23 22_13_20");
-    // The asctime formats stand alone.
-    const std::string asctime = "Tue Nov 14 22:13:20 2023";
-    EXPECT_EQ(Image(Cdate, No_Time), asctime);
-    EXPECT_EQ(Image(Cdate, Short_Time), asctime);
-    EXPECT_EQ(Image(Year, Ctime), asctime);
-    EXPECT_EQ(Image(No_Date, Ctime), asctime);
+    struct Case {
+        long Date, Time;
+        const char* Expected;
+    };
+    const char* const asctime = "Tue Nov 14 22:13:20 2023";
+    const Case cases[] = {
+        {Locale_Date, No_Time, "11/14/23"}, {Short_Date, No_Time, "Nov 14"},
+        {Expanded_Date, No_Time, "November 14, 2023"}, {Year, No_Time, "2023"},
+        {Month_Day_Year, No_Time, "11/14/23"}, {Day_Month_Year, No_Time, "14-Nov-23"},
+        {Year_Month_Day, No_Time, "23/11/14"}, {Ada_Date, No_Time, "14_11_23"},
+        {Month_Day_Full_Year, No_Time, "11/14/2023"}, {11, No_Time, "14-Nov-2023"},
+        {12, No_Time, ""}, {No_Date, No_Time, ""},
+        {No_Date, Locale_Time, "22:13:20"}, {No_Date, Expanded_Time, "10:13:20 PM"},
+        {No_Date, Military_Time, "22:13:20"}, {No_Date, Short_Time, "22:13"},
+        {No_Date, Ada_Time, "22_13_20"}, {No_Date, 7, ""},
+        // Only the unnamed date format with military time is joined by a dot.
+        {11, Military_Time, "14-Nov-2023.22:13:20"},
+        {Month_Day_Full_Year, Military_Time, "11/14/2023 22:13:20"},
+        {11, Short_Time, "14-Nov-2023 22:13"}, {Ada_Date, Ada_Time, "14_11_23 22_13_20"},
+        // The asctime formats stand alone.
+        {Cdate, No_Time, asctime}, {Cdate, Short_Time, asctime},
+        {Year, Ctime, asctime}, {No_Date, Ctime, asctime}};
+    for (const Case& c : cases)
+        EXPECT_EQ(Image(c.Date, c.Time), c.Expected) << c.Date << " " << c.Time;
 }
 
 TEST_F(Hst_Timestamp_Test, LocalImagesAndParsingFollowTheZone) {
