@@ -62,8 +62,6 @@ struct Unix_Pair {
 
 }  // namespace
 
-// ---- Addresses
-
 TEST(Hst_Sockaddr_Test, EqualityLooksAtFamilyPortAndAddress) {
     Hst_Sockaddr a;
     EXPECT_EQ(a.Get_Sin_Family(), 0);
@@ -151,8 +149,6 @@ TEST_F(Hst_Socket_Test, APathThatDoesNotFitIsRefusedAndNeverReachesTheSystem) {
     EXPECT_EQ(address.Set_Sun_Addr(Fnd_String(u"/tmp/s")), 1);
     EXPECT_EQ(address.Path_Error(), 0);
 }
-
-// ---- Calls
 
 TEST_F(Hst_Socket_Test, AUnixDomainConnectionIsCloseOnExecAndCarriesBytesBothWays) {
     Unix_Pair pair;
