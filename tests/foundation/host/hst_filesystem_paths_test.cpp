@@ -47,7 +47,7 @@ std::string Sys(int Text, int Error) {
 Fnd_Condition Dirty() { return Fnd_Condition(Hst_Sys_Call_Error(1, 1)); }
 
 // The error that Call leaves on `condition`, a failed one before it.
-#define ERROR_AFTER(Call) \
+#define AFTER(Call) \
     ([&] { Fnd_Condition condition = Dirty(); Call; return Error_Of(condition); }())
 
 class Filesystem : public ::testing::Test {
@@ -69,7 +69,7 @@ protected:
         for (const Step& step : Steps) {
             SCOPED_TRACE(std::string(step.Name ? step.Name : "<empty>") + " " +
                          std::to_string(step.Flag));
-            EXPECT_EQ(ERROR_AFTER(Do(step.Name ? Path(step.Name) : Fnd_String(), condition,
+            EXPECT_EQ(AFTER(Do(step.Name ? Path(step.Name) : Fnd_String(), condition,
                                      step.Flag)),
                       step.Expected);
         }
@@ -168,10 +168,10 @@ TEST_F(Filesystem, WithoutPermissionMakingADirectoryOrOpeningAFileFails) {
     fs::create_directories(Dir + "/locked/inner");
     chmod((Dir + "/locked/inner").c_str(), 0555);
     // The parent can be searched but not written: the name isn't there.
-    EXPECT_EQ(ERROR_AFTER(Fs::Make_Directory(Path("locked/inner/new"), condition, 0)), "fs 31");
+    EXPECT_EQ(AFTER(Fs::Make_Directory(Path("locked/inner/new"), condition, 0)), "fs 31");
     // The parent cannot even be searched.
     chmod((Dir + "/locked").c_str(), 0);
-    EXPECT_EQ(ERROR_AFTER(Fs::Make_Directory(Path("locked/inner/new"), condition, 0)), "fs 32");
+    EXPECT_EQ(AFTER(Fs::Make_Directory(Path("locked/inner/new"), condition, 0)), "fs 32");
     chmod((Dir + "/locked").c_str(), 0755);
     chmod((Dir + "/locked/inner").c_str(), 0755);
 }
@@ -190,7 +190,7 @@ TEST_F(Filesystem, DeletingFilesLinksAndDirectories) {
          {"sub/inner", 0, "fs 102"}, {nullptr, 0, "fs 102"}, {"plain", 0, "fs 101"}});
 
     symlink("nowhere", (Dir + "/link").c_str());
-    EXPECT_EQ(ERROR_AFTER(Fs::Delete_Symbolic_Link(Path("link"), condition, 0)), "ok");
+    EXPECT_EQ(AFTER(Fs::Delete_Symbolic_Link(Path("link"), condition, 0)), "ok");
     EXPECT_FALSE(fs::is_symlink(Dir + "/link"));
 }
 
@@ -213,7 +213,7 @@ TEST_F(Filesystem, ExistsAndWhenInDoubt) {
 
 TEST_F(Filesystem, OpeningDescriptorsCloseOnExec) {
     int fd = 5;
-    EXPECT_EQ(ERROR_AFTER(Fs::Open_File(Path("new"), Fs::Hst_Open_None, condition, fd, 0)), "ok");
+    EXPECT_EQ(AFTER(Fs::Open_File(Path("new"), Fs::Hst_Open_None, condition, fd, 0)), "ok");
     EXPECT_EQ(fd, -1);
 
     Fnd_Condition condition;
@@ -222,16 +222,16 @@ TEST_F(Filesystem, OpeningDescriptorsCloseOnExec) {
     EXPECT_EQ(Error_Of(condition), "sys 2 errno 2");
     EXPECT_EQ(Hst_Sys_Call_Error::Convert(condition.Get_Error())->Mode, Fs::Hst_Open_Read);
 
-    EXPECT_EQ(ERROR_AFTER(Fs::Open_File(Path("new"), Fs::Hst_Open_Write, condition, fd,
+    EXPECT_EQ(AFTER(Fs::Open_File(Path("new"), Fs::Hst_Open_Write, condition, fd,
                                         Fs::Hst_Open_Create | Fs::Hst_Open_Truncate)),
               "ok");
     ASSERT_GE(fd, 0);
     EXPECT_TRUE(Close_On_Exec(fd));
     EXPECT_EQ(Fs::Write(fd, "abc", 3, condition), 3);
-    EXPECT_EQ(ERROR_AFTER(Fs::Close_File(fd, condition)), "ok");
-    EXPECT_EQ(ERROR_AFTER(Fs::Close_File(fd, condition)), Sys(5, EBADF));
+    EXPECT_EQ(AFTER(Fs::Close_File(fd, condition)), "ok");
+    EXPECT_EQ(AFTER(Fs::Close_File(fd, condition)), Sys(5, EBADF));
 
-    EXPECT_EQ(ERROR_AFTER(Fs::Open_File(Path("new"), Fs::Hst_Open_Write, condition, fd,
+    EXPECT_EQ(AFTER(Fs::Open_File(Path("new"), Fs::Hst_Open_Write, condition, fd,
                                         Fs::Hst_Open_Create | Fs::Hst_Open_Exclusive)),
               Sys(2, EEXIST));
     Fs::Open_File(Path("new"), Fs::Hst_Open_Write, condition, fd, Fs::Hst_Open_Append);
@@ -246,7 +246,7 @@ TEST_F(Filesystem, OpeningDescriptorsCloseOnExec) {
 TEST_F(Filesystem, MakeFileGivesTheOwnerWhatTheModeNeeds) {
     const mode_t saved = umask(0);
     int fd = 3;
-    EXPECT_EQ(ERROR_AFTER(Fs::Make_File(Path("none"), nullptr, Fs::Hst_Open_None, condition, fd,
+    EXPECT_EQ(AFTER(Fs::Make_File(Path("none"), nullptr, Fs::Hst_Open_None, condition, fd,
                                         Fs::Hst_Open_Create)),
               "sys 4 errno 0");
     EXPECT_EQ(fd, -1);
@@ -268,9 +268,9 @@ TEST_F(Filesystem, MakeFileGivesTheOwnerWhatTheModeNeeds) {
     }
     umask(saved);
 
-    EXPECT_EQ(ERROR_AFTER(Fs::Create_File(Path("created"), condition)), "ok");
+    EXPECT_EQ(AFTER(Fs::Create_File(Path("created"), condition)), "ok");
     EXPECT_TRUE(fs::exists(Dir + "/created"));
-    EXPECT_EQ(ERROR_AFTER(Fs::Create_File(Path("created"), condition)), Sys(2, EEXIST));
+    EXPECT_EQ(AFTER(Fs::Create_File(Path("created"), condition)), Sys(2, EEXIST));
 }
 
 TEST_F(Filesystem, DescriptorPositionsSizesAndFlags) {
@@ -288,11 +288,11 @@ TEST_F(Filesystem, DescriptorPositionsSizesAndFlags) {
     EXPECT_EQ(Fs::Reposition_File(fd, -1, Fs::Hst_From_Start, condition), -1);
     EXPECT_EQ(Error_Of(condition), Sys(151, EINVAL));
 
-    EXPECT_EQ(ERROR_AFTER(Fs::Truncate_File(fd, 4, condition)), "ok");
+    EXPECT_EQ(AFTER(Fs::Truncate_File(fd, 4, condition)), "ok");
     EXPECT_EQ(fs::file_size(file), 4u);
     Fs::Truncate_File(fd, 0, condition);
     EXPECT_EQ(Fs::End_Of_File(fd), 1);
-    EXPECT_EQ(ERROR_AFTER(Fs::Synchronize(fd, condition)), "ok");
+    EXPECT_EQ(AFTER(Fs::Synchronize(fd, condition)), "ok");
 
     Fs::Set_Non_Blocking(fd, 1, condition);
     EXPECT_NE(fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
@@ -300,15 +300,15 @@ TEST_F(Filesystem, DescriptorPositionsSizesAndFlags) {
     EXPECT_EQ(fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
     Fs::Close_File(fd, condition);
 
-    EXPECT_EQ(ERROR_AFTER(Fs::Set_Non_Blocking(fd, 1, condition)), Sys(124, EBADF));
-    EXPECT_EQ(ERROR_AFTER(Fs::Synchronize(fd, condition)), Sys(152, EBADF));
-    EXPECT_EQ(ERROR_AFTER(Fs::Truncate_File(fd, 0, condition)), Sys(148, EBADF));
+    EXPECT_EQ(AFTER(Fs::Set_Non_Blocking(fd, 1, condition)), Sys(124, EBADF));
+    EXPECT_EQ(AFTER(Fs::Synchronize(fd, condition)), Sys(152, EBADF));
+    EXPECT_EQ(AFTER(Fs::Truncate_File(fd, 0, condition)), Sys(148, EBADF));
     EXPECT_EQ(Fs::End_Of_File(fd), 0);
 }
 
 TEST_F(Filesystem, StreamsLinesCountsAndEndOfFile) {
     FILE* stream = reinterpret_cast<FILE*>(1);
-    EXPECT_EQ(ERROR_AFTER(Fs::Open_File(Path("s"), Fs::Hst_Open_None, condition, stream)), "ok");
+    EXPECT_EQ(AFTER(Fs::Open_File(Path("s"), Fs::Hst_Open_None, condition, stream)), "ok");
     EXPECT_EQ(stream, nullptr);
     EXPECT_EQ(Fs::File_Descriptor(nullptr), -1);
 
@@ -321,7 +321,7 @@ TEST_F(Filesystem, StreamsLinesCountsAndEndOfFile) {
     EXPECT_EQ(Fs::Write(stream, "", 0, condition), 0);
     EXPECT_EQ(Error_Of(condition), "ok");
     Fs::Flush_File(stream, condition);
-    EXPECT_EQ(ERROR_AFTER(Fs::Close_File(stream, condition)), "ok");
+    EXPECT_EQ(AFTER(Fs::Close_File(stream, condition)), "ok");
 
     Fs::Open_File(Path("s"), Fs::Hst_Open_Read, condition, stream);
     ASSERT_NE(stream, nullptr);
@@ -336,7 +336,7 @@ TEST_F(Filesystem, StreamsLinesCountsAndEndOfFile) {
     EXPECT_EQ(std::string(bytes, 7), "two\nxyz");
     EXPECT_EQ(Fs::End_Of_File(stream), 1);
     const char* got = line;
-    EXPECT_EQ(ERROR_AFTER(got = Fs::Read_String(stream, line, sizeof line, condition)), "ok");
+    EXPECT_EQ(AFTER(got = Fs::Read_String(stream, line, sizeof line, condition)), "ok");
     EXPECT_EQ(got, nullptr);
     EXPECT_STREQ(line, "");
     EXPECT_EQ(Fs::Reposition_File(stream, -100, Fs::Hst_From_Start, condition), -1);
@@ -346,30 +346,29 @@ TEST_F(Filesystem, StreamsLinesCountsAndEndOfFile) {
     Fs::Open_File(Path("missing"), Fs::Hst_Open_Read, condition, stream);
     EXPECT_EQ(stream, nullptr);
     EXPECT_EQ(Error_Of(condition), "sys 3 errno 2");
-    EXPECT_EQ(ERROR_AFTER(Fs::Open_File(-1, Fs::Hst_Open_Read, condition, stream)), Sys(3, EBADF));
+    EXPECT_EQ(AFTER(Fs::Open_File(-1, Fs::Hst_Open_Read, condition, stream)), Sys(3, EBADF));
 }
 
 TEST_F(Filesystem, StatusOfPathsLinksAndDescriptors) {
     Make("file", "12345");
     symlink("file", (Dir + "/link").c_str());
     Hst_File_Info info;
-    EXPECT_EQ(ERROR_AFTER(Fs::Get_Info(Path("link"), info, condition)), "ok");
+    EXPECT_EQ(AFTER(Fs::Get_Info(Path("link"), info, condition)), "ok");
     EXPECT_EQ(info.File_Type(), Hst_Regular_Type);
     EXPECT_EQ(info.Length(), 5);
     Fnd_Condition condition;
     Fs::Get_Symbolic_Link_Info(Path("link"), info, condition);
     EXPECT_EQ(info.File_Type(), Hst_Symbolic_Link_Type);
 
-    EXPECT_EQ(ERROR_AFTER(Fs::Get_Info(Path("missing"), info, condition)), "fs 201");
+    EXPECT_EQ(AFTER(Fs::Get_Info(Path("missing"), info, condition)), "fs 201");
     EXPECT_EQ(info.Is_Nil(), 1);
-    EXPECT_EQ(ERROR_AFTER(Fs::Get_Symbolic_Link_Info(Path("file/below"), info, condition)),
-              "fs 101");
+    EXPECT_EQ(AFTER(Fs::Get_Symbolic_Link_Info(Path("file/below"), info, condition)), "fs 101");
 
     const int fd = open((Dir + "/file").c_str(), O_RDONLY | O_CLOEXEC);
     Fs::Get_Info(fd, info, condition);
     EXPECT_EQ(info.Length(), 5);
     close(fd);
-    EXPECT_EQ(ERROR_AFTER(Fs::Get_Info(fd, info, condition)), Sys(43, EBADF));
+    EXPECT_EQ(AFTER(Fs::Get_Info(fd, info, condition)), Sys(43, EBADF));
     EXPECT_EQ(info.Is_Nil(), 1);
 
     const struct stat* shared = Fs::Get_Stat(Path("file"), nullptr, condition);
@@ -382,32 +381,31 @@ TEST_F(Filesystem, StatusOfPathsLinksAndDescriptors) {
 
 TEST_F(Filesystem, SymbolicLinksAliasesAndRenaming) {
     Make("file", "x");
-    EXPECT_EQ(ERROR_AFTER(Fs::Make_Symbolic_Link(Wide("file"), Path("link"), condition)), "ok");
+    EXPECT_EQ(AFTER(Fs::Make_Symbolic_Link(Wide("file"), Path("link"), condition)), "ok");
     Fnd_String target = Wide("stale");
     Fnd_Condition condition;
     Fs::Read_Symbolic_Link(Path("link"), target, condition);
     EXPECT_EQ(Narrow(target), "file");
-    EXPECT_EQ(ERROR_AFTER(Fs::Read_Symbolic_Link(Path("missing"), target, condition)), "fs 301");
+    EXPECT_EQ(AFTER(Fs::Read_Symbolic_Link(Path("missing"), target, condition)), "fs 301");
     EXPECT_TRUE(target.Is_Empty());
-    EXPECT_EQ(ERROR_AFTER(Fs::Read_Symbolic_Link(Path("file"), target, condition)), "fs 302");
-    EXPECT_EQ(ERROR_AFTER(Fs::Make_Symbolic_Link(Fnd_String(), Path("empty"), condition)),
+    EXPECT_EQ(AFTER(Fs::Read_Symbolic_Link(Path("file"), target, condition)), "fs 302");
+    EXPECT_EQ(AFTER(Fs::Make_Symbolic_Link(Fnd_String(), Path("empty"), condition)),
               "sys 102 errno 2");
 
-    EXPECT_EQ(ERROR_AFTER(Fs::Rename_Symbolic_Link(Path("link"), Path("moved"), condition)), "ok");
+    EXPECT_EQ(AFTER(Fs::Rename_Symbolic_Link(Path("link"), Path("moved"), condition)), "ok");
     EXPECT_FALSE(fs::is_symlink(Dir + "/link"));
     EXPECT_EQ(fs::read_symlink(Dir + "/moved"), "file");
     // A rename onto a name that exists fails and puts the old link back.
     Make("taken");
-    EXPECT_EQ(ERROR_AFTER(Fs::Rename_Symbolic_Link(Path("moved"), Path("taken"), condition)),
+    EXPECT_EQ(AFTER(Fs::Rename_Symbolic_Link(Path("moved"), Path("taken"), condition)),
               Sys(102, EEXIST));
     EXPECT_EQ(fs::read_symlink(Dir + "/moved"), "file");
 
-    EXPECT_EQ(ERROR_AFTER(Fs::Make_Alias(Path("alias"), Path("file"), condition)), "ok");
+    EXPECT_EQ(AFTER(Fs::Make_Alias(Path("alias"), Path("file"), condition)), "ok");
     EXPECT_EQ(fs::hard_link_count(Dir + "/file"), 2u);
-    EXPECT_EQ(ERROR_AFTER(Fs::Make_Alias(Path("alias2"), Path("missing"), condition)),
-              "sys 103 errno 2");
+    EXPECT_EQ(AFTER(Fs::Make_Alias(Path("alias2"), Path("missing"), condition)), "sys 103 errno 2");
 
-    EXPECT_EQ(ERROR_AFTER(Fs::Rename_File(Path("alias"), Path("renamed"), condition)), "ok");
+    EXPECT_EQ(AFTER(Fs::Rename_File(Path("alias"), Path("renamed"), condition)), "ok");
     EXPECT_TRUE(fs::exists(Dir + "/renamed"));
     Fs::Rename_File(Path("alias"), Path("again"), condition);
     EXPECT_EQ(Error_Of(condition), "sys 84 errno 2");
@@ -417,18 +415,16 @@ TEST_F(Filesystem, SymbolicLinksAliasesAndRenaming) {
     fs::create_directory(Dir + "/d1");
     Fs::Rename_Directory(Path("d1"), Path("d2"), condition);
     EXPECT_TRUE(fs::is_directory(Dir + "/d2"));
-    EXPECT_EQ(ERROR_AFTER(Fs::Rename_Directory(Path("d1"), Path("d3"), condition)),
-              "sys 83 errno 2");
+    EXPECT_EQ(AFTER(Fs::Rename_Directory(Path("d1"), Path("d3"), condition)), "sys 83 errno 2");
 
-    EXPECT_EQ(ERROR_AFTER(Fs::Make_Named_Pipe(Path("fifo"), condition)), "ok");
+    EXPECT_EQ(AFTER(Fs::Make_Named_Pipe(Path("fifo"), condition)), "ok");
     EXPECT_TRUE(fs::is_fifo(Dir + "/fifo"));
-    EXPECT_EQ(ERROR_AFTER(Fs::Make_Named_Pipe(Path("fifo"), condition)), Sys(7, EEXIST));
+    EXPECT_EQ(AFTER(Fs::Make_Named_Pipe(Path("fifo"), condition)), Sys(7, EEXIST));
 }
 
 TEST_F(Filesystem, TimestampsReadOnlyModesAndTheCreationMask) {
     Make("file");
-    EXPECT_EQ(ERROR_AFTER(Fs::Set_Timestamp(Path("file"), Hst_Timestamp(1000000000), condition)),
-              "ok");
+    EXPECT_EQ(AFTER(Fs::Set_Timestamp(Path("file"), Hst_Timestamp(1000000000), condition)), "ok");
     Hst_File_Info info;
     Fnd_Condition condition;
     Fs::Get_Info(Path("file"), info, condition);
@@ -437,12 +433,11 @@ TEST_F(Filesystem, TimestampsReadOnlyModesAndTheCreationMask) {
     Fs::Set_Timestamp(Path("file"), Hst_Timestamp(), condition);
     Fs::Get_Info(Path("file"), info, condition);
     EXPECT_GE(info.Last_Modified().Seconds, time(nullptr) - 5);
-    EXPECT_EQ(ERROR_AFTER(Fs::Set_Timestamp(Path("missing"), Hst_Timestamp(), condition)),
-              "fs 201");
+    EXPECT_EQ(AFTER(Fs::Set_Timestamp(Path("missing"), Hst_Timestamp(), condition)), "fs 201");
 
     // Write bits and a file's set-group-id bit go; read and execute bits stay.
     chmod((Dir + "/file").c_str(), 02775);
-    EXPECT_EQ(ERROR_AFTER(Fs::Make_Read_Only(Path("file"), nullptr, condition)), "ok");
+    EXPECT_EQ(AFTER(Fs::Make_Read_Only(Path("file"), nullptr, condition)), "ok");
     EXPECT_EQ(fs::status(Dir + "/file").permissions(), fs::perms(0555));
     fs::create_directory(Dir + "/dir");
     chmod((Dir + "/dir").c_str(), 02775);
@@ -450,7 +445,7 @@ TEST_F(Filesystem, TimestampsReadOnlyModesAndTheCreationMask) {
     struct stat status {};
     stat((Dir + "/dir").c_str(), &status);
     EXPECT_EQ(status.st_mode & 07777, 02555u);
-    EXPECT_EQ(ERROR_AFTER(Fs::Make_Read_Only(Path("missing"), nullptr, condition)), "fs 201");
+    EXPECT_EQ(AFTER(Fs::Make_Read_Only(Path("missing"), nullptr, condition)), "fs 201");
 
     unsigned long keep, mask;
     Fs::Read_Only_Mode(1, keep, mask, 1);
@@ -473,8 +468,7 @@ TEST_F(Filesystem, TemporaryNamesCutThePrefixAndHaveNoDots) {
     std::set<std::string> names;
     Fnd_String name;
     for (int i = 0; i < 200; ++i) {
-        EXPECT_EQ(ERROR_AFTER(Fs::Make_Temp_Name(Wide(Dir), Wide("abcdefg"), name, condition)),
-                  "ok");
+        EXPECT_EQ(AFTER(Fs::Make_Temp_Name(Wide(Dir), Wide("abcdefg"), name, condition)), "ok");
         const std::string text = Narrow(name);
         ASSERT_EQ(text.rfind(Dir + "/abcde", 0), 0u) << text;
         const std::string generated = text.substr(Dir.size() + 6);
@@ -515,8 +509,7 @@ TEST_F(Filesystem, TraversingADirectory) {
     fs::create_directory(Dir + "/c");
     Visit visit, dots, stopping, none;
     stopping.Stop_After = 1;
-    EXPECT_EQ(ERROR_AFTER(Fs::Traverse_Directory(Wide(Dir), Collect, &visit, condition, 0, 0, 0)),
-              "ok");
+    EXPECT_EQ(AFTER(Fs::Traverse_Directory(Wide(Dir), Collect, &visit, condition, 0, 0, 0)), "ok");
     EXPECT_EQ(visit.Names, (std::set<std::string>{"a", "b", "c"}));
     Fnd_Condition condition;
     Fs::Traverse_Directory(Wide(Dir), Collect, &dots, condition, 1, 0, 0);
@@ -528,9 +521,8 @@ TEST_F(Filesystem, TraversingADirectory) {
     Fs::Traverse_Directory(Path("missing"), Collect, &none, condition, 0, 0, 1);
     EXPECT_EQ(Error_Of(condition), "ok");
     EXPECT_NE(condition.Get_Information(), nullptr);
-    EXPECT_EQ(ERROR_AFTER(Fs::Traverse_Directory(Path("a"), Collect, &none, condition, 0, 0, 1)),
-              "ok");
-    EXPECT_EQ(ERROR_AFTER(Fs::Traverse_Directory(Path("missing"), Collect, &none, condition, 0, 0,
+    EXPECT_EQ(AFTER(Fs::Traverse_Directory(Path("a"), Collect, &none, condition, 0, 0, 1)), "ok");
+    EXPECT_EQ(AFTER(Fs::Traverse_Directory(Path("missing"), Collect, &none, condition, 0, 0,
                                                  0)),
               "sys 1 errno 2");
     EXPECT_TRUE(none.Names.empty());
@@ -546,12 +538,12 @@ TEST_F(Filesystem, TheWorkingDirectoryIsCachedAndFollowsChanges) {
         }
     } back_home;
     EXPECT_EQ(Narrow(Fs::Working_Directory()), fs::current_path().string());
-    EXPECT_EQ(ERROR_AFTER(Fs::Set_Working_Directory(Wide(Dir), condition)), "ok");
+    EXPECT_EQ(AFTER(Fs::Set_Working_Directory(Wide(Dir), condition)), "ok");
     EXPECT_EQ(Narrow(Fs::Working_Directory()), Dir);
     Fnd_String copy;
     Fs::Working_Directory(copy);
     EXPECT_EQ(Narrow(copy), Dir);
-    EXPECT_EQ(ERROR_AFTER(Fs::Set_Working_Directory(Path("missing"), condition)), "sys 21 errno 2");
+    EXPECT_EQ(AFTER(Fs::Set_Working_Directory(Path("missing"), condition)), "sys 21 errno 2");
     EXPECT_EQ(Narrow(Fs::Working_Directory()), Dir);
 
     // A directory removed under the process: the cache empties and the log hears of it.
@@ -577,16 +569,15 @@ TEST_F(Filesystem, TheWorkingDirectoryIsCachedAndFollowsChanges) {
 TEST_F(Filesystem, APathThatDoesNotConvertFailsTheOperation) {
     Hst_File_Info info;
     int fd = 0;
-    EXPECT_EQ(ERROR_AFTER(Fs::Get_Info(Unconvertible, info, condition)), Sys(41, EILSEQ));
-    EXPECT_EQ(ERROR_AFTER(Fs::Open_File(Unconvertible, Fs::Hst_Open_Read, condition, fd, 0)),
+    EXPECT_EQ(AFTER(Fs::Get_Info(Unconvertible, info, condition)), Sys(41, EILSEQ));
+    EXPECT_EQ(AFTER(Fs::Open_File(Unconvertible, Fs::Hst_Open_Read, condition, fd, 0)),
               Sys(2, EILSEQ));
     EXPECT_EQ(fd, -1);
-    EXPECT_EQ(ERROR_AFTER(Fs::Make_Directory(Unconvertible, condition, 1)), Sys(22, EILSEQ));
-    EXPECT_EQ(ERROR_AFTER(Fs::Set_Timestamp(Unconvertible, Hst_Timestamp(), condition)),
-              Sys(44, EINVAL));
-    EXPECT_EQ(ERROR_AFTER(Fs::Delete_File(Unconvertible, condition, 0)), "fs 201");
-    EXPECT_EQ(ERROR_AFTER(Fs::Delete_File(Unconvertible, condition, 1)), "ok");
-    EXPECT_EQ(ERROR_AFTER(Fs::Rename_File(Unconvertible, Path("x"), condition)), Sys(84, EILSEQ));
+    EXPECT_EQ(AFTER(Fs::Make_Directory(Unconvertible, condition, 1)), Sys(22, EILSEQ));
+    EXPECT_EQ(AFTER(Fs::Set_Timestamp(Unconvertible, Hst_Timestamp(), condition)), Sys(44, EINVAL));
+    EXPECT_EQ(AFTER(Fs::Delete_File(Unconvertible, condition, 0)), "fs 201");
+    EXPECT_EQ(AFTER(Fs::Delete_File(Unconvertible, condition, 1)), "ok");
+    EXPECT_EQ(AFTER(Fs::Rename_File(Unconvertible, Path("x"), condition)), Sys(84, EILSEQ));
 }
 
 TEST_F(Filesystem, FailureTextsFromTheCatalog) {
