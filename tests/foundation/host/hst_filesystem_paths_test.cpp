@@ -147,8 +147,9 @@ TEST(Hst_Filesystem_Rules, EachErrnoMapsToItsMessage) {
 
 TEST_F(Filesystem, MakeDirectoryNewExistingAndOnAFile) {
     Make("file");
-    Run(Fs::Make_Directory, {{"d", 0, "ok"}, {"d", 1, "ok"}, {"d", 0, "fs 10"}, {"file", 1, "fs 10"},
-                             {"missing/d", 1, "fs 102"}, {"file/d", 1, "fs 101"}});
+    Run(Fs::Make_Directory, {{"d", 0, "ok"}, {"d", 1, "ok"}, {"d", 0, "fs 10"},
+                             {"file", 1, "fs 10"}, {"missing/d", 1, "fs 102"},
+                             {"file/d", 1, "fs 101"}});
     EXPECT_TRUE(fs::is_directory(Dir + "/d"));
     Fnd_Condition condition;
     Fs::Make_Directory(Path("file"), condition, 1);

@@ -52,6 +52,12 @@ Outcome Start(const Code_Unit* const* Argv, const Options& With = Options()) {
     return outcome;
 }
 
+// What Run gave back but the pid: "ok 1 status 3", and " failed" when the condition did.
+std::string Brief(const Outcome& Result) {
+    return "ok " + std::to_string(Result.Ok) + " status " + std::to_string(Result.Exit_Status) +
+           (Result.Condition.Failed() ? " failed" : "");
+}
+
 // Runs Argv with the child's output (and error, unless Err is given) into a pipe, and
 // gives back what came out.
 std::string Output_Of(const Code_Unit* const* Argv, Options With, Outcome* Result = nullptr) {
@@ -145,21 +151,17 @@ struct Fork_Hooks {
 TEST_F(Hst_Process_Test, AnExitCodeIsTheStatusASignalOrNoProgramAFailure) {
     for (long vfork : {0L, 1L}) {
         Outcome outcome = Shell("exit 3", {.Use_Vfork = vfork});
-        EXPECT_EQ(outcome.Ok, 1);
-        EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
-        EXPECT_EQ(outcome.Exit_Status, 3);
+        EXPECT_EQ(Brief(outcome), "ok 1 status 3") << Text_Of(outcome.Condition);
         EXPECT_EQ(outcome.Pid, 0);
     }
     // PATH is searched for a bare name.
     const Code_Unit* bare[] = {u"sh", u"-c", u"exit 0", nullptr};
     Outcome outcome = Start(bare);
-    EXPECT_FALSE(outcome.Condition.Failed());
-    EXPECT_EQ(outcome.Exit_Status, 0);
+    EXPECT_EQ(Brief(outcome), "ok 1 status 0");
 
     outcome = Shell("kill -9 $$");
-    EXPECT_EQ(outcome.Ok, 0);
+    EXPECT_EQ(Brief(outcome), "ok 0 status 9 failed");
     EXPECT_EQ(outcome.Pid, 0);
-    EXPECT_EQ(outcome.Exit_Status, 9);
     const Hst_Process_Error* top = Hst_Process_Error::Convert(outcome.Condition.Get_Error());
     ASSERT_NE(top, nullptr) << Text_Of(outcome.Condition);
     EXPECT_EQ(top->Text_Number(), 5);
@@ -182,15 +184,14 @@ TEST_F(Hst_Process_Test, AMissingProgramEndsTheChildWithErrnoAfterVforkTheParent
     // through the log stream, with the prefix of an error, and the condition on its error stream.
     Outcome outcome;
     const std::string said = Output_Of(argv, Options(), &outcome);
-    EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
-    EXPECT_EQ(outcome.Exit_Status, ENOENT);
+    EXPECT_EQ(Brief(outcome), "ok 1 status " + std::to_string(ENOENT))
+        << Text_Of(outcome.Condition);
     EXPECT_NE(said.find("*** " + text + "\n"), std::string::npos) << said;
     EXPECT_NE(said.find("\n" + text + "\n"), std::string::npos) << said;
 
     Options with{.Use_Vfork = 1};
     outcome = Start(argv, with);
-    EXPECT_EQ(outcome.Ok, 0);
-    EXPECT_EQ(outcome.Exit_Status, ENOENT);
+    EXPECT_EQ(Brief(outcome), "ok 0 status " + std::to_string(ENOENT) + " failed");
     EXPECT_EQ(Sys_Error(outcome.Condition), Sys(161, ENOENT));
     EXPECT_EQ(Text_Of(outcome.Condition), "the program /no/such/program failed\n" + text);
 
@@ -215,8 +216,7 @@ TEST_F(Hst_Process_Test, AHookRunsInTheChildBeforeExecAndAFailingOneEndsItWith25
 
     with = {.Pre_Exec = Failing_Hook, .Use_Vfork = 1};  // the hook rules vfork out
     const std::string said = Shell_Output("echo ran", with, &outcome);
-    EXPECT_FALSE(outcome.Condition.Failed());
-    EXPECT_EQ(outcome.Exit_Status, 255);
+    EXPECT_EQ(Brief(outcome), "ok 1 status 255");
     EXPECT_EQ(said.find("ran"), std::string::npos);
     EXPECT_NE(said.find("cannot change the working directory to /hook/dir"), std::string::npos)
         << said;
@@ -233,8 +233,7 @@ TEST_F(Hst_Process_Test, TheStandardDescriptorsAreRedirected) {
         Outcome outcome = Shell("read x; echo out:$x; echo err:$x >&2",
                                 {.In = in.Read.Get(), .Out = out.Write.Get(),
                                  .Err = err.Write.Get(), .Use_Vfork = vfork});
-        EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
-        EXPECT_EQ(outcome.Exit_Status, 0);
+        EXPECT_EQ(Brief(outcome), "ok 1 status 0") << Text_Of(outcome.Condition);
         out.Write.Reset();
         err.Write.Reset();
         EXPECT_EQ(Read_All(out.Read.Get()), "out:hello\n");
@@ -311,8 +310,7 @@ TEST_F(Hst_Process_Test, EnvironmentAndWorkingDirectoryAreTheChildsOwnAndMustExi
         said = Shell_Output("echo ran", with, &outcome);
         reported = out.Bytes() + err.Bytes();
     }
-    EXPECT_EQ(outcome.Exit_Status, 255);
-    EXPECT_FALSE(outcome.Condition.Failed());
+    EXPECT_EQ(Brief(outcome), "ok 1 status 255");
     EXPECT_EQ(said, "");
     EXPECT_NE(reported.find("cannot change the working directory to /no/such/dir: " +
                             std::string(strerror(ENOENT))),
@@ -367,8 +365,7 @@ TEST_F(Hst_Process_Test, ShortagesAreRetriedWithGrowingSleepsInterruptionsAtOnce
     {
         Fork_Hooks hooks({EINTR, EINTR, ENOMEM, EINTR});
         Outcome outcome = Shell("exit 4");
-        EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
-        EXPECT_EQ(outcome.Exit_Status, 4);
+        EXPECT_EQ(Brief(outcome), "ok 1 status 4") << Text_Of(outcome.Condition);
         EXPECT_EQ(sleeps, (std::vector<long>{1}));
     }
     {
@@ -384,8 +381,7 @@ TEST_F(Hst_Process_Test, ShortagesAreRetriedWithGrowingSleepsInterruptionsAtOnce
 TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsForItOrAnyChild) {
     Test_Pipe in(O_CLOEXEC);
     Outcome outcome = Shell("read x; exit 5", {.In = in.Read.Get(), .Wait = 0});
-    EXPECT_EQ(outcome.Ok, 1);
-    EXPECT_EQ(outcome.Exit_Status, 0);
+    EXPECT_EQ(Brief(outcome), "ok 1 status 0");
     ASSERT_GT(outcome.Pid, 0);
 
     // Still running: nothing is reported and nothing is changed.
@@ -428,9 +424,7 @@ TEST_F(Hst_Process_Test, AWaitWithALimitKillsAChildThatOutlivesIt) {
     EXPECT_EQ(errno, ECHILD);
 
     // A child that ends in time is waited for as usual.
-    outcome = Shell("exit 6", {.Limit = 10000});
-    EXPECT_FALSE(outcome.Condition.Failed());
-    EXPECT_EQ(outcome.Exit_Status, 6);
+    EXPECT_EQ(Brief(Shell("exit 6", {.Limit = 10000})), "ok 1 status 6");
 }
 
 TEST_F(Hst_Process_Test, AnIgnoredSigchldDoesNotLoseTheExitStatus) {
@@ -443,8 +437,7 @@ TEST_F(Hst_Process_Test, AnIgnoredSigchldDoesNotLoseTheExitStatus) {
     } restore{host};
 
     Outcome outcome = Shell("exit 3");
-    EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
-    EXPECT_EQ(outcome.Exit_Status, 3);
+    EXPECT_EQ(Brief(outcome), "ok 1 status 3") << Text_Of(outcome.Condition);
 
     // The program inherits the host's choice: SIGCHLD among its ignored signals.
     const Code_Unit* show[] = {u"grep", u"SigIgn", u"/proc/self/status", nullptr};
