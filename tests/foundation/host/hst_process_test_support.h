@@ -23,8 +23,7 @@ namespace process_test {
 using message_test::Narrow;
 
 // A descriptor owned by the test.
-class Fd {
-public:
+struct Fd {
     Fd() = default;
     explicit Fd(int Value) : Value(Value) {}
     ~Fd() { Reset(); }
@@ -35,8 +34,6 @@ public:
         if (Value >= 0) ::close(Value);
         Value = Next;
     }
-
-private:
     int Value = -1;
 };
 

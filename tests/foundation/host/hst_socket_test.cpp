@@ -62,7 +62,7 @@ struct Unix_Pair {
 
 }  // namespace
 
-TEST(Hst_Sockaddr_Test, EqualityLooksAtFamilyPortAndAddress) {
+TEST(Hst_Sockaddr_Test, EqualityLooksAtFamilyPortAndAddressAPathFillsTheRecord) {
     Hst_Sockaddr a;
     EXPECT_EQ(a.Get_Sin_Family(), 0);
     a.Set_Sin_Family(AF_INET);
@@ -81,17 +81,15 @@ TEST(Hst_Sockaddr_Test, EqualityLooksAtFamilyPortAndAddress) {
     EXPECT_FALSE(a == b);
 
     // The port is stored as given: no byte order is applied.
-    const auto* record = reinterpret_cast<const unsigned char*>(a.Get_Record());
     unsigned short port = 0;
-    std::memcpy(&port, record + 2, 2);
+    std::memcpy(&port, reinterpret_cast<const unsigned char*>(a.Get_Record()) + 2, 2);
     EXPECT_EQ(port, 4321);
 
     std::unique_ptr<Fnd_Object> copy(a.Clone());
     EXPECT_TRUE(*copy == a);
     EXPECT_EQ(Hst_Sockaddr::Record_Length(), 16u);
-}
 
-TEST(Hst_Sockaddr_Test, AUnixPathComesBackAsItWasSetAndFillsTheRecord) {
+    // A Unix-domain path comes back as it was set and fills the record.
     Hst_Sockaddr_Un address;
     address.Set_Sun_Family(AF_UNIX);
     EXPECT_EQ(address.Set_Sun_Addr(Fnd_String(u"/tmp/s")), 1);
@@ -118,19 +116,20 @@ TEST(Hst_Sockaddr_Test, AUnixPathComesBackAsItWasSetAndFillsTheRecord) {
 TEST_F(Hst_Socket_Test, APathThatDoesNotFitIsRefusedAndNeverReachesTheSystem) {
     Hst_Sockaddr_Un address;
     address.Set_Sun_Family(AF_UNIX);
-    // 107 bytes and the NUL fit.
-    EXPECT_EQ(address.Set_Sun_Addr(Wide("/" + std::string(106, 'a'))), 1);
-    EXPECT_EQ(address.Path_Error(), 0);
-    // 108 bytes do not; neither do 54 units that are two bytes each.
-    EXPECT_EQ(address.Set_Sun_Addr(Wide("/" + std::string(107, 'a'))), 0);
-    EXPECT_EQ(address.Path_Error(), ENAMETOOLONG);
+    // What setting a path gives back, and the error it leaves: "0 36".
+    const auto set = [&](const Fnd_String& Path) {
+        const long result = address.Set_Sun_Addr(Path);
+        return std::to_string(result) + " " + std::to_string(address.Path_Error());
+    };
+    const std::string too_long = "0 " + std::to_string(ENAMETOOLONG);
+    // 107 bytes and the NUL fit; 108 bytes do not, neither do 54 units of two bytes each.
+    EXPECT_EQ(set(Wide("/" + std::string(106, 'a'))), "1 0");
+    EXPECT_EQ(set(Wide("/" + std::string(107, 'a'))), too_long);
     EXPECT_TRUE(address.Get_Sun_Addr().Is_Empty());
-    EXPECT_EQ(address.Set_Sun_Addr(Fnd_String(54, Fnd_Char(0xe9), 1)), 0);
-    EXPECT_EQ(address.Path_Error(), ENAMETOOLONG);
+    EXPECT_EQ(set(Fnd_String(54, Fnd_Char(0xe9), 1)), too_long);
     // A lone surrogate has no form in the charset.
     const Code_Unit broken[] = {u'/', 0xd800, 0};
-    EXPECT_EQ(address.Set_Sun_Addr(Fnd_String(broken)), 0);
-    EXPECT_EQ(address.Path_Error(), EILSEQ);
+    EXPECT_EQ(set(Fnd_String(broken)), "0 " + std::to_string(EILSEQ));
 
     address.Set_Sun_Addr(Wide("/tmp/" + std::string(200, 'b')));
     Fnd_Condition cond;
@@ -146,8 +145,7 @@ TEST_F(Hst_Socket_Test, APathThatDoesNotFitIsRefusedAndNeverReachesTheSystem) {
     EXPECT_TRUE(bound.Get_Sun_Addr().Is_Empty());
 
     // A good path makes the address usable again.
-    EXPECT_EQ(address.Set_Sun_Addr(Fnd_String(u"/tmp/s")), 1);
-    EXPECT_EQ(address.Path_Error(), 0);
+    EXPECT_EQ(set(Fnd_String(u"/tmp/s")), "1 0");
 }
 
 TEST_F(Hst_Socket_Test, AUnixDomainConnectionIsCloseOnExecAndCarriesBytesBothWays) {
