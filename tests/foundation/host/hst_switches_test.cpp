@@ -74,7 +74,7 @@ TEST(Hst_Switches, AValueStaysUntilTheCacheIsClearedButDatabaseSwitchesSurvive) 
     });
 }
 
-TEST(Hst_Switches, DefaultsAndWhichOfThemAreWrittenBack) {
+TEST(Hst_Switches, DefaultsWhichOfThemAreWrittenBackAndSetters) {
     Fresh({{"ZT_HOME", nullptr}, {"ZT_ARCH", nullptr}, {"ZT_XTERM", nullptr},
            {"TMPDIR", nullptr}, {"ZT_DATABASES", nullptr}});
     EXPECT_EQ(Narrow(Hst_Switches::Product_Home_Switch_Value()), "/opt/morvane/zentrak");
@@ -88,9 +88,8 @@ TEST(Hst_Switches, DefaultsAndWhichOfThemAreWrittenBack) {
     EXPECT_EQ(Narrow(Hst_Switches::Databases_Switch_Value()), "");
     const char* messages = getenv("ZT_MESSAGES");
     EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Value()), messages != nullptr ? messages : "");
-}
 
-TEST(Hst_Switches, SettersChangeCacheAndEnvironment) {
+    // Setters change the cache and the environment.
     const std::tuple<void (*)(const Fnd_String&), const char*, const char*> setters[] = {
         {Hst_Switches::Set_Env_Path, "PATH", "/a:/b"},
         {Hst_Switches::Set_Script_Path, "ZT_SCRIPT_PATH", "/s"},
@@ -127,7 +126,7 @@ TEST(Hst_Switches, DerivedDirectoriesAndTheDriverOfADatabaseVendor) {
     EXPECT_EQ(Env("ZT_DB_VENDOR"), "pg");
 }
 
-TEST(Hst_Switches, TheMorvaneAndUserDirectoriesFollowHome) {
+TEST(Hst_Switches, TheMorvaneUserAndTemporaryDirectories) {
     struct Case {
         const char* Home;
         const char* Given;
@@ -154,9 +153,8 @@ TEST(Hst_Switches, TheMorvaneAndUserDirectoriesFollowHome) {
         EXPECT_EQ(Narrow(Hst_Switches::User_Dir_Switch_Value()), expected);
         EXPECT_EQ(Env("ZT_USER_DIR"), expected);
     }
-}
 
-TEST(Hst_Switches, TheTemporaryDirectoryIsMadeOnFirstUse) {
+    // The temporary directory is made on first use.
     Temp_Dir base;
     Fresh({{"ZT_USER_DIR", base.Path.c_str()}, {"ZT_TEMP_DIR", nullptr}});
     EXPECT_EQ(Narrow(Hst_Switches::Temp_Dir_Switch_Value()), base.Path + "/tmp");

@@ -125,7 +125,7 @@ TEST_F(Hst_Timestamp_Test, LocalImagesAndParsingFollowTheZone) {
     EXPECT_EQ(getenv("TZ"), nullptr);
 }
 
-TEST_F(Hst_Timestamp_Test, FormatNamesAndTheDebugImage) {
+TEST_F(Hst_Timestamp_Test, FormatNamesTheDebugImageAndFormatsFromSamples) {
     EXPECT_EQ(Narrow(Hst_Date_Format_Image(Cdate)), "Cdate");
     EXPECT_EQ(Narrow(Hst_Date_Format_Image(Month_Day_Full_Year)), "Month_Day_Full_Year");
     EXPECT_EQ(Narrow(Hst_Date_Format_Image(11)), "<Unknown_Date_Format>");
@@ -139,6 +139,25 @@ TEST_F(Hst_Timestamp_Test, FormatNamesAndTheDebugImage) {
     // Beyond 2038 the seconds need more than 32 bits.
     EXPECT_EQ(Narrow(Hst_Timestamp_Debug_Image(Hst_Timestamp(3000000000LL))),
               "3000000000 => B2D05E00 => Sat Jan 24 05:20:00 2065");
+
+    // The format of a sample.
+    auto Format = [](const char* Sample) {
+        Fnd_String format;
+        Hst_Timestamp::Parse_Morvane_Time(Wide(Sample), format);
+        return Narrow(format);
+    };
+    EXPECT_EQ(Format("10:30:15"), "%H:%M:%S");
+    EXPECT_EQ(Format("10:30"), "%H:%M");
+    EXPECT_EQ(Format("1/2/2003"), "%m/%d/%Y");
+    EXPECT_EQ(Format("10"), "%H");
+    EXPECT_EQ(Format("10 pm"), "%H pm");
+    EXPECT_EQ(Format("at 5"), "at %H");
+    EXPECT_EQ(Format("1/2/2003 10:30"), "%m/%d/%Y %H:%M");
+    EXPECT_EQ(Format("10:"), "%H:");
+    EXPECT_EQ(Format(""), "");
+    // The format made from a sample parses that sample.
+    const char* sample = "1/2/2003 10:30:15";
+    EXPECT_EQ(Parsed(sample, Format(sample).c_str()), Utc(2003, 1, 2, 10, 30, 15));
 }
 
 TEST_F(Hst_Timestamp_Test, SplitAndBuildGiveFullYearsAndMonthsFromZero) {
@@ -206,24 +225,4 @@ TEST_F(Hst_Timestamp_Test, ParsingHoursWithAmAndPmTextAndFormatLengthsAndLiteral
     // A missing minute must face a blank, and the minute stays.
     EXPECT_EQ(Parsed("10: x", "%H:%M", 0), 10 * 3600 + 13 * 60 + 20);
     EXPECT_EQ(Parsed("10:x", "%H:%M", 0), -2);
-}
-
-TEST_F(Hst_Timestamp_Test, FormatFromASample) {
-    auto Format = [](const char* Sample) {
-        Fnd_String format;
-        Hst_Timestamp::Parse_Morvane_Time(Wide(Sample), format);
-        return Narrow(format);
-    };
-    EXPECT_EQ(Format("10:30:15"), "%H:%M:%S");
-    EXPECT_EQ(Format("10:30"), "%H:%M");
-    EXPECT_EQ(Format("1/2/2003"), "%m/%d/%Y");
-    EXPECT_EQ(Format("10"), "%H");
-    EXPECT_EQ(Format("10 pm"), "%H pm");
-    EXPECT_EQ(Format("at 5"), "at %H");
-    EXPECT_EQ(Format("1/2/2003 10:30"), "%m/%d/%Y %H:%M");
-    EXPECT_EQ(Format("10:"), "%H:");
-    EXPECT_EQ(Format(""), "");
-    // The format made from a sample parses that sample.
-    const char* sample = "1/2/2003 10:30:15";
-    EXPECT_EQ(Parsed(sample, Format(sample).c_str()), Utc(2003, 1, 2, 10, 30, 15));
 }

@@ -97,7 +97,7 @@ TEST(Hst_User, MembershipFollowsTheProcessGroups) {
     EXPECT_EQ(Hst_User::Set_Current_Groups(), 0);
 }
 
-TEST(Hst_User, FullNameIsTheCommentUpToTheFirstCommaAndLoginShells) {
+TEST(Hst_User, FullNamesHomesAndLoginShells) {
     const std::string comment = Me().pw_gecos;
     const std::string first = comment.substr(0, comment.find(','));
     Fnd_String name;
@@ -114,9 +114,8 @@ TEST(Hst_User, FullNameIsTheCommentUpToTheFirstCommaAndLoginShells) {
     EXPECT_TRUE(shell.Is_Empty());
     Hst_User::Login_Shell(-1, shell);
     EXPECT_TRUE(shell.Is_Empty());
-}
 
-TEST(Hst_User, HomeDirectories) {
+    // Home directories.
     setenv("HOME", "/somewhere/else", 1);
     Hst_Switches::Clear_Cache();
     EXPECT_EQ(Narrow(Hst_User::Home_Directory(Fnd_String())), "/somewhere/else");
