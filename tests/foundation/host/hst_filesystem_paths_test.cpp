@@ -75,7 +75,7 @@ protected:
             SCOPED_TRACE(std::string(step.Name ? step.Name : "<empty>") + " " +
                          std::to_string(step.Flag));
             EXPECT_EQ(AFTER(Do(step.Name ? Path(step.Name) : Fnd_String(), condition,
-                                     step.Flag)),
+                               step.Flag)),
                       step.Expected);
         }
     }
@@ -229,7 +229,7 @@ TEST_F(Filesystem, OpeningDescriptorsCloseOnExec) {
     EXPECT_EQ(Hst_Sys_Call_Error::Convert(condition.Get_Error())->Mode, Fs::Hst_Open_Read);
 
     EXPECT_EQ(AFTER(Fs::Open_File(Path("new"), Fs::Hst_Open_Write, condition, fd,
-                                        Fs::Hst_Open_Create | Fs::Hst_Open_Truncate)),
+                                  Fs::Hst_Open_Create | Fs::Hst_Open_Truncate)),
               "ok");
     ASSERT_GE(fd, 0);
     EXPECT_TRUE(Close_On_Exec(fd));
@@ -238,7 +238,7 @@ TEST_F(Filesystem, OpeningDescriptorsCloseOnExec) {
     EXPECT_EQ(AFTER(Fs::Close_File(fd, condition)), Sys(5, EBADF));
 
     EXPECT_EQ(AFTER(Fs::Open_File(Path("new"), Fs::Hst_Open_Write, condition, fd,
-                                        Fs::Hst_Open_Create | Fs::Hst_Open_Exclusive)),
+                                  Fs::Hst_Open_Create | Fs::Hst_Open_Exclusive)),
               Sys(2, EEXIST));
     Fs::Open_File(Path("new"), Fs::Hst_Open_Write, condition, fd, Fs::Hst_Open_Append);
     ASSERT_GE(fd, 0);
@@ -253,7 +253,7 @@ TEST_F(Filesystem, MakeFileGivesTheOwnerWhatTheModeNeeds) {
     const mode_t saved = umask(0);
     int fd = 3;
     EXPECT_EQ(AFTER(Fs::Make_File(Path("none"), nullptr, Fs::Hst_Open_None, condition, fd,
-                                        Fs::Hst_Open_Create)),
+                                  Fs::Hst_Open_Create)),
               "sys 4 errno 0");
     EXPECT_EQ(fd, -1);
     EXPECT_FALSE(fs::exists(Dir + "/none"));
@@ -522,8 +522,7 @@ TEST_F(Filesystem, TraversingADirectory) {
     EXPECT_EQ(Error_Of(condition), "ok");
     EXPECT_NE(condition.Get_Information(), nullptr);
     EXPECT_EQ(AFTER(Fs::Traverse_Directory(Path("a"), Collect, &none, condition, 0, 0, 1)), "ok");
-    EXPECT_EQ(AFTER(Fs::Traverse_Directory(Path("missing"), Collect, &none, condition, 0, 0,
-                                                 0)),
+    EXPECT_EQ(AFTER(Fs::Traverse_Directory(Path("missing"), Collect, &none, condition, 0, 0, 0)),
               "sys 1 errno 2");
     EXPECT_TRUE(none.Names.empty());
 }
