@@ -34,6 +34,13 @@ void Expect_Failure(const Fnd_Condition& Condition, const char* Call, int Error)
     EXPECT_EQ(Narrow(error->Get_Doing()), "socket interface");
 }
 
+// The same, after a call that gave Result where Expected was due.
+void Expect_Failure(long Result, long Expected, const Fnd_Condition& Condition, const char* Call,
+                    int Error) {
+    EXPECT_EQ(Result, Expected) << Call;
+    Expect_Failure(Condition, Call, Error);
+}
+
 // A listening Unix-domain socket at <dir>/s and, unless told not to, a client
 // connected to it and accepted.
 struct Unix_Pair {
@@ -134,8 +141,7 @@ TEST_F(Hst_Socket_Test, APathThatDoesNotFitIsRefusedAndNeverReachesTheSystem) {
     address.Set_Sun_Addr(Wide("/tmp/" + std::string(200, 'b')));
     Fnd_Condition cond;
     Fd socket(Hst_Socket::Socket(AF_UNIX, SOCK_STREAM, 0, cond));
-    EXPECT_EQ(Hst_Socket::Bind(socket.Get(), address, cond), 0);
-    Expect_Failure(cond, "bind", ENAMETOOLONG);
+    Expect_Failure(Hst_Socket::Bind(socket.Get(), address, cond), 0, cond, "bind", ENAMETOOLONG);
     EXPECT_EQ(Hst_Socket::Connect(socket.Get(), address, cond), 0);
     Expect_Failure(cond, "connect", ENAMETOOLONG);
     // The socket was never bound: an empty path would have bound an abstract name.
@@ -177,8 +183,7 @@ TEST_F(Hst_Socket_Test, AUnixDomainConnectionIsCloseOnExecAndCarriesBytesBothWay
     EXPECT_FALSE(cond.Failed());
 
     EXPECT_EQ(Hst_Socket::Unlink(Wide(pair.Dir.Path + "/s"), cond), 1);
-    EXPECT_EQ(Hst_Socket::Unlink(Wide(pair.Dir.Path + "/s"), cond), 0);
-    Expect_Failure(cond, "unlink", ENOENT);
+    Expect_Failure(Hst_Socket::Unlink(Wide(pair.Dir.Path + "/s"), cond), 0, cond, "unlink", ENOENT);
 }
 
 TEST_F(Hst_Socket_Test, NonBlockingReadsAndWritesThatFindNothingGiveZeroOnlyWithTheFlag) {
@@ -192,8 +197,7 @@ TEST_F(Hst_Socket_Test, NonBlockingReadsAndWritesThatFindNothingGiveZeroOnlyWith
     char in[4];
     EXPECT_EQ(Hst_Socket::Read(fd, in, sizeof in, 1, cond), 0);
     EXPECT_FALSE(cond.Failed());
-    EXPECT_EQ(Hst_Socket::Read(fd, in, sizeof in, 0, cond), -1);
-    Expect_Failure(cond, "read", EAGAIN);
+    Expect_Failure(Hst_Socket::Read(fd, in, sizeof in, 0, cond), -1, cond, "read", EAGAIN);
 
     // Data that is there is read with or without the flag.
     const void* out = "x";
@@ -203,8 +207,7 @@ TEST_F(Hst_Socket_Test, NonBlockingReadsAndWritesThatFindNothingGiveZeroOnlyWith
     EXPECT_EQ(Hst_Socket::Set_Blocking(fd, 1, cond), 1);
     EXPECT_FALSE(::fcntl(fd, F_GETFL) & O_NONBLOCK);
 
-    EXPECT_EQ(Hst_Socket::Set_Blocking(-1, 1, cond), 0);
-    Expect_Failure(cond, "fcntl_getflags", EBADF);
+    Expect_Failure(Hst_Socket::Set_Blocking(-1, 1, cond), 0, cond, "fcntl_getflags", EBADF);
 
     // A full socket writes nothing with the flag and fails without.
     Hst_Socket::Set_Blocking(pair.Client.Get(), 0, cond);
@@ -231,14 +234,12 @@ TEST_F(Hst_Socket_Test, WritingToAGonePeerFailsWithBrokenPipeAndRaisesNoSignal) 
     pair.Server.Reset();
     Fnd_Condition cond;
     const void* out = "lost";
-    EXPECT_EQ(Hst_Socket::Write(pair.Client.Get(), out, 4, 0, cond), -1);
-    Expect_Failure(cond, "write", EPIPE);
+    Expect_Failure(Hst_Socket::Write(pair.Client.Get(), out, 4, 0, cond), -1, cond, "write", EPIPE);
 
     // A pipe is written with the signal held back as well.
     Test_Pipe pipe;
     pipe.Read.Reset();
-    EXPECT_EQ(Hst_Socket::Write(pipe.Write.Get(), out, 4, 0, cond), -1);
-    Expect_Failure(cond, "write", EPIPE);
+    Expect_Failure(Hst_Socket::Write(pipe.Write.Get(), out, 4, 0, cond), -1, cond, "write", EPIPE);
     sigset_t pending;
     sigpending(&pending);
     EXPECT_FALSE(sigismember(&pending, SIGPIPE));
@@ -246,38 +247,30 @@ TEST_F(Hst_Socket_Test, WritingToAGonePeerFailsWithBrokenPipeAndRaisesNoSignal) 
 
 TEST_F(Hst_Socket_Test, FailuresNameTheCallAndTheirTextSaysWhatWasDone) {
     Fnd_Condition cond;
-    EXPECT_EQ(Hst_Socket::Socket(-1, SOCK_STREAM, 0, cond), -1);
-    Expect_Failure(cond, "socket", EAFNOSUPPORT);
+    Expect_Failure(Hst_Socket::Socket(-1, SOCK_STREAM, 0, cond), -1, cond, "socket", EAFNOSUPPORT);
     EXPECT_EQ(Text_Of(cond), "doing: socket interface \nsyscall: socket\nerrno: " +
                                  std::string(strerror(EAFNOSUPPORT)));
 
     Hst_Sockaddr_Un address;
-    EXPECT_EQ(Hst_Socket::Accept(-1, address, cond), -1);
-    Expect_Failure(cond, "accept", EBADF);
-    EXPECT_EQ(Hst_Socket::Listen(-1, 1, cond), 0);
-    Expect_Failure(cond, "listen", EBADF);
-    EXPECT_EQ(Hst_Socket::Close(-1, cond), 0);
-    Expect_Failure(cond, "close", EBADF);
-    EXPECT_EQ(Hst_Socket::Getsockname(-1, address, cond), 0);
-    Expect_Failure(cond, "getsockname", EBADF);
+    Expect_Failure(Hst_Socket::Accept(-1, address, cond), -1, cond, "accept", EBADF);
+    Expect_Failure(Hst_Socket::Listen(-1, 1, cond), 0, cond, "listen", EBADF);
+    Expect_Failure(Hst_Socket::Close(-1, cond), 0, cond, "close", EBADF);
+    Expect_Failure(Hst_Socket::Getsockname(-1, address, cond), 0, cond, "getsockname", EBADF);
     Hst_Sockaddr inet;
-    EXPECT_EQ(Hst_Socket::Getpeername(-1, inet, cond), 0);
-    Expect_Failure(cond, "getpeername", EBADF);
+    Expect_Failure(Hst_Socket::Getpeername(-1, inet, cond), 0, cond, "getpeername", EBADF);
 
     // Connecting to a path where nobody listens.
     Temp_Dir dir;
     address.Set_Sun_Family(AF_UNIX);
     address.Set_Sun_Addr(Wide(dir.Path + "/nobody"));
     Fd socket(Hst_Socket::Socket(AF_UNIX, SOCK_STREAM, 0, cond));
-    EXPECT_EQ(Hst_Socket::Connect(socket.Get(), address, cond), 0);
-    Expect_Failure(cond, "connect", ENOENT);
+    Expect_Failure(Hst_Socket::Connect(socket.Get(), address, cond), 0, cond, "connect", ENOENT);
     // Binding twice to one path.
     Fd first(Hst_Socket::Socket(AF_UNIX, SOCK_STREAM, 0, cond));
     Fd second(Hst_Socket::Socket(AF_UNIX, SOCK_STREAM, 0, cond));
     EXPECT_EQ(Hst_Socket::Bind(first.Get(), address, cond), 1);
     EXPECT_FALSE(cond.Failed());
-    EXPECT_EQ(Hst_Socket::Bind(second.Get(), address, cond), 0);
-    Expect_Failure(cond, "bind", EADDRINUSE);
+    Expect_Failure(Hst_Socket::Bind(second.Get(), address, cond), 0, cond, "bind", EADDRINUSE);
 }
 
 TEST_F(Hst_Socket_Test, NoDelayAndTheImageOfATcpSocketNoDelayRefusedOnAUnixOne) {
@@ -367,6 +360,5 @@ TEST_F(Hst_Socket_Test, WaitingForAConnectionEndsAtItsLimit) {
     ASSERT_EQ(Hst_Socket::Connect(client.Get(), pair.Address, cond), 1);
     EXPECT_EQ(Hst_Socket::Wait_For_Input(pair.Listener.Get(), 5000, cond), 1);
 
-    EXPECT_EQ(Hst_Socket::Wait_For_Input(-1, 10, cond), -1);
-    Expect_Failure(cond, "poll", EBADF);
+    Expect_Failure(Hst_Socket::Wait_For_Input(-1, 10, cond), -1, cond, "poll", EBADF);
 }
