@@ -3,9 +3,8 @@
 
 #include <gtest/gtest.h>
 #include <pwd.h>
-#include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/sysmacros.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -56,7 +55,7 @@ gid_t Foreign_Group() {
 
 }  // namespace
 
-TEST_F(File_Info, ANilRecordHasNoTypeAndNoNames) {
+TEST_F(File_Info, ANilRecordHasNoTypeAndNoNamesAndBlocksAreKilobytesRoundedUp) {
     Hst_File_Info info;
     EXPECT_EQ(info.Is_Nil(), 1);
     EXPECT_EQ(info.File_Type(), Hst_Nil_File_Type);
@@ -67,37 +66,7 @@ TEST_F(File_Info, ANilRecordHasNoTypeAndNoNames) {
     real.Make_Nil();
     EXPECT_EQ(real.Is_Nil(), 1);
     EXPECT_EQ(real == Hst_File_Info(), 1);
-}
-
-TEST_F(File_Info, TypesOfTheFilesOfASystem) {
-    std::ofstream(Dir + "/file") << "x";
-    fs::create_symlink("file", Dir + "/link");
-    mkfifo((Dir + "/fifo").c_str(), 0600);
-    const int sock = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const std::string socket_path = Dir + "/sock";
-    socket_path.copy(address.sun_path, sizeof address.sun_path - 1);
-    ASSERT_EQ(bind(sock, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-
-    EXPECT_EQ(Info(Dir).File_Type(), Hst_Directory_Type);
-    EXPECT_EQ(Info(Dir).Is_Directory(), 1);
-    EXPECT_EQ(Info(Dir + "/file").File_Type(), Hst_Regular_Type);
-    EXPECT_EQ(Info(Dir + "/file").Is_File(), 1);
-    EXPECT_EQ(Info(Dir + "/link", true).File_Type(), Hst_Symbolic_Link_Type);
-    EXPECT_EQ(Info(Dir + "/link").File_Type(), Hst_Regular_Type);
-    EXPECT_EQ(Info(Dir + "/fifo").File_Type(), Hst_Fifo_Type);
-    EXPECT_EQ(Info(socket_path).File_Type(), Hst_Socket_Type);
-    EXPECT_EQ(Info("/dev/null").File_Type(), Hst_Character_Special_Type);
-    close(sock);
-
-    EXPECT_EQ(Narrow(Hst_File_Type_Image(Hst_Block_Special_Type)), "Hst_Block_Special_Type");
-    EXPECT_EQ(Narrow(Hst_File_Type_Image(Hst_Network_Special_Type)), "Hst_Network_Special_Type");
-    EXPECT_EQ(Narrow(Hst_File_Type_Image(9)), "Hst_Nil_File_Type");
-}
-
-TEST_F(File_Info, BlocksAreKilobytesRoundedUp) {
-    Hst_File_Info info;
+    // Blocks are kilobytes rounded up.
     const std::pair<off_t, int64_t> sizes[] = {{0, 0}, {1, 1}, {1024, 1}, {1025, 2}, {4096, 4}};
     for (const auto& [size, blocks] : sizes) {
         info.Get_Status().st_size = size;
@@ -105,7 +74,27 @@ TEST_F(File_Info, BlocksAreKilobytesRoundedUp) {
     }
 }
 
-TEST_F(File_Info, AccessUsesTheOwnerTheGroupOrTheOthersBits) {
+TEST_F(File_Info, TypesOfTheFilesOfASystem) {
+    std::ofstream(Dir + "/file") << "x";
+    fs::create_symlink("file", Dir + "/link");
+    mkfifo((Dir + "/fifo").c_str(), 0600);
+    ASSERT_EQ(mknod((Dir + "/sock").c_str(), S_IFSOCK | 0600, 0), 0);
+    EXPECT_EQ(Info(Dir).File_Type(), Hst_Directory_Type);
+    EXPECT_EQ(Info(Dir).Is_Directory(), 1);
+    EXPECT_EQ(Info(Dir + "/file").File_Type(), Hst_Regular_Type);
+    EXPECT_EQ(Info(Dir + "/file").Is_File(), 1);
+    EXPECT_EQ(Info(Dir + "/link", true).File_Type(), Hst_Symbolic_Link_Type);
+    EXPECT_EQ(Info(Dir + "/link").File_Type(), Hst_Regular_Type);
+    EXPECT_EQ(Info(Dir + "/fifo").File_Type(), Hst_Fifo_Type);
+    EXPECT_EQ(Info(Dir + "/sock").File_Type(), Hst_Socket_Type);
+    EXPECT_EQ(Info("/dev/null").File_Type(), Hst_Character_Special_Type);
+
+    EXPECT_EQ(Narrow(Hst_File_Type_Image(Hst_Block_Special_Type)), "Hst_Block_Special_Type");
+    EXPECT_EQ(Narrow(Hst_File_Type_Image(Hst_Network_Special_Type)), "Hst_Network_Special_Type");
+    EXPECT_EQ(Narrow(Hst_File_Type_Image(9)), "Hst_Nil_File_Type");
+}
+
+TEST_F(File_Info, AccessUsesTheOwnerTheGroupOrTheOthersBitsAndTheFileType) {
     const uid_t me = geteuid(), other = geteuid() + 1;
     // Owner: only the owner's bits count, for the superuser too.
     EXPECT_EQ(Synthetic(me, Foreign_Group(), S_IFREG | 0077).Is_Readable(), 0);
@@ -117,9 +106,8 @@ TEST_F(File_Info, AccessUsesTheOwnerTheGroupOrTheOthersBits) {
     // Others: neither.
     EXPECT_EQ(Synthetic(other, Foreign_Group(), S_IFREG | 0004).Is_Readable(), 1);
     EXPECT_EQ(Synthetic(other, Foreign_Group(), S_IFREG | 0770).Is_Readable(), 0);
-}
 
-TEST_F(File_Info, ExecutableIsForFilesAndSearchableForDirectories) {
+    // Executable is for files, searchable for directories.
     const Hst_File_Info dir = Synthetic(geteuid(), getegid(), S_IFDIR | 0700);
     EXPECT_EQ(dir.Is_Executable(), 0);
     EXPECT_EQ(dir.Is_Searchable(), 1);
@@ -218,4 +206,6 @@ TEST_F(File_Info, ImageShortFullAndOnOneLine) {
     EXPECT_EQ(Narrow(text), "rw-r--r--");
     EXPECT_EQ(Narrow(Hst_File_Info::Permissions_Image(06750)), "rwsr-s---");
     EXPECT_EQ(Narrow(Hst_File_Info::Permissions_Image(06640)), "rwSr-S---");
+    EXPECT_EQ(Narrow(Hst_File_Info::Permissions_Image(0754)), "rwxr-xr--");
+    EXPECT_EQ(Narrow(Hst_File_Info::Permissions_Image(06711)), "rws--s--x");
 }

@@ -23,6 +23,7 @@
 
 using namespace message_test;
 namespace fs = std::filesystem;
+using Fs = Hst_Filesystem;
 
 namespace {
 
@@ -38,8 +39,16 @@ std::string Error_Of(const Fnd_Condition& Condition) {
     return "other";
 }
 
+std::string Sys(int Text, int Error) {
+    return "sys " + std::to_string(Text) + " errno " + std::to_string(Error);
+}
+
 // A condition that has failed, to show that each operation clears what it is given.
 Fnd_Condition Dirty() { return Fnd_Condition(Hst_Sys_Call_Error(1, 1)); }
+
+// The error that Call leaves on `condition`, a failed one before it.
+#define AFTER(Call) \
+    ([&] { Fnd_Condition condition = Dirty(); Call; return Error_Of(condition); }())
 
 class Filesystem : public ::testing::Test {
 protected:
@@ -48,9 +57,13 @@ protected:
         std::ofstream(Dir + "/" + Name) << Content;
         return Dir + "/" + Name;
     }
+    unsigned Mode(const std::string& Name) const {
+        struct stat status {};
+        EXPECT_EQ(stat((Dir + "/" + Name).c_str(), &status), 0) << Name;
+        return status.st_mode & 07777;
+    }
 
-    // Runs each step of one operation on a condition that has failed before, to show that
-    // each call clears it; a null name stands for the empty path.
+    // Runs each step of one operation; a null name stands for the empty path.
     struct Step {
         const char* Name;
         long Flag;
@@ -61,9 +74,9 @@ protected:
         for (const Step& step : Steps) {
             SCOPED_TRACE(std::string(step.Name ? step.Name : "<empty>") + " " +
                          std::to_string(step.Flag));
-            Fnd_Condition condition = Dirty();
-            Do(step.Name ? Path(step.Name) : Fnd_String(), condition, step.Flag);
-            EXPECT_EQ(Error_Of(condition), step.Expected);
+            EXPECT_EQ(AFTER(Do(step.Name ? Path(step.Name) : Fnd_String(), condition,
+                               step.Flag)),
+                      step.Expected);
         }
     }
 
@@ -108,9 +121,7 @@ TEST(Hst_Filesystem_Retry, InterruptsRepeatWithoutLimitTimeoutsFiftyTimesAgainOn
 TEST(Hst_Filesystem_Rules, EachErrnoMapsToItsMessage) {
     struct Row {
         int Error;
-        const char* General;
-        const char* Directory;
-        const char* File;
+        const char *General, *Directory, *File;
     };
     const Row rows[] = {
         {EACCES, "fs 4", "fs 4", "fs 4"},
@@ -127,11 +138,11 @@ TEST(Hst_Filesystem_Rules, EachErrnoMapsToItsMessage) {
     const Fnd_String path = Wide("/p");
     for (const Row& row : rows) {
         Fnd_Condition condition;
-        Hst_Filesystem::General_Fail(condition, path, 99, row.Error);
+        Fs::General_Fail(condition, path, 99, row.Error);
         EXPECT_EQ(Error_Of(condition), row.General) << row.Error;
-        Hst_Filesystem::Directory_Write_Fail(condition, path, 99, row.Error);
+        Fs::Directory_Write_Fail(condition, path, 99, row.Error);
         EXPECT_EQ(Error_Of(condition), row.Directory) << row.Error;
-        Hst_Filesystem::File_Fail(condition, path, 99, row.Error);
+        Fs::File_Fail(condition, path, 99, row.Error);
         EXPECT_EQ(Error_Of(condition), row.File) << row.Error;
         EXPECT_EQ(Hst_Filesystem_Error::Is_Errno(condition, row.Error) +
                       Hst_Sys_Call_Error::Is_Errno(condition, row.Error),
@@ -141,385 +152,323 @@ TEST(Hst_Filesystem_Rules, EachErrnoMapsToItsMessage) {
 
 TEST_F(Filesystem, MakeDirectoryNewExistingAndOnAFile) {
     Make("file");
-    Run(Hst_Filesystem::Make_Directory,
-        {{"d", 0, "ok"}, {"d", 1, "ok"}, {"d", 0, "fs 10"}, {"file", 1, "fs 10"},
-         {"missing/d", 1, "fs 102"}, {"file/d", 1, "fs 101"}});
+    Run(Fs::Make_Directory, {{"d", 0, "ok"}, {"d", 1, "ok"}, {"d", 0, "fs 10"},
+                             {"file", 1, "fs 10"}, {"missing/d", 1, "fs 102"},
+                             {"file/d", 1, "fs 101"}});
     EXPECT_TRUE(fs::is_directory(Dir + "/d"));
     Fnd_Condition condition;
-    Hst_Filesystem::Make_Directory(Path("file"), condition, 1);
+    Fs::Make_Directory(Path("file"), condition, 1);
     EXPECT_EQ(Hst_Filesystem_Error::Is_Errno(condition, EEXIST), 1);
 }
 
-TEST_F(Filesystem, MakeDirectoryWithoutPermission) {
+TEST_F(Filesystem, WithoutPermissionMakingADirectoryOrOpeningAFileFails) {
     if (Is_Root()) GTEST_SKIP() << "the superuser passes every permission check";
-    fs::create_directories(Dir + "/locked/inner");
-    chmod((Dir + "/locked/inner").c_str(), 0555);
-    Fnd_Condition condition;
-    // The parent can be searched but not written: the name isn't there.
-    Hst_Filesystem::Make_Directory(Path("locked/inner/new"), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "fs 31");
-    // The parent cannot even be searched.
-    chmod((Dir + "/locked").c_str(), 0);
-    Hst_Filesystem::Make_Directory(Path("locked/inner/new"), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "fs 32");
-    chmod((Dir + "/locked").c_str(), 0755);
-    chmod((Dir + "/locked/inner").c_str(), 0755);
-}
-
-TEST_F(Filesystem, DeletingFilesWithAndWithoutIgnoringMissingOnes) {
-    Make("file");
-    Make("plain");
-    fs::create_directory(Dir + "/sub");
-    Run(Hst_Filesystem::Delete_File,
-        {{"file", 0, "ok"}, {"file", 1, "ok"}, {"no/such/file", 1, "ok"}, {"file", 0, "fs 201"},
-         {nullptr, 1, "ok"}, {nullptr, 0, "fs 201"}, {"plain/below", 1, "ok"},
-         {"plain/below", 0, "fs 101"}, {"sub", 0, "sys 105 errno " + std::to_string(EISDIR)}});
-    EXPECT_FALSE(fs::exists(Dir + "/file"));
-
-    symlink("nowhere", (Dir + "/link").c_str());
-    Fnd_Condition condition = Dirty();
-    Hst_Filesystem::Delete_Symbolic_Link(Path("link"), condition, 0);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    EXPECT_FALSE(fs::is_symlink(Dir + "/link"));
-}
-
-TEST_F(Filesystem, DeletingDirectories) {
-    fs::create_directories(Dir + "/full/inner");
-    Make("file");
-    Run(Hst_Filesystem::Delete_Directory,
-        {{"full", 0, "fs 103"}, {"full/inner", 0, "ok"}, {"full/inner", 1, "ok"},
-         {"full/inner", 0, "fs 102"}, {nullptr, 0, "fs 102"}, {"file", 0, "fs 101"}});
-}
-
-TEST_F(Filesystem, ExistsAndWhenInDoubt) {
-    Make("file");
-    EXPECT_EQ(Hst_Filesystem::Exists(Path("file"), 0, 0), 1);
-    EXPECT_EQ(Hst_Filesystem::Exists(Path("missing"), 0, 1), 0);
-    EXPECT_EQ(Hst_Filesystem::Exists(Path("file/below"), 0, 1), 0);
-    symlink("nowhere", (Dir + "/dangling").c_str());
-    EXPECT_EQ(Hst_Filesystem::Exists(Path("dangling"), 0, 0), 0);
-    EXPECT_EQ(Hst_Filesystem::Exists(Path("dangling"), 1, 0), 1);
-    EXPECT_EQ(Hst_Filesystem::Exists(Unconvertible, 0, 1), 0);
-    if (Is_Root()) GTEST_SKIP() << "the superuser can search every directory";
-    fs::create_directory(Dir + "/closed");
-    Make("closed/inside");
-    chmod((Dir + "/closed").c_str(), 0);
-    EXPECT_EQ(Hst_Filesystem::Exists(Path("closed/inside"), 0, 0), 0);
-    EXPECT_EQ(Hst_Filesystem::Exists(Path("closed/inside"), 0, 1), 1);
-}
-
-TEST_F(Filesystem, OpeningDescriptorsCloseOnExec) {
-    int fd = 5;
-    Fnd_Condition condition = Dirty();
-    Hst_Filesystem::Open_File(Path("new"), Hst_Filesystem::Hst_Open_None, condition, fd, 0);
-    EXPECT_EQ(fd, -1);
-    EXPECT_EQ(Error_Of(condition), "ok");
-
-    Hst_Filesystem::Open_File(Path("missing"), Hst_Filesystem::Hst_Open_Read, condition, fd, 0);
-    EXPECT_EQ(fd, -1);
-    EXPECT_EQ(Error_Of(condition), "sys 2 errno 2");
-    EXPECT_EQ(Hst_Sys_Call_Error::Convert(condition.Get_Error())->Mode,
-              Hst_Filesystem::Hst_Open_Read);
-
-    Hst_Filesystem::Open_File(Path("new"), Hst_Filesystem::Hst_Open_Write, condition, fd,
-                              Hst_Filesystem::Hst_Open_Create | Hst_Filesystem::Hst_Open_Truncate);
-    ASSERT_GE(fd, 0);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    EXPECT_TRUE(Close_On_Exec(fd));
-    EXPECT_EQ(Hst_Filesystem::Write(fd, "abc", 3, condition), 3);
-    Hst_Filesystem::Close_File(fd, condition);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    Hst_Filesystem::Close_File(fd, condition);
-    EXPECT_EQ(Error_Of(condition), "sys 5 errno " + std::to_string(EBADF));
-
-    Hst_Filesystem::Open_File(Path("new"), Hst_Filesystem::Hst_Open_Write, condition, fd,
-                              Hst_Filesystem::Hst_Open_Create | Hst_Filesystem::Hst_Open_Exclusive);
-    EXPECT_EQ(Error_Of(condition), "sys 2 errno " + std::to_string(EEXIST));
-    Hst_Filesystem::Open_File(Path("new"), Hst_Filesystem::Hst_Open_Write, condition, fd,
-                              Hst_Filesystem::Hst_Open_Append);
-    ASSERT_GE(fd, 0);
-    EXPECT_EQ(Hst_Filesystem::Write(fd, "de", 2, condition), 2);
-    Hst_Filesystem::Close_File(fd, condition);
-    std::ifstream in(Dir + "/new");
-    std::string content;
-    in >> content;
-    EXPECT_EQ(content, "abcde");
-}
-
-TEST_F(Filesystem, OpeningWithoutPermissionTellsTheMode) {
-    if (Is_Root()) GTEST_SKIP() << "the superuser may open every file";
     Make("secret", "x");
     chmod((Dir + "/secret").c_str(), 0);
     int fd = -1;
     Fnd_Condition condition;
-    Hst_Filesystem::Open_File(Path("secret"), Hst_Filesystem::Hst_Open_Read_Write, condition, fd, 0);
+    Fs::Open_File(Path("secret"), Fs::Hst_Open_Read_Write, condition, fd, 0);
     EXPECT_EQ(Error_Of(condition), "fs 16");
-    EXPECT_EQ(Hst_Filesystem_Error::Convert(condition.Get_Error())->Mode,
-              Hst_Filesystem::Hst_Open_Read_Write);
+    EXPECT_EQ(Hst_Filesystem_Error::Convert(condition.Get_Error())->Mode, Fs::Hst_Open_Read_Write);
+
+    fs::create_directories(Dir + "/locked/inner");
+    chmod((Dir + "/locked/inner").c_str(), 0555);
+    // The parent can be searched but not written: the name isn't there.
+    EXPECT_EQ(AFTER(Fs::Make_Directory(Path("locked/inner/new"), condition, 0)), "fs 31");
+    // The parent cannot even be searched.
+    chmod((Dir + "/locked").c_str(), 0);
+    EXPECT_EQ(AFTER(Fs::Make_Directory(Path("locked/inner/new"), condition, 0)), "fs 32");
+    chmod((Dir + "/locked").c_str(), 0755);
+    chmod((Dir + "/locked/inner").c_str(), 0755);
+}
+
+TEST_F(Filesystem, DeletingFilesLinksAndDirectories) {
+    Make("file");
+    Make("plain");
+    fs::create_directories(Dir + "/sub/inner");
+    Run(Fs::Delete_File,
+        {{"file", 0, "ok"}, {"file", 1, "ok"}, {"no/such/file", 1, "ok"}, {"file", 0, "fs 201"},
+         {nullptr, 1, "ok"}, {nullptr, 0, "fs 201"}, {"plain/below", 1, "ok"},
+         {"plain/below", 0, "fs 101"}, {"sub", 0, Sys(105, EISDIR)}});
+    EXPECT_FALSE(fs::exists(Dir + "/file"));
+    Run(Fs::Delete_Directory,
+        {{"sub", 0, "fs 103"}, {"sub/inner", 0, "ok"}, {"sub/inner", 1, "ok"},
+         {"sub/inner", 0, "fs 102"}, {nullptr, 0, "fs 102"}, {"plain", 0, "fs 101"}});
+
+    symlink("nowhere", (Dir + "/link").c_str());
+    EXPECT_EQ(AFTER(Fs::Delete_Symbolic_Link(Path("link"), condition, 0)), "ok");
+    EXPECT_FALSE(fs::is_symlink(Dir + "/link"));
+}
+
+TEST_F(Filesystem, ExistsAndWhenInDoubt) {
+    Make("file");
+    EXPECT_EQ(Fs::Exists(Path("file"), 0, 0), 1);
+    EXPECT_EQ(Fs::Exists(Path("missing"), 0, 1), 0);
+    EXPECT_EQ(Fs::Exists(Path("file/below"), 0, 1), 0);
+    symlink("nowhere", (Dir + "/dangling").c_str());
+    EXPECT_EQ(Fs::Exists(Path("dangling"), 0, 0), 0);
+    EXPECT_EQ(Fs::Exists(Path("dangling"), 1, 0), 1);
+    EXPECT_EQ(Fs::Exists(Unconvertible, 0, 1), 0);
+    if (Is_Root()) GTEST_SKIP() << "the superuser can search every directory";
+    fs::create_directory(Dir + "/closed");
+    Make("closed/inside");
+    chmod((Dir + "/closed").c_str(), 0);
+    EXPECT_EQ(Fs::Exists(Path("closed/inside"), 0, 0), 0);
+    EXPECT_EQ(Fs::Exists(Path("closed/inside"), 0, 1), 1);
+}
+
+TEST_F(Filesystem, OpeningDescriptorsCloseOnExec) {
+    int fd = 5;
+    EXPECT_EQ(AFTER(Fs::Open_File(Path("new"), Fs::Hst_Open_None, condition, fd, 0)), "ok");
+    EXPECT_EQ(fd, -1);
+
+    Fnd_Condition condition;
+    Fs::Open_File(Path("missing"), Fs::Hst_Open_Read, condition, fd, 0);
+    EXPECT_EQ(fd, -1);
+    EXPECT_EQ(Error_Of(condition), "sys 2 errno 2");
+    EXPECT_EQ(Hst_Sys_Call_Error::Convert(condition.Get_Error())->Mode, Fs::Hst_Open_Read);
+
+    EXPECT_EQ(AFTER(Fs::Open_File(Path("new"), Fs::Hst_Open_Write, condition, fd,
+                                  Fs::Hst_Open_Create | Fs::Hst_Open_Truncate)),
+              "ok");
+    ASSERT_GE(fd, 0);
+    EXPECT_TRUE(Close_On_Exec(fd));
+    EXPECT_EQ(Fs::Write(fd, "abc", 3, condition), 3);
+    EXPECT_EQ(AFTER(Fs::Close_File(fd, condition)), "ok");
+    EXPECT_EQ(AFTER(Fs::Close_File(fd, condition)), Sys(5, EBADF));
+
+    EXPECT_EQ(AFTER(Fs::Open_File(Path("new"), Fs::Hst_Open_Write, condition, fd,
+                                  Fs::Hst_Open_Create | Fs::Hst_Open_Exclusive)),
+              Sys(2, EEXIST));
+    Fs::Open_File(Path("new"), Fs::Hst_Open_Write, condition, fd, Fs::Hst_Open_Append);
+    ASSERT_GE(fd, 0);
+    EXPECT_EQ(Fs::Write(fd, "de", 2, condition), 2);
+    Fs::Close_File(fd, condition);
+    std::string content;
+    std::ifstream(Dir + "/new") >> content;
+    EXPECT_EQ(content, "abcde");
 }
 
 TEST_F(Filesystem, MakeFileGivesTheOwnerWhatTheModeNeeds) {
     const mode_t saved = umask(0);
     int fd = 3;
-    Fnd_Condition condition;
-    Hst_Filesystem::Make_File(Path("none"), nullptr, Hst_Filesystem::Hst_Open_None, condition, fd,
-                              Hst_Filesystem::Hst_Open_Create);
+    EXPECT_EQ(AFTER(Fs::Make_File(Path("none"), nullptr, Fs::Hst_Open_None, condition, fd,
+                                  Fs::Hst_Open_Create)),
+              "sys 4 errno 0");
     EXPECT_EQ(fd, -1);
-    EXPECT_EQ(Error_Of(condition), "sys 4 errno 0");
     EXPECT_FALSE(fs::exists(Dir + "/none"));
-
-    Hst_Filesystem::Make_File(Path("plain"), nullptr, Hst_Filesystem::Hst_Open_Write, condition,
-                              fd, Hst_Filesystem::Hst_Open_Create);
-    ASSERT_GE(fd, 0);
-    EXPECT_TRUE(Close_On_Exec(fd));
-    close(fd);
-    struct stat status {};
-    ASSERT_EQ(stat((Dir + "/plain").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777, 0666u);
 
     // Permissions from a model, without its execute bits, plus what writing needs.
     Hst_File_Info model;
     model.Get_Status().st_mode = S_IFREG | 0045;
-    Hst_Filesystem::Make_File(Path("modelled"), &model, Hst_Filesystem::Hst_Open_Write, condition,
-                              fd, Hst_Filesystem::Hst_Open_Create);
-    ASSERT_GE(fd, 0);
-    close(fd);
-    ASSERT_EQ(stat((Dir + "/modelled").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777, 0244u);
+    for (const auto& [name, from, mode] :
+         {std::tuple("plain", (Hst_File_Info*)nullptr, 0666u), {"modelled", &model, 0244u}}) {
+        Fnd_Condition condition;
+        Fs::Make_File(Path(name), from, Fs::Hst_Open_Write, condition, fd, Fs::Hst_Open_Create);
+        ASSERT_GE(fd, 0);
+        EXPECT_TRUE(Close_On_Exec(fd));
+        close(fd);
+        EXPECT_EQ(Mode(name), mode) << name;
+    }
     umask(saved);
 
-    Hst_Filesystem::Create_File(Path("created"), condition);
-    EXPECT_EQ(Error_Of(condition), "ok");
+    EXPECT_EQ(AFTER(Fs::Create_File(Path("created"), condition)), "ok");
     EXPECT_TRUE(fs::exists(Dir + "/created"));
-    Hst_Filesystem::Create_File(Path("created"), condition);
-    EXPECT_EQ(Error_Of(condition), "sys 2 errno " + std::to_string(EEXIST));
+    EXPECT_EQ(AFTER(Fs::Create_File(Path("created"), condition)), Sys(2, EEXIST));
 }
 
 TEST_F(Filesystem, DescriptorPositionsSizesAndFlags) {
     const std::string file = Make("data", "0123456789");
     int fd = -1;
     Fnd_Condition condition;
-    Hst_Filesystem::Open_File(Path("data"), Hst_Filesystem::Hst_Open_Read_Write, condition, fd, 0);
+    Fs::Open_File(Path("data"), Fs::Hst_Open_Read_Write, condition, fd, 0);
     ASSERT_GE(fd, 0);
-    EXPECT_EQ(Hst_Filesystem::End_Of_File(fd), 0);
-    EXPECT_EQ(Hst_Filesystem::Reposition_File(fd, -2, Hst_Filesystem::Hst_From_End, condition), 8);
+    EXPECT_EQ(Fs::End_Of_File(fd), 0);
+    EXPECT_EQ(Fs::Reposition_File(fd, -2, Fs::Hst_From_End, condition), 8);
     char buffer[4] = {};
-    EXPECT_EQ(Hst_Filesystem::Read(fd, buffer, 4, condition), 2);
+    EXPECT_EQ(Fs::Read(fd, buffer, 4, condition), 2);
     EXPECT_EQ(std::string(buffer, 2), "89");
-    EXPECT_EQ(Hst_Filesystem::End_Of_File(fd), 1);
-    EXPECT_EQ(Hst_Filesystem::Reposition_File(fd, -1, Hst_Filesystem::Hst_From_Start, condition), -1);
-    EXPECT_EQ(Error_Of(condition), "sys 151 errno " + std::to_string(EINVAL));
+    EXPECT_EQ(Fs::End_Of_File(fd), 1);
+    EXPECT_EQ(Fs::Reposition_File(fd, -1, Fs::Hst_From_Start, condition), -1);
+    EXPECT_EQ(Error_Of(condition), Sys(151, EINVAL));
 
-    Hst_Filesystem::Truncate_File(fd, 4, condition);
-    EXPECT_EQ(Error_Of(condition), "ok");
+    EXPECT_EQ(AFTER(Fs::Truncate_File(fd, 4, condition)), "ok");
     EXPECT_EQ(fs::file_size(file), 4u);
-    Hst_Filesystem::Truncate_File(fd, 0, condition);
-    EXPECT_EQ(Hst_Filesystem::End_Of_File(fd), 1);
-    Hst_Filesystem::Synchronize(fd, condition);
-    EXPECT_EQ(Error_Of(condition), "ok");
+    Fs::Truncate_File(fd, 0, condition);
+    EXPECT_EQ(Fs::End_Of_File(fd), 1);
+    EXPECT_EQ(AFTER(Fs::Synchronize(fd, condition)), "ok");
 
-    Hst_Filesystem::Set_Non_Blocking(fd, 1, condition);
+    Fs::Set_Non_Blocking(fd, 1, condition);
     EXPECT_NE(fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
-    Hst_Filesystem::Set_Non_Blocking(fd, 0, condition);
+    Fs::Set_Non_Blocking(fd, 0, condition);
     EXPECT_EQ(fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
-    Hst_Filesystem::Close_File(fd, condition);
+    Fs::Close_File(fd, condition);
 
-    Hst_Filesystem::Set_Non_Blocking(fd, 1, condition);
-    EXPECT_EQ(Error_Of(condition), "sys 124 errno " + std::to_string(EBADF));
-    Hst_Filesystem::Synchronize(fd, condition);
-    EXPECT_EQ(Error_Of(condition), "sys 152 errno " + std::to_string(EBADF));
-    Hst_Filesystem::Truncate_File(fd, 0, condition);
-    EXPECT_EQ(Error_Of(condition), "sys 148 errno " + std::to_string(EBADF));
-    EXPECT_EQ(Hst_Filesystem::End_Of_File(fd), 0);
+    EXPECT_EQ(AFTER(Fs::Set_Non_Blocking(fd, 1, condition)), Sys(124, EBADF));
+    EXPECT_EQ(AFTER(Fs::Synchronize(fd, condition)), Sys(152, EBADF));
+    EXPECT_EQ(AFTER(Fs::Truncate_File(fd, 0, condition)), Sys(148, EBADF));
+    EXPECT_EQ(Fs::End_Of_File(fd), 0);
 }
 
 TEST_F(Filesystem, StreamsLinesCountsAndEndOfFile) {
     FILE* stream = reinterpret_cast<FILE*>(1);
-    Fnd_Condition condition = Dirty();
-    Hst_Filesystem::Open_File(Path("s"), Hst_Filesystem::Hst_Open_None, condition, stream);
+    EXPECT_EQ(AFTER(Fs::Open_File(Path("s"), Fs::Hst_Open_None, condition, stream)), "ok");
     EXPECT_EQ(stream, nullptr);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    EXPECT_EQ(Hst_Filesystem::File_Descriptor(nullptr), -1);
+    EXPECT_EQ(Fs::File_Descriptor(nullptr), -1);
 
-    Hst_Filesystem::Open_File(Path("s"), Hst_Filesystem::Hst_Open_Write, condition, stream);
+    Fnd_Condition condition;
+    Fs::Open_File(Path("s"), Fs::Hst_Open_Write, condition, stream);
     ASSERT_NE(stream, nullptr);
-    EXPECT_TRUE(Close_On_Exec(Hst_Filesystem::File_Descriptor(stream)));
-    Hst_Filesystem::Write_String(stream, "one\ntwo\n", condition);
-    EXPECT_EQ(Hst_Filesystem::Write(stream, "xyz", 3, condition), 3);
-    EXPECT_EQ(Hst_Filesystem::Write(stream, "", 0, condition), 0);
+    EXPECT_TRUE(Close_On_Exec(Fs::File_Descriptor(stream)));
+    Fs::Write_String(stream, "one\ntwo\n", condition);
+    EXPECT_EQ(Fs::Write(stream, "xyz", 3, condition), 3);
+    EXPECT_EQ(Fs::Write(stream, "", 0, condition), 0);
     EXPECT_EQ(Error_Of(condition), "ok");
-    Hst_Filesystem::Flush_File(stream, condition);
-    Hst_Filesystem::Close_File(stream, condition);
-    EXPECT_EQ(Error_Of(condition), "ok");
+    Fs::Flush_File(stream, condition);
+    EXPECT_EQ(AFTER(Fs::Close_File(stream, condition)), "ok");
 
-    Hst_Filesystem::Open_File(Path("s"), Hst_Filesystem::Hst_Open_Read, condition, stream);
+    Fs::Open_File(Path("s"), Fs::Hst_Open_Read, condition, stream);
     ASSERT_NE(stream, nullptr);
     char line[16];
-    EXPECT_EQ(Hst_Filesystem::Read_String(stream, line, sizeof line, condition), line);
+    EXPECT_EQ(Fs::Read_String(stream, line, sizeof line, condition), line);
     EXPECT_STREQ(line, "one\n");
-    EXPECT_EQ(Hst_Filesystem::End_Of_File(stream), 0);
-    EXPECT_EQ(Hst_Filesystem::Reposition_File(stream, 4, Hst_Filesystem::Hst_From_Start, condition), 4);
+    EXPECT_EQ(Fs::End_Of_File(stream), 0);
+    EXPECT_EQ(Fs::Reposition_File(stream, 4, Fs::Hst_From_Start, condition), 4);
     char bytes[16] = {};
-    EXPECT_EQ(Hst_Filesystem::Read(stream, bytes, sizeof bytes, condition), 7);
+    EXPECT_EQ(Fs::Read(stream, bytes, sizeof bytes, condition), 7);
     EXPECT_EQ(Error_Of(condition), "ok");  // end of file is no failure
     EXPECT_EQ(std::string(bytes, 7), "two\nxyz");
-    EXPECT_EQ(Hst_Filesystem::End_Of_File(stream), 1);
-    condition = Dirty();
-    EXPECT_EQ(Hst_Filesystem::Read_String(stream, line, sizeof line, condition), nullptr);
+    EXPECT_EQ(Fs::End_Of_File(stream), 1);
+    const char* got = line;
+    EXPECT_EQ(AFTER(got = Fs::Read_String(stream, line, sizeof line, condition)), "ok");
+    EXPECT_EQ(got, nullptr);
     EXPECT_STREQ(line, "");
-    EXPECT_EQ(Error_Of(condition), "ok");
-    EXPECT_EQ(Hst_Filesystem::Reposition_File(stream, -100, Hst_Filesystem::Hst_From_Start, condition), -1);
-    EXPECT_EQ(Error_Of(condition), "sys 150 errno " + std::to_string(EINVAL));
-    Hst_Filesystem::Close_File(stream, condition);
+    EXPECT_EQ(Fs::Reposition_File(stream, -100, Fs::Hst_From_Start, condition), -1);
+    EXPECT_EQ(Error_Of(condition), Sys(150, EINVAL));
+    Fs::Close_File(stream, condition);
 
-    Hst_Filesystem::Open_File(Path("missing"), Hst_Filesystem::Hst_Open_Read, condition, stream);
+    Fs::Open_File(Path("missing"), Fs::Hst_Open_Read, condition, stream);
     EXPECT_EQ(stream, nullptr);
     EXPECT_EQ(Error_Of(condition), "sys 3 errno 2");
-    Hst_Filesystem::Open_File(-1, Hst_Filesystem::Hst_Open_Read, condition, stream);
-    EXPECT_EQ(Error_Of(condition), "sys 3 errno " + std::to_string(EBADF));
+    EXPECT_EQ(AFTER(Fs::Open_File(-1, Fs::Hst_Open_Read, condition, stream)), Sys(3, EBADF));
 }
 
 TEST_F(Filesystem, StatusOfPathsLinksAndDescriptors) {
     Make("file", "12345");
     symlink("file", (Dir + "/link").c_str());
     Hst_File_Info info;
-    Fnd_Condition condition = Dirty();
-    Hst_Filesystem::Get_Info(Path("link"), info, condition);
-    EXPECT_EQ(Error_Of(condition), "ok");
+    EXPECT_EQ(AFTER(Fs::Get_Info(Path("link"), info, condition)), "ok");
     EXPECT_EQ(info.File_Type(), Hst_Regular_Type);
     EXPECT_EQ(info.Length(), 5);
-    Hst_Filesystem::Get_Symbolic_Link_Info(Path("link"), info, condition);
+    Fnd_Condition condition;
+    Fs::Get_Symbolic_Link_Info(Path("link"), info, condition);
     EXPECT_EQ(info.File_Type(), Hst_Symbolic_Link_Type);
 
-    Hst_Filesystem::Get_Info(Path("missing"), info, condition);
-    EXPECT_EQ(Error_Of(condition), "fs 201");
+    EXPECT_EQ(AFTER(Fs::Get_Info(Path("missing"), info, condition)), "fs 201");
     EXPECT_EQ(info.Is_Nil(), 1);
-    Hst_Filesystem::Get_Symbolic_Link_Info(Path("file/below"), info, condition);
-    EXPECT_EQ(Error_Of(condition), "fs 101");
+    EXPECT_EQ(AFTER(Fs::Get_Symbolic_Link_Info(Path("file/below"), info, condition)), "fs 101");
 
     const int fd = open((Dir + "/file").c_str(), O_RDONLY | O_CLOEXEC);
-    Hst_Filesystem::Get_Info(fd, info, condition);
+    Fs::Get_Info(fd, info, condition);
     EXPECT_EQ(info.Length(), 5);
     close(fd);
-    Hst_Filesystem::Get_Info(fd, info, condition);
-    EXPECT_EQ(Error_Of(condition), "sys 43 errno " + std::to_string(EBADF));
+    EXPECT_EQ(AFTER(Fs::Get_Info(fd, info, condition)), Sys(43, EBADF));
     EXPECT_EQ(info.Is_Nil(), 1);
 
-    const struct stat* shared = Hst_Filesystem::Get_Stat(Path("file"), nullptr, condition);
+    const struct stat* shared = Fs::Get_Stat(Path("file"), nullptr, condition);
     ASSERT_NE(shared, nullptr);
     EXPECT_EQ(shared->st_size, 5);
-    EXPECT_EQ(Hst_Filesystem::Get_Stat(Path("file"), &info, condition), &info.Get_Status());
-    EXPECT_EQ(Hst_Filesystem::Get_Stat(Path("missing"), nullptr, condition), nullptr);
+    EXPECT_EQ(Fs::Get_Stat(Path("file"), &info, condition), &info.Get_Status());
+    EXPECT_EQ(Fs::Get_Stat(Path("missing"), nullptr, condition), nullptr);
     EXPECT_EQ(Error_Of(condition), "fs 201");
 }
 
 TEST_F(Filesystem, SymbolicLinksAliasesAndRenaming) {
     Make("file", "x");
-    Fnd_Condition condition;
-    Hst_Filesystem::Make_Symbolic_Link(Wide("file"), Path("link"), condition);
-    EXPECT_EQ(Error_Of(condition), "ok");
+    EXPECT_EQ(AFTER(Fs::Make_Symbolic_Link(Wide("file"), Path("link"), condition)), "ok");
     Fnd_String target = Wide("stale");
-    Hst_Filesystem::Read_Symbolic_Link(Path("link"), target, condition);
+    Fnd_Condition condition;
+    Fs::Read_Symbolic_Link(Path("link"), target, condition);
     EXPECT_EQ(Narrow(target), "file");
-    Hst_Filesystem::Read_Symbolic_Link(Path("missing"), target, condition);
-    EXPECT_EQ(Error_Of(condition), "fs 301");
+    EXPECT_EQ(AFTER(Fs::Read_Symbolic_Link(Path("missing"), target, condition)), "fs 301");
     EXPECT_TRUE(target.Is_Empty());
-    Hst_Filesystem::Read_Symbolic_Link(Path("file"), target, condition);
-    EXPECT_EQ(Error_Of(condition), "fs 302");
-    Hst_Filesystem::Make_Symbolic_Link(Fnd_String(), Path("empty"), condition);
-    EXPECT_EQ(Error_Of(condition), "sys 102 errno 2");
+    EXPECT_EQ(AFTER(Fs::Read_Symbolic_Link(Path("file"), target, condition)), "fs 302");
+    EXPECT_EQ(AFTER(Fs::Make_Symbolic_Link(Fnd_String(), Path("empty"), condition)),
+              "sys 102 errno 2");
 
-    Hst_Filesystem::Rename_Symbolic_Link(Path("link"), Path("moved"), condition);
-    EXPECT_EQ(Error_Of(condition), "ok");
+    EXPECT_EQ(AFTER(Fs::Rename_Symbolic_Link(Path("link"), Path("moved"), condition)), "ok");
     EXPECT_FALSE(fs::is_symlink(Dir + "/link"));
     EXPECT_EQ(fs::read_symlink(Dir + "/moved"), "file");
     // A rename onto a name that exists fails and puts the old link back.
     Make("taken");
-    Hst_Filesystem::Rename_Symbolic_Link(Path("moved"), Path("taken"), condition);
-    EXPECT_EQ(Error_Of(condition), "sys 102 errno " + std::to_string(EEXIST));
+    EXPECT_EQ(AFTER(Fs::Rename_Symbolic_Link(Path("moved"), Path("taken"), condition)),
+              Sys(102, EEXIST));
     EXPECT_EQ(fs::read_symlink(Dir + "/moved"), "file");
 
-    Hst_Filesystem::Make_Alias(Path("alias"), Path("file"), condition);
-    EXPECT_EQ(Error_Of(condition), "ok");
+    EXPECT_EQ(AFTER(Fs::Make_Alias(Path("alias"), Path("file"), condition)), "ok");
     EXPECT_EQ(fs::hard_link_count(Dir + "/file"), 2u);
-    Hst_Filesystem::Make_Alias(Path("alias2"), Path("missing"), condition);
-    EXPECT_EQ(Error_Of(condition), "sys 103 errno 2");
+    EXPECT_EQ(AFTER(Fs::Make_Alias(Path("alias2"), Path("missing"), condition)), "sys 103 errno 2");
 
-    Hst_Filesystem::Rename_File(Path("alias"), Path("renamed"), condition);
-    EXPECT_EQ(Error_Of(condition), "ok");
+    EXPECT_EQ(AFTER(Fs::Rename_File(Path("alias"), Path("renamed"), condition)), "ok");
     EXPECT_TRUE(fs::exists(Dir + "/renamed"));
-    Hst_Filesystem::Rename_File(Path("alias"), Path("again"), condition);
+    Fs::Rename_File(Path("alias"), Path("again"), condition);
     EXPECT_EQ(Error_Of(condition), "sys 84 errno 2");
     const auto* error = Hst_Sys_Call_Error::Convert(condition.Get_Error());
     EXPECT_EQ(Narrow(error->Str), Dir + "/alias");
     EXPECT_EQ(Narrow(error->Str1), Dir + "/again");
     fs::create_directory(Dir + "/d1");
-    Hst_Filesystem::Rename_Directory(Path("d1"), Path("d2"), condition);
+    Fs::Rename_Directory(Path("d1"), Path("d2"), condition);
     EXPECT_TRUE(fs::is_directory(Dir + "/d2"));
-    Hst_Filesystem::Rename_Directory(Path("d1"), Path("d3"), condition);
-    EXPECT_EQ(Error_Of(condition), "sys 83 errno 2");
+    EXPECT_EQ(AFTER(Fs::Rename_Directory(Path("d1"), Path("d3"), condition)), "sys 83 errno 2");
 
-    Hst_Filesystem::Make_Named_Pipe(Path("fifo"), condition);
+    EXPECT_EQ(AFTER(Fs::Make_Named_Pipe(Path("fifo"), condition)), "ok");
     EXPECT_TRUE(fs::is_fifo(Dir + "/fifo"));
-    Hst_Filesystem::Make_Named_Pipe(Path("fifo"), condition);
-    EXPECT_EQ(Error_Of(condition), "sys 7 errno " + std::to_string(EEXIST));
+    EXPECT_EQ(AFTER(Fs::Make_Named_Pipe(Path("fifo"), condition)), Sys(7, EEXIST));
 }
 
 TEST_F(Filesystem, TimestampsReadOnlyModesAndTheCreationMask) {
     Make("file");
-    Fnd_Condition condition;
-    Hst_Filesystem::Set_Timestamp(Path("file"), Hst_Timestamp(1000000000), condition);
-    EXPECT_EQ(Error_Of(condition), "ok");
+    EXPECT_EQ(AFTER(Fs::Set_Timestamp(Path("file"), Hst_Timestamp(1000000000), condition)), "ok");
     Hst_File_Info info;
-    Hst_Filesystem::Get_Info(Path("file"), info, condition);
+    Fnd_Condition condition;
+    Fs::Get_Info(Path("file"), info, condition);
     EXPECT_EQ(info.Last_Modified().Seconds, 1000000000);
     EXPECT_EQ(info.Last_Accessed().Seconds, 1000000000);
-    Hst_Filesystem::Set_Timestamp(Path("file"), Hst_Timestamp(), condition);
-    Hst_Filesystem::Get_Info(Path("file"), info, condition);
+    Fs::Set_Timestamp(Path("file"), Hst_Timestamp(), condition);
+    Fs::Get_Info(Path("file"), info, condition);
     EXPECT_GE(info.Last_Modified().Seconds, time(nullptr) - 5);
-    Hst_Filesystem::Set_Timestamp(Path("missing"), Hst_Timestamp(), condition);
-    EXPECT_EQ(Error_Of(condition), "fs 201");
+    EXPECT_EQ(AFTER(Fs::Set_Timestamp(Path("missing"), Hst_Timestamp(), condition)), "fs 201");
 
     // Write bits and a file's set-group-id bit go; read and execute bits stay.
     chmod((Dir + "/file").c_str(), 02775);
-    Hst_Filesystem::Make_Read_Only(Path("file"), nullptr, condition);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    EXPECT_EQ(fs::status(Dir + "/file").permissions(), fs::perms(0555));
+    EXPECT_EQ(AFTER(Fs::Make_Read_Only(Path("file"), nullptr, condition)), "ok");
+    EXPECT_EQ(Mode("file"), 0555u);
     fs::create_directory(Dir + "/dir");
     chmod((Dir + "/dir").c_str(), 02775);
-    Hst_Filesystem::Make_File_Read_Only(Path("dir"), condition, nullptr);
-    struct stat status {};
-    stat((Dir + "/dir").c_str(), &status);
-    EXPECT_EQ(status.st_mode & 07777, 02555u);
-    Hst_Filesystem::Make_Read_Only(Path("missing"), nullptr, condition);
-    EXPECT_EQ(Error_Of(condition), "fs 201");
+    Fs::Make_File_Read_Only(Path("dir"), condition, nullptr);
+    EXPECT_EQ(Mode("dir"), 02555u);
+    EXPECT_EQ(AFTER(Fs::Make_Read_Only(Path("missing"), nullptr, condition)), "fs 201");
 
     unsigned long keep, mask;
-    Hst_Filesystem::Read_Only_Mode(1, keep, mask, 1);
-    EXPECT_EQ(keep, 02777u);
-    EXPECT_EQ(mask, 0777u);
-    Hst_Filesystem::Executable_Mode(0, keep, mask, 0);
-    EXPECT_EQ(keep, 0111u);
-    EXPECT_EQ(mask, 0111u);
+    Fs::Read_Only_Mode(1, keep, mask, 1);
+    EXPECT_EQ(std::pair(keep, mask), std::pair(02777ul, 0777ul));
+    Fs::Executable_Mode(0, keep, mask, 0);
+    EXPECT_EQ(std::pair(keep, mask), std::pair(0111ul, 0111ul));
 
     const mode_t saved = umask(022);
     long user, group, others;
-    Hst_Filesystem::Get_File_Creation_Mode(user, group, others, condition);
-    EXPECT_EQ(user, 7);
-    EXPECT_EQ(group, 5);
-    EXPECT_EQ(others, 5);
-    Hst_Filesystem::Set_File_Creation_Mode(6, 4, 0, condition);
+    Fs::Get_File_Creation_Mode(user, group, others, condition);
+    EXPECT_EQ(std::tuple(user, group, others), std::tuple(7L, 5L, 5L));
+    Fs::Set_File_Creation_Mode(6, 4, 0, condition);
     EXPECT_EQ(umask(saved), 0137);
 }
 
 TEST_F(Filesystem, TemporaryNamesCutThePrefixAndHaveNoDots) {
     unsetenv("TMPDIR");
-    Fnd_Condition condition = Dirty();
     std::set<std::string> names;
+    Fnd_String name;
     for (int i = 0; i < 200; ++i) {
-        Fnd_String name;
-        Hst_Filesystem::Make_Temp_Name(Wide(Dir), Wide("abcdefg"), name, condition);
-        EXPECT_EQ(Error_Of(condition), "ok");
+        EXPECT_EQ(AFTER(Fs::Make_Temp_Name(Wide(Dir), Wide("abcdefg"), name, condition)), "ok");
         const std::string text = Narrow(name);
         ASSERT_EQ(text.rfind(Dir + "/abcde", 0), 0u) << text;
         const std::string generated = text.substr(Dir.size() + 6);
@@ -530,11 +479,11 @@ TEST_F(Filesystem, TemporaryNamesCutThePrefixAndHaveNoDots) {
     }
     EXPECT_GT(names.size(), 190u);
 
-    Fnd_String name;
-    Hst_Filesystem::Make_Temp_Name(Fnd_String(), Wide("p"), name, condition);
+    Fnd_Condition condition;
+    Fs::Make_Temp_Name(Fnd_String(), Wide("p"), name, condition);
     EXPECT_EQ(Narrow(name).rfind("/tmp/p", 0), 0u);
     setenv("TMPDIR", Dir.c_str(), 1);
-    Hst_Filesystem::Make_Temp_Name(Wide("/no/such/dir"), Wide("q"), name, condition);
+    Fs::Make_Temp_Name(Wide("/no/such/dir"), Wide("q"), name, condition);
     EXPECT_EQ(Narrow(name).rfind(Dir + "/q", 0), 0u);
 }
 
@@ -558,30 +507,23 @@ TEST_F(Filesystem, TraversingADirectory) {
     Make("a");
     Make("b");
     fs::create_directory(Dir + "/c");
-    Visit visit;
-    Fnd_Condition condition = Dirty();
-    Hst_Filesystem::Traverse_Directory(Wide(Dir), Collect, &visit, condition, 0, 0, 0);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    EXPECT_EQ(visit.Names, (std::set<std::string>{"a", "b", "c"}));
-
-    Visit dots;
-    Hst_Filesystem::Traverse_Directory(Wide(Dir), Collect, &dots, condition, 1, 0, 0);
-    EXPECT_EQ(dots.Names, (std::set<std::string>{".", "..", "a", "b", "c"}));
-
-    Visit stopping;
+    Visit visit, dots, stopping, none;
     stopping.Stop_After = 1;
-    Hst_Filesystem::Traverse_Directory(Wide(Dir), Collect, &stopping, condition, 0, 0, 0);
+    EXPECT_EQ(AFTER(Fs::Traverse_Directory(Wide(Dir), Collect, &visit, condition, 0, 0, 0)), "ok");
+    EXPECT_EQ(visit.Names, (std::set<std::string>{"a", "b", "c"}));
+    Fnd_Condition condition;
+    Fs::Traverse_Directory(Wide(Dir), Collect, &dots, condition, 1, 0, 0);
+    EXPECT_EQ(dots.Names, (std::set<std::string>{".", "..", "a", "b", "c"}));
+    Fs::Traverse_Directory(Wide(Dir), Collect, &stopping, condition, 0, 0, 0);
     EXPECT_TRUE(condition.Failed());
     EXPECT_EQ(stopping.Names.size(), 1u);
 
-    Visit none;
-    Hst_Filesystem::Traverse_Directory(Path("missing"), Collect, &none, condition, 0, 0, 1);
+    Fs::Traverse_Directory(Path("missing"), Collect, &none, condition, 0, 0, 1);
     EXPECT_EQ(Error_Of(condition), "ok");
     EXPECT_NE(condition.Get_Information(), nullptr);
-    Hst_Filesystem::Traverse_Directory(Path("a"), Collect, &none, condition, 0, 0, 1);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    Hst_Filesystem::Traverse_Directory(Path("missing"), Collect, &none, condition, 0, 0, 0);
-    EXPECT_EQ(Error_Of(condition), "sys 1 errno 2");
+    EXPECT_EQ(AFTER(Fs::Traverse_Directory(Path("a"), Collect, &none, condition, 0, 0, 1)), "ok");
+    EXPECT_EQ(AFTER(Fs::Traverse_Directory(Path("missing"), Collect, &none, condition, 0, 0, 0)),
+              "sys 1 errno 2");
     EXPECT_TRUE(none.Names.empty());
 }
 
@@ -591,77 +533,69 @@ TEST_F(Filesystem, TheWorkingDirectoryIsCachedAndFollowsChanges) {
         std::string Path = fs::current_path().string();
         ~Back_Home() {
             Fnd_Condition ignored;
-            Hst_Filesystem::Set_Working_Directory(Wide(Path), ignored);
+            Fs::Set_Working_Directory(Wide(Path), ignored);
         }
     } back_home;
-    EXPECT_EQ(Narrow(Hst_Filesystem::Working_Directory()), fs::current_path().string());
-    Fnd_Condition condition;
-    Hst_Filesystem::Set_Working_Directory(Wide(Dir), condition);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    EXPECT_EQ(Narrow(Hst_Filesystem::Working_Directory()), Dir);
+    EXPECT_EQ(Narrow(Fs::Working_Directory()), fs::current_path().string());
+    EXPECT_EQ(AFTER(Fs::Set_Working_Directory(Wide(Dir), condition)), "ok");
+    EXPECT_EQ(Narrow(Fs::Working_Directory()), Dir);
     Fnd_String copy;
-    Hst_Filesystem::Working_Directory(copy);
+    Fs::Working_Directory(copy);
     EXPECT_EQ(Narrow(copy), Dir);
-    Hst_Filesystem::Set_Working_Directory(Path("missing"), condition);
-    EXPECT_EQ(Error_Of(condition), "sys 21 errno 2");
-    EXPECT_EQ(Narrow(Hst_Filesystem::Working_Directory()), Dir);
+    EXPECT_EQ(AFTER(Fs::Set_Working_Directory(Path("missing"), condition)), "sys 21 errno 2");
+    EXPECT_EQ(Narrow(Fs::Working_Directory()), Dir);
 
     // A directory removed under the process: the cache empties and the log hears of it.
     fs::create_directory(Dir + "/gone");
-    Hst_Filesystem::Set_Working_Directory(Path("gone"), condition);
+    Fnd_Condition condition;
+    Fs::Set_Working_Directory(Path("gone"), condition);
     ASSERT_EQ(rmdir((Dir + "/gone").c_str()), 0);
     Pin_Language();
     Use_Catalogs(Shipped_Catalogs());
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    Hst_Filesystem::Set_Working_Directory(Wide("."), condition);
+    Fs::Set_Working_Directory(Wide("."), condition);
     std::string log = testing::internal::GetCapturedStderr();
     log += testing::internal::GetCapturedStdout();
     EXPECT_EQ(Error_Of(condition), "ok");
-    EXPECT_TRUE(Hst_Filesystem::Working_Directory().Is_Empty());
+    EXPECT_TRUE(Fs::Working_Directory().Is_Empty());
     EXPECT_NE(log.find("the working directory cannot be read"), std::string::npos) << log;
-    EXPECT_NE(log.find("cannot read the working directory: No such file or directory"), std::string::npos) << log;
+    EXPECT_NE(log.find("cannot read the working directory: No such file or directory"),
+              std::string::npos)
+        << log;
 }
 
 TEST_F(Filesystem, APathThatDoesNotConvertFailsTheOperation) {
-    Fnd_Condition condition;
     Hst_File_Info info;
-    Hst_Filesystem::Get_Info(Unconvertible, info, condition);
-    EXPECT_EQ(Error_Of(condition), "sys 41 errno " + std::to_string(EILSEQ));
     int fd = 0;
-    Hst_Filesystem::Open_File(Unconvertible, Hst_Filesystem::Hst_Open_Read, condition, fd, 0);
+    EXPECT_EQ(AFTER(Fs::Get_Info(Unconvertible, info, condition)), Sys(41, EILSEQ));
+    EXPECT_EQ(AFTER(Fs::Open_File(Unconvertible, Fs::Hst_Open_Read, condition, fd, 0)),
+              Sys(2, EILSEQ));
     EXPECT_EQ(fd, -1);
-    EXPECT_EQ(Error_Of(condition), "sys 2 errno " + std::to_string(EILSEQ));
-    Hst_Filesystem::Make_Directory(Unconvertible, condition, 1);
-    EXPECT_EQ(Error_Of(condition), "sys 22 errno " + std::to_string(EILSEQ));
-    Hst_Filesystem::Set_Timestamp(Unconvertible, Hst_Timestamp(), condition);
-    EXPECT_EQ(Error_Of(condition), "sys 44 errno " + std::to_string(EINVAL));
-    Hst_Filesystem::Delete_File(Unconvertible, condition, 0);
-    EXPECT_EQ(Error_Of(condition), "fs 201");
-    Hst_Filesystem::Delete_File(Unconvertible, condition, 1);
-    EXPECT_EQ(Error_Of(condition), "ok");
-    Hst_Filesystem::Rename_File(Unconvertible, Path("x"), condition);
-    EXPECT_EQ(Error_Of(condition), "sys 84 errno " + std::to_string(EILSEQ));
+    EXPECT_EQ(AFTER(Fs::Make_Directory(Unconvertible, condition, 1)), Sys(22, EILSEQ));
+    EXPECT_EQ(AFTER(Fs::Set_Timestamp(Unconvertible, Hst_Timestamp(), condition)), Sys(44, EINVAL));
+    EXPECT_EQ(AFTER(Fs::Delete_File(Unconvertible, condition, 0)), "fs 201");
+    EXPECT_EQ(AFTER(Fs::Delete_File(Unconvertible, condition, 1)), "ok");
+    EXPECT_EQ(AFTER(Fs::Rename_File(Unconvertible, Path("x"), condition)), Sys(84, EILSEQ));
 }
 
 TEST_F(Filesystem, FailureTextsFromTheCatalog) {
     Pin_Language();
     Use_Catalogs(Shipped_Catalogs());
-    auto Text = [](const Fnd_Condition& Condition) {
-        return Narrow(Condition.Image(Fnd_Detail_Normal, 0, 1, 1, 1,
+    Fnd_Condition condition;
+    auto Text = [&] {
+        return Narrow(condition.Image(Fnd_Detail_Normal, 0, 1, 1, 1,
                                       Fnd_Message::Default_Message_Separator()));
     };
     Make("file");
-    Fnd_Condition condition;
-    Hst_Filesystem::Make_Directory(Path("file"), condition, 1);
-    EXPECT_EQ(Text(condition), "cannot make the directory " + Dir + "/file: the name exists");
+    Fs::Make_Directory(Path("file"), condition, 1);
+    EXPECT_EQ(Text(), "cannot make the directory " + Dir + "/file: the name exists");
     int fd;
-    Hst_Filesystem::Open_File(Path("missing"), Hst_Filesystem::Hst_Open_Read, condition, fd, 0);
-    EXPECT_EQ(Text(condition),
-              "cannot open " + Dir + "/missing for read: No such file or directory");
-    Hst_Filesystem::Delete_File(Path("missing"), condition, 0);
-    EXPECT_EQ(Text(condition), "the file " + Dir + "/missing does not exist");
+    Fs::Open_File(Path("missing"), Fs::Hst_Open_Read, condition, fd, 0);
+    EXPECT_EQ(Text(), "cannot open " + Dir + "/missing for read: No such file or directory");
+    Fs::Delete_File(Path("missing"), condition, 0);
+    EXPECT_EQ(Text(), "the file " + Dir + "/missing does not exist");
     Hst_File_Info info;
-    Hst_Filesystem::Get_Info(Path("file/below"), info, condition);
-    EXPECT_EQ(Text(condition), "a part of " + Dir + "/file/below is not a directory");
+    Fs::Get_Info(Path("file/below"), info, condition);
+    EXPECT_EQ(Text(), "a part of " + Dir + "/file/below is not a directory");
 }

@@ -11,10 +11,9 @@
 #include <sstream>
 #include <vector>
 
-#include "foundation/base/fnd_sequence.h"
-#include "foundation/host/hst_errors.h"
 #include "foundation/host/hst_socket.h"
 #include "tests/foundation/host/hst_process_test_support.h"
+#include "tests/support/ztint_captured_fd.h"
 
 using namespace process_test;
 using message_test::Narrow;
@@ -53,6 +52,12 @@ Outcome Start(const Code_Unit* const* Argv, const Options& With = Options()) {
     return outcome;
 }
 
+// What Run gave back but the pid: "ok 1 status 3", and " failed" when the condition did.
+std::string Brief(const Outcome& Result) {
+    return "ok " + std::to_string(Result.Ok) + " status " + std::to_string(Result.Exit_Status) +
+           (Result.Condition.Failed() ? " failed" : "");
+}
+
 // Runs Argv with the child's output (and error, unless Err is given) into a pipe, and
 // gives back what came out.
 std::string Output_Of(const Code_Unit* const* Argv, Options With, Outcome* Result = nullptr) {
@@ -65,30 +70,17 @@ std::string Output_Of(const Code_Unit* const* Argv, Options With, Outcome* Resul
     return Read_All(pipe.Read.Get());
 }
 
+// Runs /bin/sh -c Script.
+Outcome Shell(const char* Script, const Options& With = Options()) {
+    const Fnd_String script = Wide(Script);
+    const Code_Unit* argv[] = {u"/bin/sh", u"-c", script.Data(), nullptr};
+    return Start(argv, With);
+}
+
 std::string Shell_Output(const char* Script, Options With, Outcome* Result = nullptr) {
     const Fnd_String script = Wide(Script);
     const Code_Unit* argv[] = {u"/bin/sh", u"-c", script.Data(), nullptr};
     return Output_Of(argv, With, Result);
-}
-
-const Hst_Sys_Call_Error* Sys_Call_Error_In(const Fnd_Condition& Condition) {
-    if (const Hst_Sys_Call_Error* top = Hst_Sys_Call_Error::Convert(Condition.Get_Error()))
-        return top;
-    // The failures here have one subordinate at each level.
-    Fnd_Sequence* subordinates = Condition.Get_Subordinate();
-    if (!subordinates) return nullptr;
-    const auto* first = Fnd_Condition::Convert(subordinates->Get_First());
-    return first ? Sys_Call_Error_In(*first) : nullptr;
-}
-
-// The text number and errno of the system call failure in Condition: "161 errno 2".
-std::string Sys_Error(const Fnd_Condition& Condition) {
-    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(Condition);
-    if (!error) return "none: " + Text_Of(Condition);
-    return std::to_string(error->Text_Number()) + " errno " + std::to_string(error->Get_Errno());
-}
-std::string Sys(int Text, int Error) {
-    return std::to_string(Text) + " errno " + std::to_string(Error);
 }
 
 // Calls Done every millisecond until it is true or 20 seconds have passed.
@@ -96,10 +88,6 @@ template <class Check>
 void Poll(Check Done) {
     const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (!Done() && std::chrono::steady_clock::now() < give_up) ::usleep(1000);
-}
-
-const Hst_Process_Error* Process_Error_On_Top(const Fnd_Condition& Condition) {
-    return Hst_Process_Error::Convert(Condition.Get_Error());
 }
 
 // The descriptors above 2 that the shell running the test script holds, found without
@@ -160,70 +148,52 @@ struct Fork_Hooks {
 
 // ---- Ends of a program
 
-TEST_F(Hst_Process_Test, AProgramsExitCodeIsItsStatusAndNoFailure) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exit 3", nullptr};
+TEST_F(Hst_Process_Test, AnExitCodeIsTheStatusASignalOrNoProgramAFailure) {
     for (long vfork : {0L, 1L}) {
-        Options with{.Use_Vfork = vfork};
-        Outcome outcome = Start(argv, with);
-        EXPECT_EQ(outcome.Ok, 1);
-        EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
-        EXPECT_EQ(outcome.Exit_Status, 3);
+        Outcome outcome = Shell("exit 3", {.Use_Vfork = vfork});
+        EXPECT_EQ(Brief(outcome), "ok 1 status 3") << Text_Of(outcome.Condition);
         EXPECT_EQ(outcome.Pid, 0);
     }
     // PATH is searched for a bare name.
     const Code_Unit* bare[] = {u"sh", u"-c", u"exit 0", nullptr};
     Outcome outcome = Start(bare);
-    EXPECT_FALSE(outcome.Condition.Failed());
-    EXPECT_EQ(outcome.Exit_Status, 0);
-}
+    EXPECT_EQ(Brief(outcome), "ok 1 status 0");
 
-TEST_F(Hst_Process_Test, NoArgumentsIsAFailureAndStartsNothing) {
-    Outcome outcome = Start(nullptr);
-    EXPECT_EQ(outcome.Ok, 0);
-    const Hst_Process_Error* error = Process_Error_On_Top(outcome.Condition);
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->Text_Number(), 1);
-    EXPECT_EQ(Text_Of(outcome.Condition), "no program was given to run");
-}
-
-TEST_F(Hst_Process_Test, AChildKilledByASignalIsAFailureNamedForTheProgram) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"kill -9 $$", nullptr};
-    Outcome outcome = Start(argv);
-    EXPECT_EQ(outcome.Ok, 0);
+    outcome = Shell("kill -9 $$");
+    EXPECT_EQ(Brief(outcome), "ok 0 status 9 failed");
     EXPECT_EQ(outcome.Pid, 0);
-    EXPECT_EQ(outcome.Exit_Status, 9);
-    const Hst_Process_Error* top = Process_Error_On_Top(outcome.Condition);
+    const Hst_Process_Error* top = Hst_Process_Error::Convert(outcome.Condition.Get_Error());
     ASSERT_NE(top, nullptr) << Text_Of(outcome.Condition);
     EXPECT_EQ(top->Text_Number(), 5);
     EXPECT_EQ(Text_Of(outcome.Condition),
               "the program /bin/sh failed\nthe child process ended by signal 9");
+
+    outcome = Start(nullptr);
+    EXPECT_EQ(outcome.Ok, 0);
+    top = Hst_Process_Error::Convert(outcome.Condition.Get_Error());
+    ASSERT_NE(top, nullptr);
+    EXPECT_EQ(top->Text_Number(), 1);
+    EXPECT_EQ(Text_Of(outcome.Condition), "no program was given to run");
 }
 
-TEST_F(Hst_Process_Test, AMissingProgramAfterForkEndsWithErrnoAndReportsOnItsStreams) {
+TEST_F(Hst_Process_Test, AMissingProgramEndsTheChildWithErrnoAfterVforkTheParentHears) {
     const Code_Unit* argv[] = {u"/no/such/program", nullptr};
-    Outcome outcome;
-    const std::string said = Output_Of(argv, Options(), &outcome);
-    // The parent learns it from the exit status alone.
-    EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
-    EXPECT_EQ(outcome.Exit_Status, ENOENT);
-    // One line through the log stream, with the prefix of an error, and the image of
-    // the condition on the error stream.
     const std::string text =
         "cannot run the program /no/such/program: " + std::string(strerror(ENOENT));
+    // After fork the parent learns it from the exit status alone; the child writes one line
+    // through the log stream, with the prefix of an error, and the condition on its error stream.
+    Outcome outcome;
+    const std::string said = Output_Of(argv, Options(), &outcome);
+    EXPECT_EQ(Brief(outcome), "ok 1 status " + std::to_string(ENOENT))
+        << Text_Of(outcome.Condition);
     EXPECT_NE(said.find("*** " + text + "\n"), std::string::npos) << said;
     EXPECT_NE(said.find("\n" + text + "\n"), std::string::npos) << said;
-}
 
-TEST_F(Hst_Process_Test, AMissingProgramAfterVforkReachesTheParentsCondition) {
-    const Code_Unit* argv[] = {u"/no/such/program", nullptr};
     Options with{.Use_Vfork = 1};
-    Outcome outcome = Start(argv, with);
-    EXPECT_EQ(outcome.Ok, 0);
-    EXPECT_EQ(outcome.Exit_Status, ENOENT);
+    outcome = Start(argv, with);
+    EXPECT_EQ(Brief(outcome), "ok 0 status " + std::to_string(ENOENT) + " failed");
     EXPECT_EQ(Sys_Error(outcome.Condition), Sys(161, ENOENT));
-    EXPECT_EQ(Text_Of(outcome.Condition),
-              "the program /no/such/program failed\ncannot run the program /no/such/program: " +
-                  std::string(strerror(ENOENT)));
+    EXPECT_EQ(Text_Of(outcome.Condition), "the program /no/such/program failed\n" + text);
 
     // Without a wait the failure is there all the same, and no child is left.
     with.Wait = 0;
@@ -233,80 +203,65 @@ TEST_F(Hst_Process_Test, AMissingProgramAfterVforkReachesTheParentsCondition) {
     EXPECT_GT(outcome.Pid, 0);
     int status = -1, signaled = -1;
     Fnd_Condition cond;
-    long pid = outcome.Pid;
-    EXPECT_EQ(Hst_Process::Wait(pid, status, signaled, cond), 1);
+    EXPECT_EQ(Hst_Process::Wait(outcome.Pid, status, signaled, cond), 1);
     EXPECT_EQ(status, ENOENT);
 }
 
-TEST_F(Hst_Process_Test, AFailingHookStopsTheProgramAndTheChildEndsWith255) {
-    Options with{.Pre_Exec = Failing_Hook, .Use_Vfork = 1};  // the hook rules vfork out
-    Outcome outcome;
-    const std::string said = Shell_Output("echo ran", with, &outcome);
-    EXPECT_FALSE(outcome.Condition.Failed());
-    EXPECT_EQ(outcome.Exit_Status, 255);
-    EXPECT_EQ(said.find("ran"), std::string::npos);
-    EXPECT_NE(said.find("cannot change the working directory to /hook/dir"), std::string::npos)
-        << said;
-}
-
-TEST_F(Hst_Process_Test, AHookRunsInTheChildBeforeExecWithItsData) {
+TEST_F(Hst_Process_Test, AHookRunsInTheChildBeforeExecAndAFailingOneEndsItWith255) {
     Options with{.Pre_Exec = Exporting_Hook, .Data = const_cast<char*>("from the hook")};
     Outcome outcome;
     EXPECT_EQ(Shell_Output("echo \"$HOOKED\"", with, &outcome), "from the hook\n");
     EXPECT_FALSE(outcome.Condition.Failed());
     EXPECT_EQ(getenv("HOOKED"), nullptr);
+
+    with = {.Pre_Exec = Failing_Hook, .Use_Vfork = 1};  // the hook rules vfork out
+    const std::string said = Shell_Output("echo ran", with, &outcome);
+    EXPECT_EQ(Brief(outcome), "ok 1 status 255");
+    EXPECT_EQ(said.find("ran"), std::string::npos);
+    EXPECT_NE(said.find("cannot change the working directory to /hook/dir"), std::string::npos)
+        << said;
 }
 
 // ---- The child's setting
 
-TEST_F(Hst_Process_Test, TheThreeStandardDescriptorsAreRedirected) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"read x; echo out:$x; echo err:$x >&2",
-                               nullptr};
+TEST_F(Hst_Process_Test, TheStandardDescriptorsAreRedirected) {
     for (long vfork : {0L, 1L}) {
         SCOPED_TRACE(vfork);
         Test_Pipe out(O_CLOEXEC), err(O_CLOEXEC), in(O_CLOEXEC);
         ASSERT_EQ(::write(in.Write.Get(), "hello\n", 6), 6);
         in.Write.Reset();
-        Options with{.In = in.Read.Get(), .Out = out.Write.Get(),
-                     .Err = err.Write.Get(), .Use_Vfork = vfork};
-        Outcome outcome = Start(argv, with);
-        EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
-        EXPECT_EQ(outcome.Exit_Status, 0);
+        Outcome outcome = Shell("read x; echo out:$x; echo err:$x >&2",
+                                {.In = in.Read.Get(), .Out = out.Write.Get(),
+                                 .Err = err.Write.Get(), .Use_Vfork = vfork});
+        EXPECT_EQ(Brief(outcome), "ok 1 status 0") << Text_Of(outcome.Condition);
         out.Write.Reset();
         err.Write.Reset();
         EXPECT_EQ(Read_All(out.Read.Get()), "out:hello\n");
         EXPECT_EQ(Read_All(err.Read.Get()), "err:hello\n");
         // The parent's descriptors are its own still.
         EXPECT_GE(::fcntl(in.Read.Get(), F_GETFD), 0);
-    }
-}
-
-TEST_F(Hst_Process_Test, OneDescriptorForOutputAndErrorServesBoth) {
-    for (long vfork : {0L, 1L}) {
-        Options with{.Use_Vfork = vfork};
-        EXPECT_EQ(Shell_Output("echo a; echo b >&2; echo c", with), "a\nb\nc\n") << vfork;
+        // One descriptor for output and error serves both.
+        EXPECT_EQ(Shell_Output("echo a; echo b >&2; echo c", {.Use_Vfork = vfork}), "a\nb\nc\n");
     }
 }
 
 TEST_F(Hst_Process_Test, StandardDescriptorsLeftAloneSurviveExecEvenWhenCloseOnExec) {
-    Test_Pipe capture;
-    const int saved = ::dup(1);
-    ASSERT_GE(saved, 0);
-    ASSERT_EQ(::dup2(capture.Write.Get(), 1), 1);
-    ASSERT_EQ(::fcntl(1, F_SETFD, FD_CLOEXEC), 0);
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"echo inherited", nullptr};
-    Outcome fork_outcome = Start(argv);
-    Options vfork{.Use_Vfork = 1};
-    Outcome vfork_outcome = Start(argv, vfork);
-    // The parent's own flag is untouched: only the child cleared it.
-    const bool parent_flag = Close_On_Exec(1);
-    ::dup2(saved, 1);
-    ::close(saved);
-    capture.Write.Reset();
+    Outcome fork_outcome, vfork_outcome;
+    bool parent_flag = false;
+    std::string written;
+    {
+        ZTInt_Captured_Fd out(1);
+        ASSERT_EQ(::fcntl(1, F_SETFD, FD_CLOEXEC), 0);
+        fork_outcome = Shell("echo inherited");
+        vfork_outcome = Shell("echo inherited", {.Use_Vfork = 1});
+        // The parent's own flag is untouched: only the child cleared it.
+        parent_flag = Close_On_Exec(1);
+        written = out.Bytes();
+    }
     EXPECT_TRUE(parent_flag);
     EXPECT_EQ(fork_outcome.Exit_Status, 0);
     EXPECT_EQ(vfork_outcome.Exit_Status, 0);
-    EXPECT_EQ(Read_All(capture.Read.Get()), "inherited\ninherited\n");
+    EXPECT_EQ(written, "inherited\ninherited\n");
 }
 
 TEST_F(Hst_Process_Test, AChildInheritsNoDescriptorOfTheLibrary) {
@@ -321,9 +276,9 @@ TEST_F(Hst_Process_Test, AChildInheritsNoDescriptorOfTheLibrary) {
     for (long vfork : {0L, 1L}) {
         SCOPED_TRACE(vfork);
         const std::set<int> allowed = Inheritable_Descriptors();
-        Options with{.Use_Vfork = vfork};
         Outcome outcome;
-        const std::set<int> held = Numbers(Shell_Output(List_Descriptors, with, &outcome));
+        const std::set<int> held =
+            Numbers(Shell_Output(List_Descriptors, {.Use_Vfork = vfork}, &outcome));
         EXPECT_EQ(outcome.Exit_Status, 0);
         for (int fd : held) {
             EXPECT_TRUE(allowed.count(fd)) << "the child holds descriptor " << fd;
@@ -332,7 +287,7 @@ TEST_F(Hst_Process_Test, AChildInheritsNoDescriptorOfTheLibrary) {
     }
 }
 
-TEST_F(Hst_Process_Test, EnvironmentAndWorkingDirectoryAreTheChildsOwn) {
+TEST_F(Hst_Process_Test, EnvironmentAndWorkingDirectoryAreTheChildsOwnAndMustExist) {
     Temp_Dir dir;
     const Fnd_String work_dir = Wide(dir.Path);
     const Code_Unit* envp[] = {u"ZT_PROBE=in the child", u"PATH=/bin:/usr/bin", nullptr};
@@ -342,31 +297,20 @@ TEST_F(Hst_Process_Test, EnvironmentAndWorkingDirectoryAreTheChildsOwn) {
               "in the child\n" + dir.Path + "\nunset\n");
     EXPECT_FALSE(outcome.Condition.Failed());
     EXPECT_EQ(getenv("ZT_PROBE"), nullptr);
-
     // The same directory with vfork.
-    Options vfork{.Work_Dir = work_dir.Data(), .Use_Vfork = 1};
-    EXPECT_EQ(Shell_Output("pwd", vfork), dir.Path + "\n");
-}
+    EXPECT_EQ(Shell_Output("pwd", {.Work_Dir = work_dir.Data(), .Use_Vfork = 1}), dir.Path + "\n");
 
-TEST_F(Hst_Process_Test, AMissingWorkingDirectoryStopsTheChild) {
+    // A missing directory stops the child before its descriptors are redirected: it reports
+    // on the streams it inherited, here files that stand in for the test's own.
     const Fnd_String missing = Wide("/no/such/dir");
-    Options with{.Work_Dir = missing.Data()};
-    Outcome outcome;
-    // The child fails before its descriptors are redirected: it reports on the error
-    // stream it inherited, here a pipe that stands in for the test's own.
-    Test_Pipe inherited;
-    const int saved_out = ::dup(1), saved_err = ::dup(2);
-    ::dup2(inherited.Write.Get(), 1);
-    ::dup2(inherited.Write.Get(), 2);
-    const std::string said = Shell_Output("echo ran", with, &outcome);
-    ::dup2(saved_out, 1);
-    ::dup2(saved_err, 2);
-    ::close(saved_out);
-    ::close(saved_err);
-    inherited.Write.Reset();
-    const std::string reported = Read_All(inherited.Read.Get());
-    EXPECT_EQ(outcome.Exit_Status, 255);
-    EXPECT_FALSE(outcome.Condition.Failed());
+    with = {.Work_Dir = missing.Data()};
+    std::string said, reported;
+    {
+        ZTInt_Captured_Fd out(1), err(2);
+        said = Shell_Output("echo ran", with, &outcome);
+        reported = out.Bytes() + err.Bytes();
+    }
+    EXPECT_EQ(Brief(outcome), "ok 1 status 255");
     EXPECT_EQ(said, "");
     EXPECT_NE(reported.find("cannot change the working directory to /no/such/dir: " +
                             std::string(strerror(ENOENT))),
@@ -393,9 +337,8 @@ TEST_F(Hst_Process_Test, ANewGroupIsLedByTheChild) {
 TEST_F(Hst_Process_Test, AnArgumentWithoutAFormInTheCharsetEndsTheChildByAssertion) {
     const Code_Unit broken[] = {u'/', u'b', 0xd800, 0};
     const Code_Unit* argv[] = {broken, nullptr};
-    Options with{.Use_Vfork = 1};
     Outcome outcome;
-    EXPECT_NE(Output_Of(argv, with, &outcome).find("Could not argv[0] cvtFromTchar:"),
+    EXPECT_NE(Output_Of(argv, {.Use_Vfork = 1}, &outcome).find("Could not argv[0] cvtFromTchar:"),
               std::string::npos);
     ASSERT_TRUE(outcome.Condition.Failed());
     EXPECT_NE(Text_Of(outcome.Condition).find("ended by signal " + std::to_string(SIGABRT)),
@@ -405,31 +348,29 @@ TEST_F(Hst_Process_Test, AnArgumentWithoutAFormInTheCharsetEndsTheChildByAsserti
 
 // ---- Fork attempts
 
-TEST_F(Hst_Process_Test, AShortageOfProcessesIsRetriedWithGrowingSleepsThenGivenUp) {
-    Fork_Hooks hooks(std::vector<int>(20, EAGAIN));
-    const Code_Unit* argv[] = {u"/bin/true", nullptr};
-    Outcome outcome = Start(argv);
-    EXPECT_EQ(outcome.Ok, 0);
-    EXPECT_EQ(outcome.Pid, 0);
-    EXPECT_EQ(sleeps, (std::vector<long>{1, 1, 1, 2, 2, 2, 3, 3, 3}));
-    EXPECT_EQ(fork_errors.size(), 10u);  // ten attempts in all
-    EXPECT_EQ(Sys_Error(outcome.Condition), Sys(162, EAGAIN));
-    EXPECT_EQ(Text_Of(outcome.Condition), "the program /bin/true failed\ncannot start a process: " +
-                                              std::string(strerror(EAGAIN)));
-}
-
-TEST_F(Hst_Process_Test, InterruptionsAreRetriedAtOnceAndOtherErrorsNotAtAll) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exit 4", nullptr};
+TEST_F(Hst_Process_Test, ShortagesAreRetriedWithGrowingSleepsInterruptionsAtOnceOthersNot) {
+    {
+        Fork_Hooks hooks(std::vector<int>(20, EAGAIN));
+        const Code_Unit* argv[] = {u"/bin/true", nullptr};
+        Outcome outcome = Start(argv);
+        EXPECT_EQ(outcome.Ok, 0);
+        EXPECT_EQ(outcome.Pid, 0);
+        EXPECT_EQ(sleeps, (std::vector<long>{1, 1, 1, 2, 2, 2, 3, 3, 3}));
+        EXPECT_EQ(fork_errors.size(), 10u);  // ten attempts in all
+        EXPECT_EQ(Sys_Error(outcome.Condition), Sys(162, EAGAIN));
+        EXPECT_EQ(Text_Of(outcome.Condition),
+                  "the program /bin/true failed\ncannot start a process: " +
+                      std::string(strerror(EAGAIN)));
+    }
     {
         Fork_Hooks hooks({EINTR, EINTR, ENOMEM, EINTR});
-        Outcome outcome = Start(argv);
-        EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
-        EXPECT_EQ(outcome.Exit_Status, 4);
+        Outcome outcome = Shell("exit 4");
+        EXPECT_EQ(Brief(outcome), "ok 1 status 4") << Text_Of(outcome.Condition);
         EXPECT_EQ(sleeps, (std::vector<long>{1}));
     }
     {
         Fork_Hooks hooks({EPERM});
-        Outcome outcome = Start(argv);
+        Outcome outcome = Shell("exit 4");
         EXPECT_TRUE(sleeps.empty());
         EXPECT_EQ(Sys_Error(outcome.Condition), Sys(162, EPERM));
     }
@@ -437,13 +378,10 @@ TEST_F(Hst_Process_Test, InterruptionsAreRetriedAtOnceAndOtherErrorsNotAtAll) {
 
 // ---- Waiting
 
-TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsItself) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"read x; exit 5", nullptr};
+TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsForItOrAnyChild) {
     Test_Pipe in(O_CLOEXEC);
-    Options with{.In = in.Read.Get(), .Wait = 0};
-    Outcome outcome = Start(argv, with);
-    EXPECT_EQ(outcome.Ok, 1);
-    EXPECT_EQ(outcome.Exit_Status, 0);
+    Outcome outcome = Shell("read x; exit 5", {.In = in.Read.Get(), .Wait = 0});
+    EXPECT_EQ(Brief(outcome), "ok 1 status 0");
     ASSERT_GT(outcome.Pid, 0);
 
     // Still running: nothing is reported and nothing is changed.
@@ -466,26 +404,18 @@ TEST_F(Hst_Process_Test, WithoutWaitingTheCallerGetsThePidAndWaitsItself) {
     // Reaped: a second wait fails.
     EXPECT_EQ(Hst_Process::Wait(pid, status, signaled, cond), 0);
     EXPECT_EQ(Sys_Error(cond), Sys(163, ECHILD));
-}
 
-TEST_F(Hst_Process_Test, AnyChildIsFoundByWaitingForMinusOne) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"kill -TERM $$", nullptr};
-    Options with{.Wait = 0};
-    Outcome outcome = Start(argv, with);
+    // Any child is found by waiting for -1.
+    outcome = Shell("kill -TERM $$", {.Wait = 0});
     ASSERT_GT(outcome.Pid, 0);
-    long pid = -1;
-    int status = 0, signaled = 0;
-    Fnd_Condition cond;
-    Poll([&] { return Hst_Process::Wait(pid, status, signaled, cond); });
-    EXPECT_EQ(pid, outcome.Pid);
+    Poll([&] { return Hst_Process::Wait(any, status, signaled, cond); });
+    EXPECT_EQ(any, outcome.Pid);
     EXPECT_EQ(signaled, 1);
     EXPECT_EQ(status, SIGTERM);
 }
 
 TEST_F(Hst_Process_Test, AWaitWithALimitKillsAChildThatOutlivesIt) {
-    const Code_Unit* argv[] = {u"/bin/sh", u"-c", u"exec sleep 300", nullptr};
-    Options with{.Limit = 100};
-    Outcome outcome = Start(argv, with);
+    Outcome outcome = Shell("exec sleep 300", {.Limit = 100});
     EXPECT_EQ(outcome.Ok, 0);
     EXPECT_EQ(outcome.Pid, 0);
     EXPECT_EQ(Sys_Error(outcome.Condition), Sys(163, ETIMEDOUT));
@@ -494,11 +424,7 @@ TEST_F(Hst_Process_Test, AWaitWithALimitKillsAChildThatOutlivesIt) {
     EXPECT_EQ(errno, ECHILD);
 
     // A child that ends in time is waited for as usual.
-    const Code_Unit* quick[] = {u"/bin/sh", u"-c", u"exit 6", nullptr};
-    with.Limit = 10000;
-    outcome = Start(quick, with);
-    EXPECT_FALSE(outcome.Condition.Failed());
-    EXPECT_EQ(outcome.Exit_Status, 6);
+    EXPECT_EQ(Brief(Shell("exit 6", {.Limit = 10000})), "ok 1 status 6");
 }
 
 TEST_F(Hst_Process_Test, AnIgnoredSigchldDoesNotLoseTheExitStatus) {
@@ -510,10 +436,8 @@ TEST_F(Hst_Process_Test, AnIgnoredSigchldDoesNotLoseTheExitStatus) {
         ~Restore() { sigaction(SIGCHLD, &Old, nullptr); }
     } restore{host};
 
-    const Code_Unit* quit[] = {u"/bin/sh", u"-c", u"exit 3", nullptr};
-    Outcome outcome = Start(quit);
-    EXPECT_FALSE(outcome.Condition.Failed()) << Text_Of(outcome.Condition);
-    EXPECT_EQ(outcome.Exit_Status, 3);
+    Outcome outcome = Shell("exit 3");
+    EXPECT_EQ(Brief(outcome), "ok 1 status 3") << Text_Of(outcome.Condition);
 
     // The program inherits the host's choice: SIGCHLD among its ignored signals.
     const Code_Unit* show[] = {u"grep", u"SigIgn", u"/proc/self/status", nullptr};
@@ -527,9 +451,7 @@ TEST_F(Hst_Process_Test, AnIgnoredSigchldDoesNotLoseTheExitStatus) {
     EXPECT_EQ(after.sa_handler, SIG_IGN);
 
     // Children reaped by the system count as ended, so polling comes to an end.
-    const Code_Unit* argv[] = {u"/bin/true", nullptr};
-    Options with{.Wait = 0};
-    outcome = Start(argv, with);
+    outcome = Shell("exit 0", {.Wait = 0});
     ASSERT_GT(outcome.Pid, 0);
     int status = -1, signaled = -1;
     Poll([&] { return Hst_Process::Terminated(outcome.Pid, status, signaled); });
@@ -581,7 +503,7 @@ TEST_F(Hst_Process_Test, AFunctionRunsInAChildWithRedirectedOutput) {
 
 // ---- Descriptors
 
-TEST_F(Hst_Process_Test, PipesAreCloseOnExecAndTheFlagCanBeChanged) {
+TEST_F(Hst_Process_Test, PipesAreCloseOnExecAndRedirectMovesADescriptorOrClearsItsFlag) {
     int ends[2] = {-1, -1};
     Fnd_Condition cond;
     ASSERT_EQ(Hst_Process::Create_Pipe(ends, cond), 1);
@@ -595,13 +517,10 @@ TEST_F(Hst_Process_Test, PipesAreCloseOnExecAndTheFlagCanBeChanged) {
     // A closed descriptor is no failure here.
     EXPECT_EQ(Hst_Process::Set_Exec(-1, cond), 1);
     EXPECT_FALSE(cond.Failed());
-}
 
-TEST_F(Hst_Process_Test, RedirectMovesADescriptorOrClearsItsFlag) {
-    Test_Pipe pipe(O_CLOEXEC);
-    Fd target(::dup(pipe.Write.Get()));
+    // Redirect moves a descriptor or clears its flag.
+    Fd target(::dup(ends[1]));
     Test_Pipe other(O_CLOEXEC);
-    Fnd_Condition cond;
     // other's write end becomes target; the original is closed.
     const int moved = other.Write.Get();
     EXPECT_EQ(Hst_Process::Redirect(target.Get(), moved, cond, 1), 1);

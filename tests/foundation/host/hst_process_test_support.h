@@ -13,6 +13,8 @@
 
 #include "foundation/base/fnd_condition.h"
 #include "foundation/base/fnd_message.h"
+#include "foundation/base/fnd_sequence.h"
+#include "foundation/host/hst_errors.h"
 #include "tests/foundation/base/message_test_support.h"
 #include "tests/support/ztint_temp_dir.h"
 
@@ -21,8 +23,7 @@ namespace process_test {
 using message_test::Narrow;
 
 // A descriptor owned by the test.
-class Fd {
-public:
+struct Fd {
     Fd() = default;
     explicit Fd(int Value) : Value(Value) {}
     ~Fd() { Reset(); }
@@ -33,8 +34,6 @@ public:
         if (Value >= 0) ::close(Value);
         Value = Next;
     }
-
-private:
     int Value = -1;
 };
 
@@ -67,6 +66,24 @@ inline bool Close_On_Exec(int Fd) { return (::fcntl(Fd, F_GETFD) & FD_CLOEXEC) !
 // The whole tree of a condition as text, one message a line.
 inline std::string Text_Of(const Fnd_Condition& Condition) {
     return Narrow(Condition.Image(Fnd_Detail_Normal, 0, 0, 1, 1, Fnd_String(u"\n")));
+}
+
+// The system call failure in Condition, on top or first below it at each level.
+inline const Hst_Sys_Call_Error* Sys_Call_Error_In(const Fnd_Condition& Condition) {
+    if (const Hst_Sys_Call_Error* top = Hst_Sys_Call_Error::Convert(Condition.Get_Error()))
+        return top;
+    Fnd_Sequence* subordinates = Condition.Get_Subordinate();
+    const auto* first = subordinates ? Fnd_Condition::Convert(subordinates->Get_First()) : nullptr;
+    return first ? Sys_Call_Error_In(*first) : nullptr;
+}
+
+// Its text number and errno: "161 errno 2".
+inline std::string Sys(int Text, int Error) {
+    return std::to_string(Text) + " errno " + std::to_string(Error);
+}
+inline std::string Sys_Error(const Fnd_Condition& Condition) {
+    const Hst_Sys_Call_Error* error = Sys_Call_Error_In(Condition);
+    return error ? Sys(error->Text_Number(), error->Get_Errno()) : "none: " + Text_Of(Condition);
 }
 
 // A fresh directory, removed with all it holds at the end of the test.

@@ -1,6 +1,7 @@
 // Switches: names, defaults, the cache, derived directories; small host functions.
 #include "foundation/host/hst_switches.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -8,17 +9,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <fcntl.h>
-
 #include <cerrno>
-#include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 
 #include "tests/foundation/base/message_test_support.h"
+#include "tests/support/ztint_fresh_process.h"
 #include "tests/support/ztint_temp_dir.h"
 
 using namespace message_test;
@@ -41,36 +39,42 @@ using Temp_Dir = ZTInt_Temp_Dir;
 
 }  // namespace
 
-// A product prefix, once set, stays for the life of the process, and so does a
-// switch's name once made: what it meets is printed, in a fresh copy of this
-// program ("threadsafe" death tests re-run the test there).
-std::string Names_Seen_With_A_Prefix() {
-    std::string seen = Hst_Switches::Get_Product_Prefix() == nullptr ? "none" : "set";
-    for (const Fnd_String& name : {Hst_Switches::Normalize_Session_Switch(Wide("HOME")),
-                                   Hst_Switches::Messages_Switch_Name()})
-        seen += " " + Narrow(name);
-    Hst_Switches::Set_Product_Prefix(Wide("AB_"));
-    seen += " " + Narrow(*Hst_Switches::Get_Product_Prefix());
-    for (const Fnd_String& name :
-         {Hst_Switches::Normalize_Session_Switch(Wide("HOME")), Hst_Switches::Messages_Switch_Name(),
-          Hst_Switches::Ui_Path_Switch_Name(), Hst_Switches::Env_Home_Switch_Name()})
-        seen += " " + Narrow(name);
-    return seen;
-}
 
+
+// A product prefix, once set, stays for the life of the process, and so does a switch's
+// name once made; the database switches are read once per process. So these run fresh.
 TEST(Hst_Switches, SessionNamesTakeThePrefixOnceAndKeepIt) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    // MESSAGES keeps the name made before the prefix; HOME of the user has none.
-    EXPECT_EXIT(
-        {
-            std::fputs(Names_Seen_With_A_Prefix().c_str(), stderr);
-            std::exit(0);
-        },
-        testing::ExitedWithCode(0),
-        "^none ZT_HOME ZT_MESSAGES AB_ AB_HOME ZT_MESSAGES AB_UI_PATH HOME$");
+    ZTInt_In_Fresh_Process([] {
+        EXPECT_EQ(Hst_Switches::Get_Product_Prefix(), nullptr);
+        EXPECT_EQ(Narrow(Hst_Switches::Normalize_Session_Switch(Wide("HOME"))), "ZT_HOME");
+        EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Name()), "ZT_MESSAGES");
+        Hst_Switches::Set_Product_Prefix(Wide("AB_"));
+        EXPECT_EQ(Narrow(*Hst_Switches::Get_Product_Prefix()), "AB_");
+        EXPECT_EQ(Narrow(Hst_Switches::Normalize_Session_Switch(Wide("HOME"))), "AB_HOME");
+        // MESSAGES keeps the name made before the prefix; HOME of the user has none.
+        EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Name()), "ZT_MESSAGES");
+        EXPECT_EQ(Narrow(Hst_Switches::Ui_Path_Switch_Name()), "AB_UI_PATH");
+        EXPECT_EQ(Narrow(Hst_Switches::Env_Home_Switch_Name()), "HOME");
+    });
 }
 
-TEST(Hst_Switches, DefaultsAndWhichOfThemAreWrittenBack) {
+TEST(Hst_Switches, AValueStaysUntilTheCacheIsClearedButDatabaseSwitchesSurvive) {
+    ZTInt_In_Fresh_Process([] {
+        Fresh({{"EDITOR", "vi"}, {"ZT_DATABASES", "one"}, {"ZT_DB_VENDOR", "v1"}});
+        const auto seen = [] {
+            return Narrow(Hst_Switches::Env_Editor_Switch_Value()) + " " +
+                   Narrow(Hst_Switches::Databases_Switch_Value()) + " " +
+                   Narrow(Hst_Switches::Db_Vendor_Switch_Value());
+        };
+        EXPECT_EQ(seen(), "vi one v1");
+        setenv("EDITOR", "emacs", 1);
+        EXPECT_EQ(seen(), "vi one v1");
+        Fresh({{"ZT_DATABASES", "two"}, {"ZT_DB_VENDOR", "v2"}});
+        EXPECT_EQ(seen(), "emacs one v1");
+    });
+}
+
+TEST(Hst_Switches, DefaultsWhichOfThemAreWrittenBackAndSetters) {
     Fresh({{"ZT_HOME", nullptr}, {"ZT_ARCH", nullptr}, {"ZT_XTERM", nullptr},
            {"TMPDIR", nullptr}, {"ZT_DATABASES", nullptr}});
     EXPECT_EQ(Narrow(Hst_Switches::Product_Home_Switch_Value()), "/opt/morvane/zentrak");
@@ -84,50 +88,21 @@ TEST(Hst_Switches, DefaultsAndWhichOfThemAreWrittenBack) {
     EXPECT_EQ(Narrow(Hst_Switches::Databases_Switch_Value()), "");
     const char* messages = getenv("ZT_MESSAGES");
     EXPECT_EQ(Narrow(Hst_Switches::Messages_Switch_Value()), messages != nullptr ? messages : "");
-}
 
-// The database switches are read once per process, so this too runs fresh.
-std::string Values_Seen_Across_Clear_Cache() {
-    Fresh({{"EDITOR", "vi"}, {"ZT_DATABASES", "one"}, {"ZT_DB_VENDOR", "v1"}});
-    std::string seen;
-    const auto look = [&] {
-        for (const Fnd_String& value :
-             {Hst_Switches::Env_Editor_Switch_Value(), Hst_Switches::Databases_Switch_Value(),
-              Hst_Switches::Db_Vendor_Switch_Value()})
-            seen += Narrow(value) + " ";
-    };
-    look();
-    setenv("EDITOR", "emacs", 1);
-    look();
-    Fresh({{"ZT_DATABASES", "two"}, {"ZT_DB_VENDOR", "v2"}});
-    look();
-    return seen;
-}
-
-TEST(Hst_Switches, AValueStaysUntilTheCacheIsClearedButDatabaseSwitchesSurvive) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            std::fputs(Values_Seen_Across_Clear_Cache().c_str(), stderr);
-            std::exit(0);
-        },
-        testing::ExitedWithCode(0), "^vi one v1 vi one v1 emacs one v1 $");
-}
-
-TEST(Hst_Switches, SettersChangeCacheAndEnvironment) {
-    Hst_Switches::Set_Env_Path(Wide("/a:/b"));
+    // Setters change the cache and the environment.
+    const std::tuple<void (*)(const Fnd_String&), const char*, const char*> setters[] = {
+        {Hst_Switches::Set_Env_Path, "PATH", "/a:/b"},
+        {Hst_Switches::Set_Script_Path, "ZT_SCRIPT_PATH", "/s"},
+        {Hst_Switches::Set_Product_Home, "ZT_HOME", "/prod"},
+        {Hst_Switches::Set_Databases, "ZT_DATABASES", "db"},
+        {Hst_Switches::Set_Base_Dir, "ZT_BASE_DIR", "/base"}};
+    for (const auto& [set, name, value] : setters) {
+        set(Wide(value));
+        EXPECT_EQ(Env(name), value);
+    }
     EXPECT_EQ(Narrow(Hst_Switches::Env_Path_Switch_Value()), "/a:/b");
-    EXPECT_EQ(Env("PATH"), "/a:/b");
-    Hst_Switches::Set_Script_Path(Wide("/s"));
     EXPECT_EQ(Narrow(Hst_Switches::Script_Path_Switch_Value()), "/s");
-    EXPECT_EQ(Env("ZT_SCRIPT_PATH"), "/s");
-    Hst_Switches::Set_Product_Home(Wide("/prod"));
-    EXPECT_EQ(Env("ZT_HOME"), "/prod");
-    Hst_Switches::Set_Databases(Wide("db"));
-    EXPECT_EQ(Env("ZT_DATABASES"), "db");
-    Hst_Switches::Set_Base_Dir(Wide("/base"));
     EXPECT_EQ(Narrow(Hst_Switches::Base_Dir_Switch_Value()), "/base");
-    EXPECT_EQ(Env("ZT_BASE_DIR"), "/base");
 }
 
 TEST(Hst_Switches, DerivedDirectoriesAndTheDriverOfADatabaseVendor) {
@@ -151,7 +126,7 @@ TEST(Hst_Switches, DerivedDirectoriesAndTheDriverOfADatabaseVendor) {
     EXPECT_EQ(Env("ZT_DB_VENDOR"), "pg");
 }
 
-TEST(Hst_Switches, TheMorvaneAndUserDirectoriesFollowHome) {
+TEST(Hst_Switches, TheMorvaneUserAndTemporaryDirectories) {
     struct Case {
         const char* Home;
         const char* Given;
@@ -178,9 +153,8 @@ TEST(Hst_Switches, TheMorvaneAndUserDirectoriesFollowHome) {
         EXPECT_EQ(Narrow(Hst_Switches::User_Dir_Switch_Value()), expected);
         EXPECT_EQ(Env("ZT_USER_DIR"), expected);
     }
-}
 
-TEST(Hst_Switches, TheTemporaryDirectoryIsMadeOnFirstUse) {
+    // The temporary directory is made on first use.
     Temp_Dir base;
     Fresh({{"ZT_USER_DIR", base.Path.c_str()}, {"ZT_TEMP_DIR", nullptr}});
     EXPECT_EQ(Narrow(Hst_Switches::Temp_Dir_Switch_Value()), base.Path + "/tmp");

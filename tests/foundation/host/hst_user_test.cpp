@@ -26,13 +26,13 @@ const passwd& Me() {
 
 long Unused_User_Id() {
     long id = 4000000;
-    while (getpwuid(static_cast<uid_t>(id)) != nullptr) ++id;
+    while (getpwuid(static_cast<uid_t>(id))) ++id;
     return id;
 }
 
 long Unused_Group_Id() {
     long id = 4000000;
-    while (getgrgid(static_cast<gid_t>(id)) != nullptr) ++id;
+    while (getgrgid(static_cast<gid_t>(id))) ++id;
     return id;
 }
 
@@ -40,7 +40,7 @@ const Fnd_String Unconvertible(u"\xD800");
 
 }  // namespace
 
-TEST(Hst_User, IdsAndNamesBothWays) {
+TEST(Hst_User, UserAndGroupIdsAndNamesBothWays) {
     EXPECT_EQ(Hst_User::User_Id(), static_cast<long>(geteuid()));
     EXPECT_EQ(Narrow(Hst_User::Name()), Me().pw_name);
     EXPECT_EQ(Hst_User::User_Id(Hst_User::Name()), static_cast<long>(geteuid()));
@@ -53,9 +53,7 @@ TEST(Hst_User, IdsAndNamesBothWays) {
     const long unused = Unused_User_Id();
     Hst_User::Name(unused, name);
     EXPECT_EQ(Narrow(name), "uid_" + std::to_string(unused));
-}
 
-TEST(Hst_User, GroupsByIdAndName) {
     const group* mine = getgrgid(getegid());
     ASSERT_NE(mine, nullptr);
     EXPECT_EQ(Hst_User::Group_Id(), static_cast<long>(getegid()));
@@ -63,10 +61,9 @@ TEST(Hst_User, GroupsByIdAndName) {
     EXPECT_EQ(Hst_User::Group_Id(Hst_User::Group()), static_cast<long>(getegid()));
     EXPECT_EQ(Hst_User::Group_Id(Wide("no_such_group_zt")), -1);
 
-    Fnd_String name;
-    const long unused = Unused_Group_Id();
-    Hst_User::Group(unused, name);
-    EXPECT_EQ(Narrow(name), "gid_" + std::to_string(unused));
+    const long unused_group = Unused_Group_Id();
+    Hst_User::Group(unused_group, name);
+    EXPECT_EQ(Narrow(name), "gid_" + std::to_string(unused_group));
     Hst_User::Group(-1, name);
     EXPECT_EQ(Narrow(name), "<invalid>");
 
@@ -100,7 +97,7 @@ TEST(Hst_User, MembershipFollowsTheProcessGroups) {
     EXPECT_EQ(Hst_User::Set_Current_Groups(), 0);
 }
 
-TEST(Hst_User, FullNameIsTheCommentUpToTheFirstComma) {
+TEST(Hst_User, FullNamesHomesAndLoginShells) {
     const std::string comment = Me().pw_gecos;
     const std::string first = comment.substr(0, comment.find(','));
     Fnd_String name;
@@ -110,9 +107,15 @@ TEST(Hst_User, FullNameIsTheCommentUpToTheFirstComma) {
     EXPECT_EQ(Narrow(name), "<unknown>");
     Hst_User::Full_Name(Unconvertible, name);
     EXPECT_EQ(Narrow(name), "<unknown>");
-}
 
-TEST(Hst_User, HomeDirectories) {
+    EXPECT_EQ(Narrow(Hst_User::Login_Shell()), Me().pw_shell);
+    Fnd_String shell(u"stale");
+    Hst_User::Login_Shell(Unused_User_Id(), shell);
+    EXPECT_TRUE(shell.Is_Empty());
+    Hst_User::Login_Shell(-1, shell);
+    EXPECT_TRUE(shell.Is_Empty());
+
+    // Home directories.
     setenv("HOME", "/somewhere/else", 1);
     Hst_Switches::Clear_Cache();
     EXPECT_EQ(Narrow(Hst_User::Home_Directory(Fnd_String())), "/somewhere/else");
@@ -123,13 +126,4 @@ TEST(Hst_User, HomeDirectories) {
     unsetenv("HOME");
     Hst_Switches::Clear_Cache();
     EXPECT_EQ(Narrow(Hst_User::Home_Directory(Fnd_String())), Me().pw_dir);
-}
-
-TEST(Hst_User, LoginShells) {
-    EXPECT_EQ(Narrow(Hst_User::Login_Shell()), Me().pw_shell);
-    Fnd_String shell(u"stale");
-    Hst_User::Login_Shell(Unused_User_Id(), shell);
-    EXPECT_TRUE(shell.Is_Empty());
-    Hst_User::Login_Shell(-1, shell);
-    EXPECT_TRUE(shell.Is_Empty());
 }
