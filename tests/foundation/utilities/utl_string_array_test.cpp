@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,15 @@ std::vector<std::string> Elements(const Utl_String_Array& Array) {
 }
 
 using Strings = std::vector<std::string>;
+
+void Add(Utl_String_Array& Array, std::initializer_list<const char16_t*> Texts) {
+    for (const char16_t* text : Texts) Array.Add(text);
+}
+
+// A token read and the position it left, as "token@position".
+std::string At(const Fnd_String& Token, long Pos) {
+    return Narrow(Token) + "@" + std::to_string(Pos);
+}
 
 }  // namespace
 
@@ -65,11 +75,8 @@ TEST(StringArrayTest, OwnershipFollowsElementsThroughSortInsertAndReplace) {
     array.Add(&b);
     array.Sort();
     EXPECT_EQ(Elements(array), (Strings{"a", "b", "c", "d"}));
-    EXPECT_TRUE(array.Is_Owned(0));
-    EXPECT_FALSE(array.Is_Owned(1));
+    for (long i = 0; i < 4; ++i) EXPECT_EQ(array.Is_Owned(i), i % 2 == 0) << i;
     EXPECT_EQ(array[1], &b);
-    EXPECT_TRUE(array.Is_Owned(2));
-    EXPECT_FALSE(array.Is_Owned(3));
 
     Utl_String_Array other(2, 0);
     other.Add(&d);
@@ -124,7 +131,7 @@ TEST(StringArrayTest, SubscriptAndSetExtendTheArray) {
 TEST(StringArrayTest, TheSortedFlagDecidesHowToSearch) {
     Utl_String_Array array(4, 0);
     EXPECT_TRUE(array.Is_Sorted()) << "a new array counts as sorted";
-    for (const char16_t* s : {u"pear", u"apple", u"fig"}) array.Add(s);
+    Add(array, {u"pear", u"apple", u"fig"});
     EXPECT_FALSE(array.Is_Sorted());
     array.Sort();
     EXPECT_TRUE(array.Is_Sorted());
@@ -227,7 +234,7 @@ TEST(StringArrayTest, ImagesAndTables) {
               "> plain\n> \"two words\"\n> \"\"\n> \"\"");
 
     Utl_String_Array names(4, 0);
-    for (const char16_t* s : {u"a", u"bbb", u"c", u"dd", u"e"}) names.Add(s);
+    Add(names, {u"a", u"bbb", u"c", u"dd", u"e"});
     Fnd_String table;
     names.Table_Image(table, 2, u"  ");
     EXPECT_EQ(Narrow(table), "  a   dd \n  bbb e  \n  c   \n");
@@ -252,51 +259,48 @@ TEST(StringArrayTest, FreedArraysAreRecycledAndFreeTheirStrings) {
 // ---- Utilities: separator tokens, command-line tokens, the serial form
 
 TEST(StringUtilitiesTest, SeparatorTokensCountFromTheLastSeparator) {
+    using U = Utl_String_Utilities;
     Fnd_String out;
     long pos = -1;
-    Utl_String_Utilities::Get_Token(out, u"a_b", pos, u'_', 1);
-    EXPECT_EQ(Narrow(out), "a");
-    EXPECT_EQ(pos, 1);
-    Utl_String_Utilities::Get_Token(out, u"a_b", pos, u'_', 1);
-    EXPECT_EQ(Narrow(out), "b");
-    EXPECT_EQ(pos, 3);
+    U::Get_Token(out, u"a_b", pos, u'_', 1);
+    EXPECT_EQ(At(out, pos), "a@1");
+    U::Get_Token(out, u"a_b", pos, u'_', 1);
+    EXPECT_EQ(At(out, pos), "b@3");
     pos = 1;
-    Utl_String_Utilities::Get_Token(out, u"a_b", pos, u'_', 0);
+    U::Get_Token(out, u"a_b", pos, u'_', 0);
     EXPECT_TRUE(out.Is_Empty()) << "without the tail";
 
     pos = -1;
-    Utl_String_Utilities::Get_Token(out, u"x,y;z", pos, u',', u';', 1);
-    Utl_String_Utilities::Next_Token(out, u"x,y;z", pos, u";", 1);
-    EXPECT_EQ(Narrow(out), "y");
-    EXPECT_EQ(pos, 3);
+    U::Get_Token(out, u"x,y;z", pos, u',', u';', 1);
+    U::Next_Token(out, u"x,y;z", pos, u";", 1);
+    EXPECT_EQ(At(out, pos), "y@3");
     pos = -1;
-    Utl_String_Utilities::Skip_Whitespace(u"   w", pos);
+    U::Skip_Whitespace(u"   w", pos);
     EXPECT_EQ(pos, 2);
-    Utl_String_Utilities::Get_Token(out, u"   w", pos);
+    U::Get_Token(out, u"   w", pos);
     EXPECT_EQ(Narrow(out), "w");
 }
 
 TEST(StringUtilitiesTest, CommandTokensEndOnTheirLastCharacter) {
     long start = 0, pos = -1, quoted = 0, doubled = 0;
-    const Code_Unit* text = u"  ab \"c \"\"d\"\"\" ";
-    EXPECT_EQ(Utl_String_Utilities::find_token(start, pos, quoted, doubled, text), 1);
-    EXPECT_EQ(start, 2);
-    EXPECT_EQ(pos, 3);
-    EXPECT_EQ(quoted, 0);
-    EXPECT_EQ(Utl_String_Utilities::find_token(start, pos, quoted, doubled, text), 1);
-    EXPECT_EQ(start, 5);
-    EXPECT_EQ(pos, 13);
-    EXPECT_EQ(quoted, 1);
-    EXPECT_EQ(doubled, 1);
-    EXPECT_EQ(Utl_String_Utilities::find_token(start, pos, quoted, doubled, text), 0);
+    // found start pos quoted doubled, after each call
+    auto find = [&] {
+        const long found = Utl_String_Utilities::find_token(start, pos, quoted, doubled,
+                                                            u"  ab \"c \"\"d\"\"\" ");
+        return std::vector<long>{found, start, pos, quoted, doubled};
+    };
+    EXPECT_EQ(find(), (std::vector<long>{1, 2, 3, 0, 0}));
+    EXPECT_EQ(find(), (std::vector<long>{1, 5, 13, 1, 1}));
+    EXPECT_EQ(find()[0], 0);
     EXPECT_EQ(pos, 14) << "the last character";
 
+    const Fnd_String spaces(u" \t x");
     pos = -1;
-    EXPECT_EQ(Utl_String_Utilities::Skip_Spaces(Fnd_String(u" \t x"), pos), 1);
+    EXPECT_EQ(Utl_String_Utilities::Skip_Spaces(spaces, pos), 1);
     EXPECT_EQ(pos, 2);
-    EXPECT_EQ(Utl_String_Utilities::Skip_Spaces(Fnd_String(u" \t x"), pos), 1);
+    EXPECT_EQ(Utl_String_Utilities::Skip_Spaces(spaces, pos), 1);
     pos = 4;
-    EXPECT_EQ(Utl_String_Utilities::Skip_Spaces(Fnd_String(u" \t x"), pos), 0);
+    EXPECT_EQ(Utl_String_Utilities::Skip_Spaces(spaces, pos), 0);
 
     Fnd_String out;
     Utl_String_Utilities::Token_Extract(out, u"[abc]", 0, 4, 1);
@@ -311,8 +315,7 @@ TEST(StringUtilitiesTest, TheSerialFormReadsBackWhatWasWritten) {
     long pos = 0;
     Fnd_String text;
     Utl_String_Utilities::Get(serial, pos, text);
-    EXPECT_EQ(Narrow(text), "abc");
-    EXPECT_EQ(pos, 5);
+    EXPECT_EQ(At(text, pos), "abc@5");
     long number = 0;
     Utl_String_Utilities::Get(serial, pos, number);
     EXPECT_EQ(number, 7);
@@ -356,11 +359,9 @@ TEST(StringUtilitiesTest, LocatingCountingAndOffsets) {
     EXPECT_EQ(Utl_String_Utilities::Count(u'b', text, 2), 1);
     long line = 0, column = 0;
     Utl_String_Utilities::Convert_Offset(text, 8, line, column);
-    EXPECT_EQ(line, 2);
-    EXPECT_EQ(column, 2);
+    EXPECT_EQ(std::make_pair(line, column), std::make_pair(2L, 2L));
     Utl_String_Utilities::Convert_Offset(text, -1, line, column);
-    EXPECT_EQ(line, 1);
-    EXPECT_EQ(column, 0);
+    EXPECT_EQ(std::make_pair(line, column), std::make_pair(1L, 0L));
 }
 
 TEST(StringUtilitiesTest, WildCommandsAddressesAndVariables) {
