@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "foundation/base/fnd_string.h"
@@ -66,23 +67,12 @@ TEST(ArchiveTest, NumbersAreLittleEndianOnEveryHostAndLongsSignExtend) {
     EXPECT_EQ(file.Bytes, expected) << "a long is its low 4 bytes";
 
     CArchive archive(&file, CArchive::load);
-    unsigned char byte = 0;
-    short small = 0;
-    long word = 0;
-    unsigned int number = 0;
-    double real = 0;
-    long negative = 0;
-    unsigned long all_ones = 0;
-    int minus_one = 0;
+    std::tuple<unsigned char, short, long, unsigned, double, long, unsigned long, int> back;
+    auto& [byte, small, word, number, real, negative, all_ones, minus_one] = back;
     archive >> byte >> small >> word >> number >> real >> negative >> all_ones >> minus_one;
-    EXPECT_EQ(byte, 0xAB);
-    EXPECT_EQ(small, -2);
-    EXPECT_EQ(word, 0x55667788L);
-    EXPECT_EQ(number, 7u);
-    EXPECT_EQ(real, 1.5);
-    EXPECT_EQ(negative, -5) << "longs come back sign-extended";
-    EXPECT_EQ(all_ones, 0xFFFFFFFFUL);
-    EXPECT_EQ(minus_one, -1);
+    // Longs come back sign-extended from their 4 bytes.
+    EXPECT_EQ(back, std::make_tuple(static_cast<unsigned char>(0xAB), static_cast<short>(-2),
+                                    0x55667788L, 7u, 1.5, -5L, 0xFFFFFFFFUL, -1));
 }
 
 TEST(ArchiveTest, LengthFieldsChangeFormAt255And65534) {
@@ -120,9 +110,7 @@ TEST(ArchiveTest, LengthFieldsChangeFormAt255And65534) {
     }
 }
 
-TEST(ArchiveTest, TheEmptyStringIsOneZeroByteAndThe16BitFormReads65534) {
-    EXPECT_EQ(Stored(Fnd_String()), (std::vector<unsigned char>{0}));
-
+TEST(ArchiveTest, The16BitFormReads65534) {
     Memory_File file;
     file.Bytes = {255, 0xFE, 0xFF};  // 65534 in the 16-bit form
     const std::vector<unsigned char> unit = Host_Bytes(static_cast<Code_Unit>(u'x'));
