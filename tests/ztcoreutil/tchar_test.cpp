@@ -1,24 +1,19 @@
 #include "ztcoreutil/tchar.h"
 
 #include <gtest/gtest.h>
-
-#include "tests/support/ztint_test_locale.h"
-#include "tests/support/ztint_temp_dir.h"
-#include <unicode/uloc.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
-#include <clocale>
 #include <cstdlib>
 #include <ctime>
 #include <string>
 #include <tuple>
 #include <utility>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "foundation/base/fnd_string.h"
+#include "tests/support/ztint_temp_dir.h"
+#include "tests/support/ztint_test_locale.h"
 #include "ztcoreutil/prepformat.h"
 
 namespace {
@@ -30,9 +25,7 @@ std::u16string Prepared(const Code_Unit* Format) {
 
 class Tchar : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ZTInt_Test_Pin_Locale();
-    }
+    void SetUp() override { ZTInt_Test_Pin_Locale(); }
 
     std::u16string Path(const char* Name) const {
         std::string path = Dir + "/" + Name;

@@ -8,7 +8,6 @@
 #include "foundation/base/fnd_condition.h"
 #include "foundation/base/fnd_string.h"
 #include "foundation/utilities/utl_errors.h"
-#include "foundation/utilities/utl_long_array.h"
 #include "foundation/utilities/utl_string_array.h"
 #include "foundation/utilities/utl_string_map.h"
 #include "foundation/utilities/utl_string_utilities.h"
@@ -397,11 +396,6 @@ TEST(StringUtilitiesTest, WildCommandsAddressesAndVariables) {
     EXPECT_EQ(Narrow(text), "/h/x -y $");
     Utl_String_Utilities::Replace_Variables(kept, 1);
     EXPECT_EQ(Narrow(kept), "/h/x $UTL_TEST_UNSET-y $");
-
-    Utl_Long_Array matches(4);
-    const Code_Unit* names[] = {u"bind", u"unbind", u"built", nullptr};
-    Utl_String_Utilities::Find_Matches(u"b*", matches, 2, names, nullptr, 1, 0);
-    EXPECT_EQ(Narrow(matches.Image(0, nullptr)), "0 2");
 }
 
 TEST(StringUtilitiesTest, WrappingAndOptions) {
