@@ -36,8 +36,6 @@ protected:
     const std::string Dir = Temp.Path;
 };
 
-// ---- Formats
-
 TEST_F(Tchar, PrepFormatSwapsTheTextConversionsAndWidensLongIntegers) {
     const std::pair<const Code_Unit*, std::u16string> cases[] = {
         {u"%%s", u"%%s"},
@@ -68,8 +66,6 @@ TEST_F(Tchar, PrintfIntoBuffers) {
     EXPECT_EQ(std::u16string(word), u"w\u00F6rd");
     EXPECT_EQ(big, 5000000000L);
 }
-
-// ---- Strings and stepping
 
 TEST_F(Tchar, StringFunctions) {
     Code_Unit buffer[32];
@@ -112,8 +108,6 @@ TEST_F(Tchar, SteppingBySurrogates) {
     EXPECT_FALSE(_istdigit(u'x'));
 }
 
-// ---- Numbers
-
 TEST_F(Tchar, NumbersStopAtTheFirstForeignUnit) {
     const Code_Unit* text = u"  123\u00E9";
     Code_Unit* end = nullptr;
@@ -143,8 +137,6 @@ TEST_F(Tchar, LongToText) {
         EXPECT_EQ(std::u16string(_ltot(value, buffer, base)), expected) << value << " " << base;
 }
 
-// ---- Environment
-
 TEST_F(Tchar, EnvironmentValuesAreSharedAndKept) {
     unsetenv("TCHAR_TEST_UNSET");
     EXPECT_EQ(_tgetenv(u"TCHAR_TEST_UNSET"), nullptr);
@@ -164,8 +156,6 @@ TEST_F(Tchar, EnvironmentValuesAreSharedAndKept) {
     EXPECT_EQ(_tputenv(lone), -1);
     EXPECT_EQ(getenv("X"), nullptr);
 }
-
-// ---- Files
 
 TEST_F(Tchar, FileFunctionsConvertPaths) {
     std::u16string file = Path("f\u00FCr.txt");
@@ -260,8 +250,6 @@ TEST_F(Tchar, SurrogatePairsReadUnitByUnit) {
     fclose(in);
 }
 
-// ---- Debug output
-
 TEST_F(Tchar, DebugOutputIsSilentWhileItsDiagnosticIsOff) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
@@ -270,8 +258,6 @@ TEST_F(Tchar, DebugOutputIsSilentWhileItsDiagnosticIsOff) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
-
-// ---- Time
 
 TEST_F(Tchar, TimeTexts) {
     const time_t when = 0;
