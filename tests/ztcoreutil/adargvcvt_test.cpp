@@ -3,17 +3,13 @@
 #include "ztcoreutil/adargvcvt.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <string>
 #include <vector>
-
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "foundation/base/fnd_string.h"
 #include "tests/support/ztint_temp_dir.h"

@@ -4,17 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "foundation/base/fnd_string.h"
+#include "tests/support/ztint_test_text.h"
 
 namespace {
-
-std::string Narrow(const Fnd_String& Text) {
-    std::string out;
-    for (long i = 0; i < Text.Get_Length(); ++i) out += static_cast<char>(Text[i]);
-    return out;
-}
 
 // What the flags held when the first static constructor of this program ran.
 long Flag_Seen_At_Start_Up = 0;
@@ -50,11 +43,11 @@ TEST(AdDiagnostic_Flags, TheFirstCheckTurnsEveryDiagnosticOff) {
 }
 
 TEST(AdDiagnostic_Join, TextsAndNumbersJoinedByOneBlank) {
-    EXPECT_EQ(Narrow(AdDiagnostic::Join_With_Space(u"read", u"header")), "read header");
-    EXPECT_EQ(Narrow(AdDiagnostic::Join_With_Space(u"a", u"", u"c")), "a  c");
-    EXPECT_EQ(Narrow(AdDiagnostic::Join_With_Space(u"1", u"2", u"3", u"4")), "1 2 3 4");
-    EXPECT_EQ(Narrow(AdDiagnostic::Join_With_Space(u"bytes", 32L)), "bytes 32");
-    EXPECT_EQ(Narrow(AdDiagnostic::Join_With_Space(-7L, u"left")), "-7 left");
+    EXPECT_EQ(Text(AdDiagnostic::Join_With_Space(u"read", u"header")), u"read header");
+    EXPECT_EQ(Text(AdDiagnostic::Join_With_Space(u"a", u"", u"c")), u"a  c");
+    EXPECT_EQ(Text(AdDiagnostic::Join_With_Space(u"1", u"2", u"3", u"4")), u"1 2 3 4");
+    EXPECT_EQ(Text(AdDiagnostic::Join_With_Space(u"bytes", 32L)), u"bytes 32");
+    EXPECT_EQ(Text(AdDiagnostic::Join_With_Space(-7L, u"left")), u"-7 left");
     Fnd_String same(u"x");
-    EXPECT_EQ(Narrow(AdDiagnostic::Join_With_Space(same, same)), "x x");
+    EXPECT_EQ(Text(AdDiagnostic::Join_With_Space(same, same)), u"x x");
 }

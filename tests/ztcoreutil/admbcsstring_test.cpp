@@ -87,11 +87,29 @@ TEST(AdMbcsStringModes, OutputLongerThanTheFirstGuessIsRetried) {
     EXPECT_EQ(Encoded(AdCharset::getASCIICharset(), accents, AdCharset::cvt_escape), escaped);
 }
 
+TEST(AdMbcsString, ConversionsBothWaysAndLengths) {
+    const AdCharset& utf8 = AdCharset::getUTF8Charset();
+    const std::string bytes = "\xC3\xA9\xF0\x9F\x98\x80";
+    EXPECT_EQ(Encoded(utf8, u"\u00E9\U0001F600", AdCharset::cvt_stop), bytes);
+    EXPECT_EQ(Decoded(utf8, bytes, AdCharset::cvt_stop), u"\u00E9\U0001F600");
+    Fnd_String back(u"old");
+    EXPECT_FALSE(AdMbcsString::cvtToTchar(utf8, nullptr, back, AdCharset::cvt_stop));
+    EXPECT_TRUE(back.Is_Empty());
+    // A length counts units or bytes, not to the terminator; -1 runs to the terminator.
+    AdMbcsString given(utf8, "abc", -1);
+    EXPECT_EQ(given.getLength(), 3);
+    EXPECT_TRUE(given.cvtFromTchar(utf8, u"xyz", 2, AdCharset::cvt_stop));
+    EXPECT_EQ(given.getString(), "xy");
+    EXPECT_FALSE(AdMbcsString(utf8, nullptr).isValid());
+}
+
 TEST(AdMbcsString, ValidityFollowsTheLastAssignmentOrConversion) {
     const AdCharset& utf8 = AdCharset::getUTF8Charset();
     AdMbcsString bytes;
     EXPECT_FALSE(bytes.isValid());
     EXPECT_EQ(bytes.getData(), nullptr);
+    Fnd_String none(u"x");
+    EXPECT_FALSE(bytes.cvtToTchar(none, AdCharset::cvt_stop));
     // Length 0 is a valid empty result, unlike a null source.
     ASSERT_TRUE(bytes.cvtFromTchar(utf8, Fnd_String(), AdCharset::cvt_stop));
     EXPECT_TRUE(bytes.isValid());

@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "foundation/base/fnd_string.h"
@@ -41,24 +42,17 @@ std::vector<std::string> Search_List(const AdUILanguage& Language) {
     return out;
 }
 
-TEST_F(UILanguage, EnvironmentChoosesTheLanguage) {
+TEST_F(UILanguage, EnvironmentChoosesTheLanguageAndChineseGetsAScript) {
     unsetenv("ZT_LANG");
     EXPECT_EQ(std::string(AdUILanguage().getName()), "fr_CA");
-    EXPECT_EQ(From_Environment(""), "fr_CA");
-    EXPECT_EQ(From_Environment("de-AT"), "de_AT");
-    EXPECT_EQ(From_Environment("iw_IL"), "he_IL");  // canonical form
-    // Values that are no locale, or not ASCII, are ignored.
-    EXPECT_EQ(From_Environment("this is not a locale"), "fr_CA");
-    EXPECT_EQ(From_Environment("d\xC3\xA9_DE"), "fr_CA");
-}
-
-TEST_F(UILanguage, ChineseGetsAScript) {
-    EXPECT_EQ(From_Environment("zh_TW"), "zh_Hant_TW");
-    EXPECT_EQ(From_Environment("zh_HK"), "zh_Hant_HK");
-    EXPECT_EQ(From_Environment("zh_CN"), "zh_Hans_CN");
-    EXPECT_EQ(From_Environment("zh_SG"), "zh_Hans_SG");
-    EXPECT_EQ(From_Environment("zh"), "zh_Hans");
-    EXPECT_EQ(From_Environment("zh_Hant_CN"), "zh_Hant_CN");  // a given script stays
+    // Values that are no locale, or not ASCII, are ignored; iw is canonically he; a script
+    // given with Chinese stays.
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "fr_CA"},          {"this is not a locale", "fr_CA"}, {"d\xC3\xA9_DE", "fr_CA"},
+        {"de-AT", "de_AT"},     {"iw_IL", "he_IL"},                {"zh_TW", "zh_Hant_TW"},
+        {"zh_HK", "zh_Hant_HK"}, {"zh_CN", "zh_Hans_CN"},           {"zh_SG", "zh_Hans_SG"},
+        {"zh", "zh_Hans"},      {"zh_Hant_CN", "zh_Hant_CN"}};
+    for (const auto& [value, name] : cases) EXPECT_EQ(From_Environment(value), name) << value;
     // The ICU default goes through the same rule.
     unsetenv("ZT_LANG");
     UErrorCode status = U_ZERO_ERROR;

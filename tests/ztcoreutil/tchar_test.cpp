@@ -1,24 +1,19 @@
 #include "ztcoreutil/tchar.h"
 
 #include <gtest/gtest.h>
-
-#include "tests/support/ztint_test_locale.h"
-#include "tests/support/ztint_temp_dir.h"
-#include <unicode/uloc.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
-#include <clocale>
 #include <cstdlib>
 #include <ctime>
 #include <string>
 #include <tuple>
 #include <utility>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "foundation/base/fnd_string.h"
+#include "tests/support/ztint_temp_dir.h"
+#include "tests/support/ztint_test_locale.h"
 #include "ztcoreutil/prepformat.h"
 
 namespace {
@@ -30,9 +25,7 @@ std::u16string Prepared(const Code_Unit* Format) {
 
 class Tchar : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ZTInt_Test_Pin_Locale();
-    }
+    void SetUp() override { ZTInt_Test_Pin_Locale(); }
 
     std::u16string Path(const char* Name) const {
         std::string path = Dir + "/" + Name;
@@ -42,8 +35,6 @@ protected:
     ZTInt_Temp_Dir Temp;
     const std::string Dir = Temp.Path;
 };
-
-// ---- Formats
 
 TEST_F(Tchar, PrepFormatSwapsTheTextConversionsAndWidensLongIntegers) {
     const std::pair<const Code_Unit*, std::u16string> cases[] = {
@@ -75,8 +66,6 @@ TEST_F(Tchar, PrintfIntoBuffers) {
     EXPECT_EQ(std::u16string(word), u"w\u00F6rd");
     EXPECT_EQ(big, 5000000000L);
 }
-
-// ---- Strings and stepping
 
 TEST_F(Tchar, StringFunctions) {
     Code_Unit buffer[32];
@@ -119,8 +108,6 @@ TEST_F(Tchar, SteppingBySurrogates) {
     EXPECT_FALSE(_istdigit(u'x'));
 }
 
-// ---- Numbers
-
 TEST_F(Tchar, NumbersStopAtTheFirstForeignUnit) {
     const Code_Unit* text = u"  123\u00E9";
     Code_Unit* end = nullptr;
@@ -150,8 +137,6 @@ TEST_F(Tchar, LongToText) {
         EXPECT_EQ(std::u16string(_ltot(value, buffer, base)), expected) << value << " " << base;
 }
 
-// ---- Environment
-
 TEST_F(Tchar, EnvironmentValuesAreSharedAndKept) {
     unsetenv("TCHAR_TEST_UNSET");
     EXPECT_EQ(_tgetenv(u"TCHAR_TEST_UNSET"), nullptr);
@@ -171,8 +156,6 @@ TEST_F(Tchar, EnvironmentValuesAreSharedAndKept) {
     EXPECT_EQ(_tputenv(lone), -1);
     EXPECT_EQ(getenv("X"), nullptr);
 }
-
-// ---- Files
 
 TEST_F(Tchar, FileFunctionsConvertPaths) {
     std::u16string file = Path("f\u00FCr.txt");
@@ -267,8 +250,6 @@ TEST_F(Tchar, SurrogatePairsReadUnitByUnit) {
     fclose(in);
 }
 
-// ---- Debug output
-
 TEST_F(Tchar, DebugOutputIsSilentWhileItsDiagnosticIsOff) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
@@ -277,8 +258,6 @@ TEST_F(Tchar, DebugOutputIsSilentWhileItsDiagnosticIsOff) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
-
-// ---- Time
 
 TEST_F(Tchar, TimeTexts) {
     const time_t when = 0;

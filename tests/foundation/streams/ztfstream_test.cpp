@@ -1,5 +1,5 @@
-// File streams: byte-order marks read and written, lines, strict writes, closing on
-// destruction, and how files are opened.
+// File streams: byte-order marks read and written, lines, closing on destruction, and how
+// files are opened. Conversion itself is shared with the string streams and tested there.
 #include "foundation/streams/ztfstream.h"
 
 #include <gtest/gtest.h>
@@ -128,17 +128,6 @@ TEST_F(ZtFileStream, GetlineDeliversTheLastLineWithoutALineEnd) {
     EXPECT_FALSE(in.bad());
 }
 
-TEST_F(ZtFileStream, AStrictWriteOfAnUnconvertibleCharacterFailsAtTheFlush) {
-    ztofstream out(Name(Path("ascii")).c_str(), Out);
-    out.setcharset(AdCharset::getASCIICharset());
-    out << u"ab\u00E9cd";
-    EXPECT_TRUE(out.good());
-    out.flush();
-    EXPECT_TRUE(out.bad());
-    out.close();
-    EXPECT_EQ(Bytes_Of(Path("ascii")), "ab");
-}
-
 TEST_F(ZtFileStream, DestroyingAnOpenFileSendsThePendingUnits) {
     {
         ztofstream out(Name(Path("stream")).c_str(), Out);
@@ -201,24 +190,6 @@ TEST_F(ZtFileStream, TheDescriptorIsCloseOnExec) {
         }
         EXPECT_EQ(checked, 1);
     }
-}
-
-TEST_F(ZtFileStream, ALongLenientReadKeepsEveryByte) {
-    // More than one byte buffer of the file, with a run of bad bytes whose escapes
-    // overfill the unit buffer.
-    std::string bytes;
-    std::u16string units;
-    for (int i = 0; i < 5000; ++i) bytes += "\xC3\xA9", units += u'\u00E9';
-    bytes += std::string(300, '\xFF') + "ok";
-    for (int i = 0; i < 300; ++i) units += u"&#xFF;";
-    units += u"ok";
-    Write_Bytes(Path("long"), bytes);
-    ztifstream in(Name(Path("long")).c_str(), In);
-    in.setcharset(AdCharset::getUTF8Charset());
-    in.setstrict(false);
-    EXPECT_EQ(Read_All(in), units);
-    EXPECT_TRUE(in.eof());
-    EXPECT_FALSE(in.bad());
 }
 
 }  // namespace

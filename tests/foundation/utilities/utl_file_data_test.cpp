@@ -84,19 +84,21 @@ TEST_F(File_Data, AccessAndBitsOfTheChosenMode) {
     EXPECT_EQ(link.Is_Writable(), 0);
     EXPECT_EQ(link.Is_Executable(), 0);
     EXPECT_EQ(link.Check_Access(0600), 0);
-    EXPECT_EQ(link.User_Reads(0), 1);
-    EXPECT_EQ(link.User_Writes(0), 0);
-    EXPECT_EQ(link.User_Writes(1), 1);  // the link's own mode is 0777
-    EXPECT_EQ(link.Group_Executes(0), 1);
-    EXPECT_EQ(link.Group_Reads(0), 1);
-    EXPECT_EQ(link.Group_Writes(0), 0);
-    EXPECT_EQ(link.Others_Executes(0), 1);
-    EXPECT_EQ(link.Others_Writes(0), 0);
-    Fnd_String image;
-    link.Acl_Image(image, 0);
-    EXPECT_EQ(Narrow(image), "r--r-x--x");
-    link.Acl_Image(image, 1);
-    EXPECT_EQ(Narrow(image), "rwxrwxrwx");
+    // Each bit of the target's mode, or of the link's own (0777), and the same as text.
+    using Bit = long (Utl_File_Data::*)(long) const;
+    const Bit bits[] = {&Utl_File_Data::User_Reads,     &Utl_File_Data::User_Writes,
+                        &Utl_File_Data::User_Executes,  &Utl_File_Data::Group_Reads,
+                        &Utl_File_Data::Group_Writes,   &Utl_File_Data::Group_Executes,
+                        &Utl_File_Data::Others_Reads,   &Utl_File_Data::Others_Writes,
+                        &Utl_File_Data::Others_Executes};
+    for (long own : {0, 1}) {
+        std::string set, image_text = own ? "rwxrwxrwx" : "r--r-x--x";
+        for (Bit bit : bits) set += (link.*bit)(own) ? 'x' : '-';
+        EXPECT_EQ(set, own ? "xxxxxxxxx" : "x--x-x--x");
+        Fnd_String image;
+        link.Acl_Image(image, own);
+        EXPECT_EQ(Narrow(image), image_text);
+    }
 
     // Another owner: the group's bits for our real group, else the others'.
     Utl_File_Data other;

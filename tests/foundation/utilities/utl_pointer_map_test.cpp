@@ -38,7 +38,7 @@ TEST_F(PointerMapTest, KeysInOneBlockOf256ShareABucketAndStayFindable) {
     Utl_Pointer_Map map(Utl_Domain_Long, Utl_Range_Long, 37);
     const long base = 0x7f3a1200;
     EXPECT_EQ(map.Bucket_Of(base), map.Bucket_Of(base + 0xff));
-    EXPECT_EQ(map.Bucket_Of(base), static_cast<long>((0x7f3a1200UL >> 8) % 37));
+    EXPECT_EQ(map.Bucket_Of(base), 25) << "0x7f3a12 % 37";
     EXPECT_NE(map.Bucket_Of(base), map.Bucket_Of(base + 0x100));
     for (long low = 0; low < 256; low += 17) map.Bind(base + low, low);
     EXPECT_EQ(map.Chain_Length(map.Bucket_Of(base)), 16);

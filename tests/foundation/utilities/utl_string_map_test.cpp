@@ -321,8 +321,6 @@ TEST(StringMapTest, SetDifferenceKeepsTheEntriesThatDiffer) {
     EXPECT_EQ(Narrow(out), "changed new") << "an unbound domain reads as empty";
 }
 
-// ---- Sets
-
 TEST(StringMapTest, SetsAddOnceRemoveAndCopyMembers) {
     Utl_String_Set set(0);
     EXPECT_EQ(set.Get_Size(), 37);
@@ -342,8 +340,6 @@ TEST(StringMapTest, SetsAddOnceRemoveAndCopyMembers) {
     EXPECT_TRUE(empty.Done());
     EXPECT_EQ(&empty.Get(), &Fnd_String::Null);
 }
-
-// ---- Name patterns
 
 TEST(StringMapTest, NamePatternsCoverTheWholeName) {
     EXPECT_EQ(Utl_Name_Matcher(Fnd_String(), 0, 1, 1).Match(Fnd_String()), 1);
