@@ -2,7 +2,8 @@
 // logon hook, and Unbuild, which leaves its handle alone.
 #include <cstdlib>
 #include <cstring>
-#include <mutex>
+#include <utility>
+#include <vector>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -64,39 +65,21 @@ std::string Error_Text()
     return copy;
 }
 
-// A peer whose answers a test sets per opcode: a status, and a string result if the row
-// has one. Unset opcodes get status 0 and the peer's echo.
-class Server {
-public:
-    Server()
-        : peer([this](const ZTInt_Test_Call& call, std::vector<ZTInt_Test_Value>& results) {
-              ZTInt_Test_Peer::Echo(call, results);
-              std::lock_guard<std::mutex> guard(lock);
-              if (call.Header.Procedure != opcode) return;
-              results[0].Word = status;
-              if (results.size() > 1 && results[1].Type == ZTInt_rpc_type_String)
-                  results[1].Text = text;
-          })
-    {
-        peer.Install();
-    }
-
-    void Answer(int32_t for_opcode, int32_t with_status, const std::string& with_text = "")
-    {
-        std::lock_guard<std::mutex> guard(lock);
-        opcode = for_opcode;
-        status = with_status;
-        text = with_text;
-    }
-
-    ZTInt_Test_Peer peer;
-
-private:
-    std::mutex lock;
-    int32_t opcode = 0;
-    int32_t status = 0;
-    std::string text;
+// An installed peer; by default it echoes.
+struct Server : ZTInt_Test_Peer {
+    explicit Server(Responder responder = Echo) : ZTInt_Test_Peer(std::move(responder)) { Install(); }
 };
+
+// Answers opcode with status, and with text if the row has a string result; echoes the rest.
+ZTInt_Test_Peer::Responder Answer(int32_t opcode, int32_t status, const std::string& text = "")
+{
+    return [=](const ZTInt_Test_Call& call, std::vector<ZTInt_Test_Value>& results) {
+        ZTInt_Test_Peer::Echo(call, results);
+        if (call.Header.Procedure != opcode) return;
+        results[0].Word = status;
+        if (results.size() > 1 && results[1].Type == ZTInt_rpc_type_String) results[1].Text = text;
+    };
+}
 
 }  // namespace
 
@@ -113,7 +96,7 @@ TEST(ErrorCalls, GetErrorReadsTheClientSlotWithoutACall)
     EXPECT_NE(first, second);
     EXPECT_STREQ(first, "unsupported operation: ZTInt_Session_GetObject");
     EXPECT_STREQ(second, first);
-    EXPECT_EQ(server.peer.Call_Count(), 0u);
+    EXPECT_EQ(server.Call_Count(), 0u);
     ZTInt_String_Free(first);
     ZTInt_String_Free(second);
 }
@@ -121,22 +104,34 @@ TEST(ErrorCalls, GetErrorReadsTheClientSlotWithoutACall)
 TEST(ErrorCalls, GetErrorAsksTheServerWhenTheSlotIsEmpty)
 {
     Start_Afresh();
-    Server server;
-    server.Answer(kGetError, 0, "the server's last error");
+    Server server(Answer(kGetError, 0, "the server's last error"));
     EXPECT_EQ(Error_Text(), "the server's last error");
-    const auto calls = server.peer.Calls();
+    const auto calls = server.Calls();
     ASSERT_EQ(calls.size(), 1u);
     EXPECT_EQ(calls[0].Header.Procedure, kGetError);
     EXPECT_EQ(calls[0].Header.Param_Count, 0);
 
     // A server that fails the call: no text, whatever the variable held.
-    server.peer.Set_Fault(ZTInt_Test_Fault::Error_Message);
+    server.Set_Fault(ZTInt_Test_Fault::Error_Message);
     char* text = reinterpret_cast<char*>(&server);
     ZTInt_GetError(&text);
     EXPECT_EQ(text, nullptr);
 }
 
-TEST(ErrorCalls, GetErrorWithNoServerLeavesTheReasonForTheNextOne)
+TEST(ErrorCalls, SetErrorSendsTheTextAndDropsTheStatus)
+{
+    Server server(Answer(kSetError, -2));
+    ZTInt_SetError("set by the client");
+    const auto calls = server.Calls();
+    ASSERT_EQ(calls.size(), 1u);
+    EXPECT_EQ(calls[0].Header.Procedure, kSetError);
+    ASSERT_EQ(calls[0].Params.size(), 1u);
+    EXPECT_EQ(calls[0].Params[0].Type, ZTInt_rpc_type_String);
+    EXPECT_EQ(calls[0].Params[0].Text, "set by the client");
+}
+
+// With no server, GetError and SetError try the opener once and leave its reason in the slot.
+TEST(ErrorCalls, WithNoServerTheReasonIsLeftForTheNextGetError)
 {
     Start_Afresh();
     ZTInt_Set_Connection_Opener(No_Server);
@@ -146,25 +141,8 @@ TEST(ErrorCalls, GetErrorWithNoServerLeavesTheReasonForTheNextOne)
     EXPECT_EQ(opener_calls, 1);
     EXPECT_EQ(Error_Text(), "no server here");
     EXPECT_EQ(opener_calls, 1);
-}
 
-TEST(ErrorCalls, SetErrorSendsTheTextAndDropsTheStatus)
-{
-    Server server;
-    server.Answer(kSetError, -2);
-    ZTInt_SetError("set by the client");
-    const auto calls = server.peer.Calls();
-    ASSERT_EQ(calls.size(), 1u);
-    EXPECT_EQ(calls[0].Header.Procedure, kSetError);
-    ASSERT_EQ(calls[0].Params.size(), 1u);
-    EXPECT_EQ(calls[0].Params[0].Type, ZTInt_rpc_type_String);
-    EXPECT_EQ(calls[0].Params[0].Text, "set by the client");
-}
-
-TEST(ErrorCalls, SetErrorWithNoServerReturns)
-{
     Start_Afresh();
-    ZTInt_Set_Connection_Opener(No_Server);
     ZTInt_SetError("nobody listens");
     EXPECT_EQ(opener_calls, 1);
     EXPECT_EQ(Error_Text(), "no server here");
@@ -180,7 +158,7 @@ TEST(GenericCalls, FreeOfANullHandleOpensNothingAndSendsNothing)
 
     Server server;
     EXPECT_EQ(ZTInt_Entity_Free(nullptr), 0);
-    EXPECT_EQ(server.peer.Call_Count(), 0u);
+    EXPECT_EQ(server.Call_Count(), 0u);
 }
 
 TEST(GenericCalls, FreeKeepsTheHandleUntilTheServerAgrees)
@@ -188,13 +166,12 @@ TEST(GenericCalls, FreeKeepsTheHandleUntilTheServerAgrees)
     ZTEntity* entity = Handle_Of<ZTEntity>(33, 501);
     const ZTInt_obj_struct record = *Record_Of(entity);
     {
-        Server server;
-        server.Answer(kEntityFree, -2);
+        Server server(Answer(kEntityFree, -2));
         EXPECT_EQ(ZTInt_Entity_Free(entity), -2);
         EXPECT_EQ(std::memcmp(Record_Of(entity), &record, sizeof record), 0);
 
         // The connection goes down: -1, and the handle is still there.
-        server.peer.Set_Fault(ZTInt_Test_Fault::Close_Without_Reply);
+        server.Set_Fault(ZTInt_Test_Fault::Close_Without_Reply);
         EXPECT_EQ(ZTInt_Entity_Free(entity), -1);
         EXPECT_EQ(std::memcmp(Record_Of(entity), &record, sizeof record), 0);
         EXPECT_EQ(ZTInt_Entity_Free(entity), -1);
@@ -202,7 +179,7 @@ TEST(GenericCalls, FreeKeepsTheHandleUntilTheServerAgrees)
     // With a server again, the same handle goes out as it came and is released.
     Server server;
     EXPECT_EQ(ZTInt_Entity_Free(entity), 0);
-    const auto calls = server.peer.Calls();
+    const auto calls = server.Calls();
     ASSERT_EQ(calls.size(), 1u);
     EXPECT_EQ(std::memcmp(&calls[0].Params[0].Object, &record, sizeof record), 0);
     EXPECT_EQ(Record_Of(entity)->Owner_Pid, -1);
@@ -216,14 +193,14 @@ TEST(GenericCalls, UnbuildLeavesTheLocalHandle)
     EXPECT_EQ(Record_Of(zentrak)->Owner_Pid, 77);
     EXPECT_EQ(ZTInt_Zentrak_Free(zentrak), 0);
     EXPECT_EQ(Record_Of(zentrak)->Owner_Pid, -1);
-    EXPECT_EQ(server.peer.Call_Count(), 2u);
+    EXPECT_EQ(server.Call_Count(), 2u);
 }
 
 // The logon goes on the wire once, with the direct flags added unless they were all there.
 TEST(Logon, EveryLogonIsOneWireCallWithTheDirectFlags)
 {
     Server server;
-    server.peer.Set_Responder([](const ZTInt_Test_Call& call,
+    server.Set_Responder([](const ZTInt_Test_Call& call,
                                  std::vector<ZTInt_Test_Value>& results) {
         if (call.Header.Procedure == kSessionLogon)
             results[1] = ZTInt_Test_Value::Of_Object(ZTInt_obj_struct{58, 0, 1234, 5});
@@ -242,7 +219,7 @@ TEST(Logon, EveryLogonIsOneWireCallWithTheDirectFlags)
         ASSERT_NE(session, nullptr);
         EXPECT_EQ(Record_Of(session)->Id, 1234u);
         ZTInt_obj_Free(Record_Of(session));
-        const auto received = server.peer.Calls();
+        const auto received = server.Calls();
         ASSERT_EQ(received.size(), ++calls) << c.given;
         const ZTInt_Test_Call& call = received.back();
         ASSERT_EQ(call.Params.size(), 7u);
@@ -260,5 +237,5 @@ TEST(Logon, TheHookLeavesADirectLogonToTheCaller)
     ZTSession* session = nullptr;
     EXPECT_EQ(ZTInt_client_SessionLogon(&status, nullptr, &session, "", "", "", "", "", 14), 0);
     EXPECT_EQ(status, 99);
-    EXPECT_EQ(server.peer.Call_Count(), 0u);
+    EXPECT_EQ(server.Call_Count(), 0u);
 }
