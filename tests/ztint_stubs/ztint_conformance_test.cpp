@@ -4,6 +4,7 @@
 // unsent calls leave 0 or NULL. Object results go back through their class's Free verbatim.
 #include <unistd.h>
 
+#include <atomic>
 #include <cstring>
 #include <deque>
 #include <map>
@@ -73,52 +74,30 @@ bool Ends_With(const std::string& text, const std::string& end)
 
 // The peer's side: answers every call with the generated result of its row (or the nil
 // handle when asked to), and keeps the last call for the test thread.
-class Server {
-public:
-    Server() : peer([this](const ZTInt_Test_Call& call, std::vector<ZTInt_Test_Value>& results) {
-        Respond(call, results);
-    })
+struct Server {
+    Server()
     {
+        peer.Set_Responder([this](const ZTInt_Test_Call& call, std::vector<ZTInt_Test_Value>& results) {
+            std::lock_guard<std::mutex> guard(lock);
+            last = call;
+            if (call.Entry == nullptr || results.size() < 2) return;
+            const ZTInt_rpc_type type = results[1].Type;
+            if (ZTInt_rpc_type_Is_Object(type) && nil_objects) return;  // nil record, status 0
+            results[1] = Value_Of(type, call.Entry->Name, call.Entry->Opcode, kResultIndex);
+        });
         peer.Install();
     }
-
-    // The last call the peer received, and how many calls it has received.
-    ZTInt_Test_Call Last() const
+    ZTInt_Test_Call Last()
     {
         std::lock_guard<std::mutex> guard(lock);
         return last;
     }
+    size_t Count() const { return peer.Call_Count(); }
 
-    size_t Count() const
-    {
-        std::lock_guard<std::mutex> guard(lock);
-        return count;
-    }
-
-    void Answer_Nil(bool nil)
-    {
-        std::lock_guard<std::mutex> guard(lock);
-        nil_objects = nil;
-    }
-
-    ZTInt_Test_Peer peer;
-
-private:
-    void Respond(const ZTInt_Test_Call& call, std::vector<ZTInt_Test_Value>& results)
-    {
-        std::lock_guard<std::mutex> guard(lock);
-        last = call;
-        ++count;
-        if (call.Entry == nullptr || results.size() < 2) return;
-        const ZTInt_rpc_type type = results[1].Type;
-        if (ZTInt_rpc_type_Is_Object(type) && nil_objects) return;  // nil record, status 0
-        results[1] = Value_Of(type, call.Entry->Name, call.Entry->Opcode, kResultIndex);
-    }
-
-    mutable std::mutex lock;
+    std::mutex lock;
     ZTInt_Test_Call last;
-    size_t count = 0;
-    bool nil_objects = false;
+    std::atomic<bool> nil_objects{false};
+    ZTInt_Test_Peer peer;
 };
 
 // The caller's variable for any result type, filled with values that no call leaves.
@@ -340,10 +319,10 @@ TEST_F(StubConformance, EveryStubSendsItsRowAndDecodesItsResult)
         }
         if (ZTInt_rpc_type_Is_Object(result_type)) {  // The nil handle with status 0.
             Arguments args(*entry, result_type);
-            server.Answer_Nil(true);
+            server.nil_objects = true;
             EXPECT_EQ(invoker.Invoke(args.Block), 0) << name;
             EXPECT_EQ(args.result.Object, nullptr) << name;
-            server.Answer_Nil(false);
+            server.nil_objects = false;
         }
     }
     EXPECT_EQ(wire_calls, 829 + 2 * 52);  // every row, Free and Duplicate of every class
