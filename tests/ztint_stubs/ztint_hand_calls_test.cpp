@@ -2,9 +2,9 @@
 // logon hook, and Unbuild, which leaves its handle alone.
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <utility>
 #include <vector>
-#include <string>
 
 #include <gtest/gtest.h>
 
@@ -82,24 +82,6 @@ ZTInt_Test_Peer::Responder Answer(int32_t opcode, int32_t status, const std::str
 }
 
 }  // namespace
-
-TEST(ErrorCalls, GetErrorReadsTheClientSlotWithoutACall)
-{
-    Server server;
-    EXPECT_EQ(ZTInt_Session_GetObject(nullptr, nullptr), -1);
-    char* first = nullptr;
-    char* second = nullptr;
-    ZTInt_GetError(&first);
-    ZTInt_GetError(&second);
-    ASSERT_NE(first, nullptr);
-    ASSERT_NE(second, nullptr);
-    EXPECT_NE(first, second);
-    EXPECT_STREQ(first, "unsupported operation: ZTInt_Session_GetObject");
-    EXPECT_STREQ(second, first);
-    EXPECT_EQ(server.Call_Count(), 0u);
-    ZTInt_String_Free(first);
-    ZTInt_String_Free(second);
-}
 
 TEST(ErrorCalls, GetErrorAsksTheServerWhenTheSlotIsEmpty)
 {
