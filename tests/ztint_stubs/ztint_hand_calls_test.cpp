@@ -17,7 +17,6 @@ namespace {
 
 constexpr int32_t kGetError = 1025;
 constexpr int32_t kSetError = 1026;
-constexpr int32_t kSessionLogon = 7178;
 constexpr int32_t kEntityFree = 13313;
 
 int opener_calls = 0;
@@ -179,14 +178,10 @@ TEST(GenericCalls, UnbuildLeavesTheLocalHandle)
 }
 
 // The logon goes on the wire once, with the direct flags added unless they were all there.
+// (The stub conformance test checks the other parameters and the result.)
 TEST(Logon, EveryLogonIsOneWireCallWithTheDirectFlags)
 {
     Server server;
-    server.Set_Responder([](const ZTInt_Test_Call& call,
-                                 std::vector<ZTInt_Test_Value>& results) {
-        if (call.Header.Procedure == kSessionLogon)
-            results[1] = ZTInt_Test_Value::Of_Object(ZTInt_obj_struct{58, 0, 1234, 5});
-    });
     ZTZentrak* zentrak = Handle_Of<ZTZentrak>(27, 3);
     const struct {
         ZTInt_LONG given;
@@ -196,19 +191,11 @@ TEST(Logon, EveryLogonIsOneWireCallWithTheDirectFlags)
     for (const auto& c : cases) {
         ZTSession* session = nullptr;
         EXPECT_EQ(ZTZentrak_SessionLogon(zentrak, &session, "client", "user", "secret", "db",
-                                         "master", c.given),
-                  0);
-        ASSERT_NE(session, nullptr);
-        EXPECT_EQ(Record_Of(session)->Id, 1234u);
-        ZTInt_obj_Free(Record_Of(session));
+                                         "master", c.given), 0);
         const auto received = server.Calls();
         ASSERT_EQ(received.size(), ++calls) << c.given;
-        const ZTInt_Test_Call& call = received.back();
-        ASSERT_EQ(call.Params.size(), 7u);
-        EXPECT_EQ(call.Params[6].Word, c.sent) << c.given;
-        EXPECT_EQ(call.Params[1].Text, "client");
-        EXPECT_EQ(call.Params[3].Text, "secret");
-        EXPECT_EQ(call.Params[5].Text, "master");
+        ASSERT_EQ(received.back().Params.size(), 7u);
+        EXPECT_EQ(received.back().Params[6].Word, c.sent) << c.given;
     }
 }
 
