@@ -25,11 +25,6 @@ bool Is_Open(int fd)
     return fcntl(fd, F_GETFD) != -1;
 }
 
-std::u16string Image(const char16_t* text)
-{
-    return text;
-}
-
 }  // namespace
 
 TEST(ConnectionRecord, InitializeAndCopy)
@@ -68,11 +63,11 @@ TEST(ConnectionRecord, Images)
     const std::pair<int, const char16_t*> types[] = {
         {0, u"nil"}, {2, u"startup"}, {5, u"client"}, {6, u"unknown"}, {-1, u"unknown"}};
     for (const auto& [type, image] : types)
-        EXPECT_EQ(Image(ZTInt_Connection_Type_Image(type)), image) << type;
+        EXPECT_EQ(std::u16string(ZTInt_Connection_Type_Image(type)), image) << type;
     const std::pair<int, const char16_t*> states[] = {
         {4, u"ready"}, {5, u"read_header"}, {10, u"write_done"}, {11, u"unknown"}, {-3, u"unknown"}};
     for (const auto& [state, image] : states)
-        EXPECT_EQ(Image(ZTInt_Connection_State_Image(state)), image) << state;
+        EXPECT_EQ(std::u16string(ZTInt_Connection_State_Image(state)), image) << state;
 }
 
 // A descriptor shared by all three fields is closed once; three distinct ones are all
