@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <memory>
 #include <string>
 
 #include "server/svr_dispatch.h"
@@ -22,17 +23,10 @@ protected:
     Svr_Client_State Client{1, ""};
     int32_t Sequence = 1;
 
-    // Sends the call of name with the given in-values and decodes the answer into out.
-    // The status, or -100 when the answer is an Error message.
-    int32_t Call(const char* name, const void* const* in, Svr_Values& out)
-    {
-        const ZTInt_call_entry* entry = ZTInt_call_Find_Name(name);
-        EXPECT_NE(entry, nullptr) << name;
-        return Call_Raw(entry->Opcode, entry->In_Count, entry->Types_In, in, out);
-    }
-
-    int32_t Call_Raw(int32_t opcode, int count, const ZTInt_rpc_type* types, const void* const* in,
-                     Svr_Values& out)
+    // Sends a call with the given in-values; the values of the reply by the out list, or
+    // NULL when the answer is an Error message.
+    std::unique_ptr<Svr_Values> Call_Raw(int32_t opcode, int count, const ZTInt_rpc_type* types,
+                                         const void* const* in, const ZTInt_call_entry& row)
     {
         ZTInt_msg_struct* call = nullptr;
         char* error = nullptr;
@@ -44,41 +38,46 @@ protected:
         EXPECT_EQ(answer->Pid, kClientPid);
         EXPECT_EQ(answer->Sequence, Sequence);
         EXPECT_EQ(answer->Procedure, opcode);
-        int32_t status = -100;
+        auto out = std::make_unique<Svr_Values>(row.Types_Out, row.Out_Count);
         if (answer->Type == ZTInt_msg_type_Reply) {
-            EXPECT_EQ(answer->Param_Count, out.Count());
-            EXPECT_EQ(ZTInt_msg_Decode_Reply(answer, &error, out.Count(), out.Types(),
-                                             out.Pointers()),
-                      1)
+            EXPECT_EQ(answer->Param_Count, out->Count());
+            EXPECT_EQ(ZTInt_msg_Decode_Reply(answer, &error, out->Count(), out->Types(), out->Pointers()), 1)
                 << (error ? error : "");
             ZTInt_String_Free(error);
-            status = out.Number(0);
         } else {
             EXPECT_EQ(answer->Type, ZTInt_msg_type_Error);
             EXPECT_EQ(answer->Data_Size, 0);
+            out.reset();
         }
         ZTInt_msg_Free(answer);
-        return status;
+        return out;
     }
 
-    static Svr_Values Out_Of(const char* name)
+    // The call of name; its status, and the reply's values in out if given.
+    int32_t Call(const char* name, const void* const* in = nullptr,
+                 std::unique_ptr<Svr_Values>* out = nullptr)
     {
         const ZTInt_call_entry* entry = ZTInt_call_Find_Name(name);
-        return Svr_Values(entry->Types_Out, entry->Out_Count);
+        EXPECT_NE(entry, nullptr) << name;
+        std::unique_ptr<Svr_Values> values = Call_Raw(entry->Opcode, entry->In_Count, entry->Types_In, in, *entry);
+        EXPECT_NE(values, nullptr) << name;
+        const int32_t status = values ? values->Number(0) : -100;
+        if (out != nullptr) *out = std::move(values);
+        return status;
     }
 
     ZTInt_obj_struct Build()
     {
-        Svr_Values out = Out_Of("ZTZentrak_Build");
-        EXPECT_EQ(Call("ZTZentrak_Build", nullptr, out), 0);
-        return out.Object(1);
+        std::unique_ptr<Svr_Values> out;
+        EXPECT_EQ(Call("ZTZentrak_Build", nullptr, &out), 0);
+        return out->Object(1);
     }
 
     std::string Last_Error()
     {
-        Svr_Values out = Out_Of("ZTInt_GetError");
-        EXPECT_EQ(Call("ZTInt_GetError", nullptr, out), 0);
-        return out.Text(1);
+        std::unique_ptr<Svr_Values> out;
+        EXPECT_EQ(Call("ZTInt_GetError", nullptr, &out), 0);
+        return out->Text(1);
     }
 
     int32_t Logon(const ZTInt_obj_struct& zentrak, const char* user, const char* password,
@@ -87,10 +86,9 @@ protected:
         const int32_t flags = 14;
         const char* client_id = "";
         const void* in[] = {&zentrak, &client_id, &user, &password, &database, &master, &flags};
-        Svr_Values out = Out_Of("ZTZentrak_SessionLogon");
-        const int32_t status = Call("ZTZentrak_SessionLogon", in, out);
-        if (session != nullptr)
-            *session = out.Object(1);
+        std::unique_ptr<Svr_Values> out;
+        const int32_t status = Call("ZTZentrak_SessionLogon", in, &out);
+        if (session != nullptr) *session = out->Object(1);
         return status;
     }
 };
@@ -104,27 +102,25 @@ TEST_F(Svr_Dispatch_Test, BuildEchoAndVersionWorkOnTheServersOwnHandles)
 
     const char* text = "h\xC3\xA9llo";
     const void* echo_in[] = {&zentrak, &text};
-    Svr_Values echo = Out_Of("ZTZentrak_EchoString");
-    EXPECT_EQ(Call("ZTZentrak_EchoString", echo_in, echo), 0);
-    EXPECT_STREQ(echo.Text(1), "h\xC3\xA9llo");
+    std::unique_ptr<Svr_Values> out;
+    EXPECT_EQ(Call("ZTZentrak_EchoString", echo_in, &out), 0);
+    EXPECT_STREQ(out->Text(1), "h\xC3\xA9llo");
 
     const void* info_in[] = {&zentrak};
-    Svr_Values info = Out_Of("ZTZentrak_CreateProductInfo");
-    ASSERT_EQ(Call("ZTZentrak_CreateProductInfo", info_in, info), 0);
-    const ZTInt_obj_struct product = info.Object(1);
+    ASSERT_EQ(Call("ZTZentrak_CreateProductInfo", info_in, &out), 0);
+    const ZTInt_obj_struct product = out->Object(1);
     const void* version_in[] = {&product};
-    Svr_Values version = Out_Of("ZTProductInfo_GetProductVersion");
-    EXPECT_EQ(Call("ZTProductInfo_GetProductVersion", version_in, version), 0);
-    EXPECT_STREQ(version.Text(1), "9.8.7");
+    EXPECT_EQ(Call("ZTProductInfo_GetProductVersion", version_in, &out), 0);
+    EXPECT_STREQ(out->Text(1), "9.8.7");
 }
 
 TEST_F(Svr_Dispatch_Test, UnsupportedCallsGetAWellFormedRefusalAndTheirText)
 {
     const ZTInt_obj_struct zentrak = Build();
     const void* in[] = {&zentrak};
-    Svr_Values out = Out_Of("ZTZentrak_IsUnix");
-    EXPECT_EQ(Call("ZTZentrak_IsUnix", in, out), -1);
-    EXPECT_EQ(out.Number(1), 0);
+    std::unique_ptr<Svr_Values> out;
+    EXPECT_EQ(Call("ZTZentrak_IsUnix", in, &out), -1);
+    EXPECT_EQ(out->Number(1), 0);
     EXPECT_EQ(Last_Error(), "ZTZentrak_IsUnix: not supported by this server");
     // Every row of the table answers with its own out-list, whatever it is.
     int rows = 0;
@@ -134,9 +130,9 @@ TEST_F(Svr_Dispatch_Test, UnsupportedCallsGetAWellFormedRefusalAndTheirText)
         if (entry.Kind != ZTInt_call_Row || std::string(entry.Name).rfind("ZTZentrak_", 0) == 0)
             continue;
         Svr_Values nil_in(entry.Types_In, entry.In_Count);
-        Svr_Values reply(entry.Types_Out, entry.Out_Count);
-        ASSERT_EQ(Call_Raw(entry.Opcode, entry.In_Count, entry.Types_In, nil_in.Pointers(), reply), -1)
-            << entry.Name;
+        out = Call_Raw(entry.Opcode, entry.In_Count, entry.Types_In, nil_in.Pointers(), entry);
+        ASSERT_NE(out, nullptr) << entry.Name;
+        ASSERT_EQ(out->Number(0), -1) << entry.Name;
         ++rows;
         last = entry.Name;
     }
@@ -146,37 +142,32 @@ TEST_F(Svr_Dispatch_Test, UnsupportedCallsGetAWellFormedRefusalAndTheirText)
 
 TEST_F(Svr_Dispatch_Test, MalformedCallsGetAnErrorMessage)
 {
-    Svr_Values out = Out_Of("ZTZentrak_EchoString");
-    // No call of that opcode exists.
-    EXPECT_EQ(Call_Raw(7 * 1024 + 1000, 0, nullptr, nullptr, out), -100);
+    const ZTInt_call_entry& echo = *ZTInt_call_Find_Name("ZTZentrak_EchoString");
+    EXPECT_EQ(Call_Raw(7 * 1024 + 1000, 0, nullptr, nullptr, echo), nullptr);  // no such opcode
     // A string where the row wants a handle first.
     const ZTInt_rpc_type wrong[] = {ZTInt_rpc_type_String, ZTInt_rpc_type_String};
     const char* first = "not a handle";
     const char* second = "x";
     const void* in[] = {&first, &second};
-    EXPECT_EQ(Call_Raw(ZTInt_call_Find_Name("ZTZentrak_EchoString")->Opcode, 2, wrong, in, out),
-              -100);
+    EXPECT_EQ(Call_Raw(echo.Opcode, 2, wrong, in, echo), nullptr);
 }
 
 TEST_F(Svr_Dispatch_Test, HandlesBelongToTheirClientAndDieWithFree)
 {
     const ZTInt_obj_struct zentrak = Build();
     const void* in[] = {&zentrak};
-    Svr_Values duplicate = Out_Of("ZTInt_Zentrak_Duplicate");
-    ASSERT_EQ(Call("ZTInt_Zentrak_Duplicate", in, duplicate), 0);
-    const ZTInt_obj_struct copy = duplicate.Object(1);
-    EXPECT_NE(copy.Id, zentrak.Id);
+    std::unique_ptr<Svr_Values> duplicate;
+    ASSERT_EQ(Call("ZTInt_Zentrak_Duplicate", in, &duplicate), 0);
+    EXPECT_NE(duplicate->Object(1).Id, zentrak.Id);
 
     Svr_Client_State stranger{2, ""};
     std::swap(Client, stranger);
-    Svr_Values denied = Out_Of("ZTInt_Zentrak_Free");
-    EXPECT_EQ(Call("ZTInt_Zentrak_Free", in, denied), -1);
+    EXPECT_EQ(Call("ZTInt_Zentrak_Free", in), -1);
     EXPECT_EQ(Last_Error(), "ZTInt_Zentrak_Free: the handle names no object of this client");
     std::swap(Client, stranger);
 
-    Svr_Values freed = Out_Of("ZTInt_Zentrak_Free");
-    EXPECT_EQ(Call("ZTInt_Zentrak_Free", in, freed), 0);
-    EXPECT_EQ(Call("ZTInt_Zentrak_Free", in, freed), -1);
+    EXPECT_EQ(Call("ZTInt_Zentrak_Free", in), 0);
+    EXPECT_EQ(Call("ZTInt_Zentrak_Free", in), -1);
     EXPECT_EQ(Objects.Count(), 1u);
     Dispatcher.Client_Gone(Client);
     EXPECT_EQ(Objects.Count(), 0u);
@@ -203,13 +194,11 @@ TEST_F(Svr_Dispatch_Test, ErrorTextIsKeptPerClientAndCanBeSet)
 {
     const char* text = "set by the client";
     const void* in[] = {&text};
-    Svr_Values out = Out_Of("ZTInt_SetError");
-    EXPECT_EQ(Call("ZTInt_SetError", in, out), 0);
+    EXPECT_EQ(Call("ZTInt_SetError", in), 0);
     EXPECT_EQ(Last_Error(), "set by the client");
     EXPECT_EQ(Last_Error(), "set by the client");  // reading doesn't clear it
     EXPECT_FALSE(Dispatcher.Shutdown_Requested());
-    Svr_Values down = Out_Of("ZTInt_Special_Shutdown_Stub");
-    EXPECT_EQ(Call("ZTInt_Special_Shutdown_Stub", nullptr, down), 0);
+    EXPECT_EQ(Call("ZTInt_Special_Shutdown_Stub"), 0);
     EXPECT_TRUE(Dispatcher.Shutdown_Requested());
 }
 

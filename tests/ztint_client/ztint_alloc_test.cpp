@@ -8,9 +8,8 @@
 #include <cstddef>
 
 #include "tests/support/ztint_test_peer.h"
+#include "ztint.h"
 #include "ztint_base/ztint_strings.h"
-#include "ztint_client/ztint_call_table.h"
-#include "ztint_client/ztint_client.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define ZTINT_COUNTS_MALLOC 0
@@ -67,19 +66,6 @@ long Count_Allocations(Body body)
     return Allocations;
 }
 
-int32_t Call(int32_t opcode, const void* const* in, void* const* out)
-{
-    const ZTInt_call_entry* entry = ZTInt_call_Find(opcode);
-    ZTInt_Connection* connection = nullptr;
-    ZTInt_msg_struct* message = nullptr;
-    if (ZTInt_client_Call(&connection, &message, opcode, entry->In_Count, entry->Types_In, in))
-        ZTInt_client_Result(connection, message, opcode, entry->Out_Count, entry->Types_Out, out);
-    else
-        ZTInt_client_Error(connection, message, entry->Out_Count, entry->Types_Out, out);
-    ZTInt_msg_Free(message);
-    return *static_cast<int32_t*>(out[0]);
-}
-
 }  // namespace
 
 TEST(SteadyState, EchoCallsAllocateOnlyTheirResults)
@@ -88,13 +74,10 @@ TEST(SteadyState, EchoCallsAllocateOnlyTheirResults)
     ZTInt_Test_Peer peer;
     peer.Install();
     ZTInt_obj_struct handle{27, 0, 1, 1};
-    const char* text = "steady state";
+    ZTZentrak* zentrak = reinterpret_cast<ZTZentrak*>(&handle);
     auto echo = [&] {
-        int32_t status = -1;
         char* result = nullptr;
-        const void* const in[] = {&handle, &text};
-        void* const out[] = {&status, &result};
-        EXPECT_EQ(Call(7187, in, out), 0);
+        EXPECT_EQ(ZTZentrak_EchoString(zentrak, &result, "steady state"), 0);
         ZTInt_String_Free(result);
     };
     echo();  // opens the pool's slots
@@ -105,13 +88,9 @@ TEST(SteadyState, EchoCallsAllocateOnlyTheirResults)
     EXPECT_EQ(counted, calls);  // one heap string per result, owned by the caller
 
     const long for_words = Count_Allocations([&] {
-        for (int i = 0; i < calls; ++i) {
-            int32_t status = -1;
-            int32_t answer = 0;
-            const void* const in[] = {&handle};
-            void* const out[] = {&status, &answer};
-            EXPECT_EQ(Call(7182, in, out), 0);  // a LONG result
-        }
+        ZTInt_LONG answer = 0;
+        for (int i = 0; i < calls; ++i)
+            EXPECT_EQ(ZTZentrak_GetSessionTimerPollInterval(zentrak, &answer), 0);  // a LONG result
     });
     EXPECT_EQ(for_words, 0);
 }

@@ -27,15 +27,8 @@ static void check_forms(void)
     int32_t (*build_exporter)(ZTSession*, ZTExporter**) = ZTSession_BuildExporter;
     int32_t (*duplicate_entity)(ZTEntity*, ZTEntity**) = ZTInt_Entity_Duplicate;
     void (*set_error)(const char*) = ZTInt_SetError;
-    (void)get_entity_by_db_id;
-    (void)build;
-    (void)unbuild;
-    (void)logon;
-    (void)set_list_members;
-    (void)transition_exists;
-    (void)end_transaction;
-    (void)build_exporter;
-    (void)duplicate_entity;
+    (void)get_entity_by_db_id, (void)build, (void)unbuild, (void)logon, (void)set_list_members;
+    (void)transition_exists, (void)end_transaction, (void)build_exporter, (void)duplicate_entity;
     (void)set_error;
 }
 

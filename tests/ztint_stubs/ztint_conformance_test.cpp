@@ -1,14 +1,10 @@
-// Every exported stub against the test peer, driven by the table of calls.
-//
-// For each stub the test makes arguments of the row's types, with values that differ by
-// call and by position, and calls the exported function through its generated invoker.
-// The peer decodes the call by the table's in list and answers with a result of the row's
-// type. The test then checks what reached the wire (opcode, parameter count, every tag and
-// value), what the caller got back, and, in calls that the peer refuses or that find no
-// connection, that the result is left 0 or NULL. Object results go back to the peer
-// through the Free of their class, which must send the 12 bytes exactly as they arrived.
+// Every exported stub against the test peer, driven by the table of calls: arguments of
+// the row's types with values that differ by call and position go out through the
+// generated invoker; the test checks the wire, the decoded result, and that refused or
+// unsent calls leave 0 or NULL. Object results go back through their class's Free verbatim.
 #include <unistd.h>
 
+#include <atomic>
 #include <cstring>
 #include <deque>
 #include <map>
@@ -32,58 +28,29 @@ constexpr int32_t kOwnerPid = 4242;
 constexpr int32_t kSessionLogon = 7178;
 
 // Values that differ by opcode and position, so that a value sent by another call or in
-// another place doesn't match. LONG values use all 32 bits and are negative.
-int32_t Long_Value(int32_t opcode, int index)
-{
-    return static_cast<int32_t>(0x9E370000u ^ (static_cast<uint32_t>(opcode) << 4) ^
-                                static_cast<uint32_t>(index));
-}
-
-int32_t Bool_Value(int32_t opcode, int index)
-{
-    return (opcode + index) % 2;
-}
-
-std::string Text_Value(const std::string& name, int index)
-{
-    if (index == 2) return "";  // an empty string in second place
-    return name + " #" + std::to_string(index) + " \xc3\xa9";
-}
-
-std::vector<std::string> Texts_Value(const std::string& name, int index)
-{
-    if (index == 2) return {};
-    return {name, "", "#" + std::to_string(index)};
-}
-
-ZTInt_obj_struct Record_Value(ZTInt_rpc_type type, int32_t opcode, int index)
-{
-    return ZTInt_obj_struct{static_cast<uint16_t>(type), static_cast<uint16_t>(0xA500 + index),
-                            static_cast<uint32_t>(opcode * 128 + index), kOwnerPid + index};
-}
-
+// another place doesn't match. LONG values use all 32 bits and are negative; the second
+// string and array are empty.
 ZTInt_Test_Value Value_Of(ZTInt_rpc_type type, const std::string& name, int32_t opcode,
                           int index)
 {
     switch (type) {
-    case ZTInt_rpc_type_LONG: return ZTInt_Test_Value::Of_Word(type, Long_Value(opcode, index));
-    case ZTInt_rpc_type_BOOL: return ZTInt_Test_Value::Of_Word(type, Bool_Value(opcode, index));
-    case ZTInt_rpc_type_String: return ZTInt_Test_Value::Of_Text(Text_Value(name, index));
-    case ZTInt_rpc_type_StringArray: return ZTInt_Test_Value::Of_Texts(Texts_Value(name, index));
-    default: return ZTInt_Test_Value::Of_Object(Record_Value(type, opcode, index));
+    case ZTInt_rpc_type_LONG:
+        return ZTInt_Test_Value::Of_Word(type, static_cast<int32_t>(
+            0x9E370000u ^ (static_cast<uint32_t>(opcode) << 4) ^ static_cast<uint32_t>(index)));
+    case ZTInt_rpc_type_BOOL: return ZTInt_Test_Value::Of_Word(type, (opcode + index) % 2);
+    case ZTInt_rpc_type_String:
+        return ZTInt_Test_Value::Of_Text(index == 2 ? "" : name + " #" + std::to_string(index) + " \xc3\xa9");
+    case ZTInt_rpc_type_StringArray:
+        return ZTInt_Test_Value::Of_Texts(index == 2 ? std::vector<std::string>{}
+                                                     : std::vector<std::string>{name, "", "#" + std::to_string(index)});
+    default:
+        return ZTInt_Test_Value::Of_Object(ZTInt_obj_struct{
+            static_cast<uint16_t>(type), static_cast<uint16_t>(0xA500 + index),
+            static_cast<uint32_t>(opcode * 128 + index), kOwnerPid + index});
     }
 }
 
-bool Same(const ZTInt_Test_Value& a, const ZTInt_Test_Value& b)
-{
-    if (a.Type != b.Type) return false;
-    if (a.Type == ZTInt_rpc_type_String) return a.Text == b.Text;
-    if (a.Type == ZTInt_rpc_type_StringArray) return a.Texts == b.Texts;
-    if (ZTInt_rpc_type_Is_Object(a.Type))
-        return std::memcmp(&a.Object, &b.Object, sizeof a.Object) == 0;
-    return a.Word == b.Word;
-}
-
+// Every field of a value, so that two values are the same if their images are.
 std::string Image(const ZTInt_Test_Value& value)
 {
     std::string image = "type " + std::to_string(value.Type) + ": ";
@@ -107,52 +74,30 @@ bool Ends_With(const std::string& text, const std::string& end)
 
 // The peer's side: answers every call with the generated result of its row (or the nil
 // handle when asked to), and keeps the last call for the test thread.
-class Server {
-public:
-    Server() : peer([this](const ZTInt_Test_Call& call, std::vector<ZTInt_Test_Value>& results) {
-        Respond(call, results);
-    })
+struct Server {
+    Server()
     {
+        peer.Set_Responder([this](const ZTInt_Test_Call& call, std::vector<ZTInt_Test_Value>& results) {
+            std::lock_guard<std::mutex> guard(lock);
+            last = call;
+            if (call.Entry == nullptr || results.size() < 2) return;
+            const ZTInt_rpc_type type = results[1].Type;
+            if (ZTInt_rpc_type_Is_Object(type) && nil_objects) return;  // nil record, status 0
+            results[1] = Value_Of(type, call.Entry->Name, call.Entry->Opcode, kResultIndex);
+        });
         peer.Install();
     }
-
-    // The last call the peer received, and how many calls it has received.
-    ZTInt_Test_Call Last() const
+    ZTInt_Test_Call Last()
     {
         std::lock_guard<std::mutex> guard(lock);
         return last;
     }
+    size_t Count() const { return peer.Call_Count(); }
 
-    size_t Count() const
-    {
-        std::lock_guard<std::mutex> guard(lock);
-        return count;
-    }
-
-    void Answer_Nil(bool nil)
-    {
-        std::lock_guard<std::mutex> guard(lock);
-        nil_objects = nil;
-    }
-
-    ZTInt_Test_Peer peer;
-
-private:
-    void Respond(const ZTInt_Test_Call& call, std::vector<ZTInt_Test_Value>& results)
-    {
-        std::lock_guard<std::mutex> guard(lock);
-        last = call;
-        ++count;
-        if (call.Entry == nullptr || results.size() < 2) return;
-        const ZTInt_rpc_type type = results[1].Type;
-        if (ZTInt_rpc_type_Is_Object(type) && nil_objects) return;  // nil record, status 0
-        results[1] = Value_Of(type, call.Entry->Name, call.Entry->Opcode, kResultIndex);
-    }
-
-    mutable std::mutex lock;
+    std::mutex lock;
     ZTInt_Test_Call last;
-    size_t count = 0;
-    bool nil_objects = false;
+    std::atomic<bool> nil_objects{false};
+    ZTInt_Test_Peer peer;
 };
 
 // The caller's variable for any result type, filled with values that no call leaves.
@@ -264,9 +209,7 @@ protected:
         EXPECT_EQ(call.Decode_Error, "") << entry.Name;
         ASSERT_EQ(call.Params.size(), args.Sent.size()) << entry.Name;
         for (size_t i = 0; i < args.Sent.size(); ++i)
-            EXPECT_TRUE(Same(call.Params[i], args.Sent[i]))
-                << entry.Name << " parameter " << i << ": sent " << Image(call.Params[i])
-                << ", expected " << Image(args.Sent[i]);
+            EXPECT_EQ(Image(call.Params[i]), Image(args.Sent[i])) << entry.Name << " parameter " << i;
     }
 
     // Checks the decoded result and releases it; a handle goes back to the peer first.
@@ -291,7 +234,6 @@ protected:
             EXPECT_EQ(std::memcmp(handle, &want.Object, sizeof want.Object), 0) << entry.Name;
             Give_Back(handle, type);
         }
-        ++results_decoded;
     }
 
     // Frees a result handle through its class's Free, which must send it verbatim; classes
@@ -314,22 +256,16 @@ protected:
         EXPECT_EQ(std::memcmp(&call.Params[0].Object, &record, sizeof record), 0)
             << free_name << " sent " << Image(call.Params[0]);
         EXPECT_EQ(handle->Owner_Pid, -1) << free_name << " leaves the entry in use";
-        ++handles_returned;
     }
 
     Server server;
     const std::map<std::string, const ZTInt_stub_invoker*> invokers = Invokers_By_Name();
-    int results_decoded = 0;
-    int handles_returned = 0;
 };
 
 TEST_F(StubConformance, EveryStubSendsItsRowAndDecodesItsResult)
 {
     int wire_calls = 0;
     int local_calls = 0;
-    int refusals = 0;
-    int unsent = 0;
-    int nil_handles = 0;
     for (int i = 0; i < ZTInt_Stub_Invokers_Size; ++i) {
         const ZTInt_stub_invoker& invoker = ZTInt_Stub_Invokers[i];
         const std::string name = invoker.Name;
@@ -350,61 +286,45 @@ TEST_F(StubConformance, EveryStubSendsItsRowAndDecodesItsResult)
         ASSERT_EQ(name, entry->Name);
         const ZTInt_rpc_type result_type = entry->Out_Count == 2 ? entry->Types_Out[1] : 0;
         const bool frees = Ends_With(name, "_Free");
+        // A failed call leaves 0 or NULL in the result, and a Free keeps its handle.
+        const auto expect_failed = [&](Arguments& args, const char* how) {
+            EXPECT_EQ(invoker.Invoke(args.Block), -1) << name << how;
+            if (result_type != 0) { EXPECT_TRUE(args.result.Is_Nil(result_type)) << name << how; }
+            if (frees) { EXPECT_EQ(args.Handles[0]->Owner_Pid, kOwnerPid) << name << how; }
+        };
 
-        {  // A good call.
+        {
             Arguments args(*entry, result_type);
             const size_t before = server.Count();
             EXPECT_EQ(invoker.Invoke(args.Block), 0) << name;
             ASSERT_EQ(server.Count(), before + 1) << name << " made no single call";
             Expect_Sent(*entry, args);
             if (result_type != 0) Expect_Result(*entry, result_type, args.result);
-            if (frees) {
-                EXPECT_EQ(args.Handles[0]->Owner_Pid, -1) << name << " kept the handle";
-            }
+            if (frees) { EXPECT_EQ(args.Handles[0]->Owner_Pid, -1) << name << " kept the handle"; }
             ++wire_calls;
         }
-        {  // A call that the server refuses: 0 or NULL in the result, the handle kept.
+        {
             Arguments args(*entry, result_type);
             server.peer.Set_Fault(ZTInt_Test_Fault::Error_Message);
-            EXPECT_EQ(invoker.Invoke(args.Block), -1) << name;
-            if (result_type != 0) {
-                EXPECT_TRUE(args.result.Is_Nil(result_type)) << name;
-            }
-            if (frees) {
-                EXPECT_EQ(args.Handles[0]->Owner_Pid, kOwnerPid) << name;
-            }
-            ++refusals;
+            expect_failed(args, " refused");
         }
-        {  // No usable connection: nothing is sent, and the same holds.
+        {  // No usable connection: nothing is sent.
             Arguments args(*entry, result_type);
             ZTInt_Connection* connection = ZTInt_client_Connection_Record();
             connection->State = ZTInt_Connection_State_Error;
             const size_t before = server.Count();
-            EXPECT_EQ(invoker.Invoke(args.Block), -1) << name;
+            expect_failed(args, " without a connection");
             connection->State = ZTInt_Connection_State_Ready;
             EXPECT_EQ(server.Count(), before) << name;
-            if (result_type != 0) {
-                EXPECT_TRUE(args.result.Is_Nil(result_type)) << name;
-            }
-            if (frees) {
-                EXPECT_EQ(args.Handles[0]->Owner_Pid, kOwnerPid) << name;
-            }
-            ++unsent;
         }
         if (ZTInt_rpc_type_Is_Object(result_type)) {  // The nil handle with status 0.
             Arguments args(*entry, result_type);
-            server.Answer_Nil(true);
+            server.nil_objects = true;
             EXPECT_EQ(invoker.Invoke(args.Block), 0) << name;
             EXPECT_EQ(args.result.Object, nullptr) << name;
-            server.Answer_Nil(false);
-            ++nil_handles;
+            server.nil_objects = false;
         }
     }
-    std::printf("%d stubs called on the wire (%d results decoded, %d handles sent back), "
-                "%d refused calls, %d calls without a connection, %d nil handles, "
-                "%d local GetObject calls\n",
-                wire_calls, results_decoded, handles_returned, refusals, unsent, nil_handles,
-                local_calls);
     EXPECT_EQ(wire_calls, 829 + 2 * 52);  // every row, Free and Duplicate of every class
     EXPECT_EQ(local_calls, 52);
 }

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -22,11 +23,6 @@ namespace {
 bool Is_Open(int fd)
 {
     return fcntl(fd, F_GETFD) != -1;
-}
-
-std::u16string Image(const char16_t* text)
-{
-    return text;
 }
 
 }  // namespace
@@ -64,66 +60,47 @@ TEST(ConnectionRecord, InitializeAndCopy)
 
 TEST(ConnectionRecord, Images)
 {
-    EXPECT_EQ(Image(ZTInt_Connection_Type_Image(0)), u"nil");
-    EXPECT_EQ(Image(ZTInt_Connection_Type_Image(2)), u"startup");
-    EXPECT_EQ(Image(ZTInt_Connection_Type_Image(5)), u"client");
-    EXPECT_EQ(Image(ZTInt_Connection_Type_Image(6)), u"unknown");
-    EXPECT_EQ(Image(ZTInt_Connection_Type_Image(-1)), u"unknown");
-    EXPECT_EQ(Image(ZTInt_Connection_State_Image(4)), u"ready");
-    EXPECT_EQ(Image(ZTInt_Connection_State_Image(5)), u"read_header");
-    EXPECT_EQ(Image(ZTInt_Connection_State_Image(10)), u"write_done");
-    EXPECT_EQ(Image(ZTInt_Connection_State_Image(11)), u"unknown");
-    EXPECT_EQ(Image(ZTInt_Connection_State_Image(-3)), u"unknown");
+    const std::pair<int, const char16_t*> types[] = {
+        {0, u"nil"}, {2, u"startup"}, {5, u"client"}, {6, u"unknown"}, {-1, u"unknown"}};
+    for (const auto& [type, image] : types)
+        EXPECT_EQ(std::u16string(ZTInt_Connection_Type_Image(type)), image) << type;
+    const std::pair<int, const char16_t*> states[] = {
+        {4, u"ready"}, {5, u"read_header"}, {10, u"write_done"}, {11, u"unknown"}, {-3, u"unknown"}};
+    for (const auto& [state, image] : states)
+        EXPECT_EQ(std::u16string(ZTInt_Connection_State_Image(state)), image) << state;
 }
 
-TEST(ConnectionClose, ASharedDescriptorIsClosedOnceAndAllFieldsForgetIt)
+// A descriptor shared by all three fields is closed once; three distinct ones are all
+// closed; every field forgets its descriptor, the state goes back to nil, the type stays.
+TEST(ConnectionClose, ClosesEachDescriptorOnceAndForgetsThem)
 {
-    int ends[2];
+    int ends[2], a[2], b[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
-    ZTInt_Connection connection;
-    ZTInt_Connection_Initialize(&connection);
-    connection.Type = ZTInt_Connection_Type_Client;
-    connection.State = ZTInt_Connection_State_Ready;
-    connection.Handle.Read_File = connection.Handle.Write_File = connection.Listen_File = ends[0];
-    ZTInt_Close_Connection(&connection);
-    EXPECT_FALSE(Is_Open(ends[0]));
-    EXPECT_EQ(connection.Handle.Read_File, -1);
-    EXPECT_EQ(connection.Handle.Write_File, -1);
-    EXPECT_EQ(connection.Listen_File, -1);
-    EXPECT_EQ(connection.State, ZTInt_Connection_State_Nil);
-    EXPECT_EQ(connection.Type, ZTInt_Connection_Type_Client) << "the type stays";
-    close(ends[1]);
-}
-
-TEST(ConnectionClose, ThreeDescriptorsAreAllClosed)
-{
-    int a[2], b[2];
     ASSERT_EQ(pipe(a), 0);
     ASSERT_EQ(pipe(b), 0);
-    ZTInt_Connection connection;
-    ZTInt_Connection_Initialize(&connection);
-    connection.Handle.Read_File = a[0];
-    connection.Handle.Write_File = a[1];
-    connection.Listen_File = b[0];
-    ZTInt_Close_Connection(&connection);
-    EXPECT_FALSE(Is_Open(a[0]));
-    EXPECT_FALSE(Is_Open(a[1]));
-    EXPECT_FALSE(Is_Open(b[0]));
+    const int files[2][3] = {{ends[0], ends[0], ends[0]}, {a[0], a[1], b[0]}};
+    for (const auto& f : files) {
+        ZTInt_Connection connection;
+        ZTInt_Connection_Initialize(&connection);
+        connection.Type = ZTInt_Connection_Type_Client;
+        connection.State = ZTInt_Connection_State_Ready;
+        connection.Handle.Read_File = f[0];
+        connection.Handle.Write_File = f[1];
+        connection.Listen_File = f[2];
+        ZTInt_Close_Connection(&connection);
+        for (int fd : f) EXPECT_FALSE(Is_Open(fd)) << fd;
+        EXPECT_EQ(connection.Handle.Read_File, -1);
+        EXPECT_EQ(connection.Handle.Write_File, -1);
+        EXPECT_EQ(connection.Listen_File, -1);
+        EXPECT_EQ(connection.State, ZTInt_Connection_State_Nil);
+        EXPECT_EQ(connection.Type, ZTInt_Connection_Type_Client);
+    }
     EXPECT_TRUE(Is_Open(b[1]));
+    close(ends[1]);
     close(b[1]);
 }
 
-TEST(ConnectionStartup, ChangeToClient)
-{
-    ZTInt_Connection connection;
-    ZTInt_Connection_Initialize(&connection);
-    connection.Type = ZTInt_Connection_Type_Startup;
-    connection.State = ZTInt_Connection_State_Started;
-    ZTInt_Change_Startup_to_Client(&connection);
-    EXPECT_EQ(connection.Type, ZTInt_Connection_Type_Client);
-    EXPECT_EQ(connection.State, ZTInt_Connection_State_Ready);
-}
-
+// A started startup connection becomes a ready client; anything else ends the process.
 TEST(ConnectionStartupDeathTest, ChangeToClientAssertsTypeThenState)
 {
     ZTInt_Connection connection;
@@ -137,6 +114,10 @@ TEST(ConnectionStartupDeathTest, ChangeToClientAssertsTypeThenState)
     EXPECT_DEATH(ZTInt_Change_Startup_to_Client(&connection),
                  "^\\*\\*\\* ztintsvr assertion failure: Connection.State == "
                  "ZTInt_Connection_State_Started in ztint_connect at line 1351\n$");
+    connection.State = ZTInt_Connection_State_Started;
+    ZTInt_Change_Startup_to_Client(&connection);
+    EXPECT_EQ(connection.Type, ZTInt_Connection_Type_Client);
+    EXPECT_EQ(connection.State, ZTInt_Connection_State_Ready);
 }
 
 TEST(ConnectionStartup, AcceptPutsTheServersSocketInPlaceOfThePipeAndListener)

@@ -19,18 +19,12 @@ ZTInt_obj_struct Record(uint16_t type, uint32_t id)
 
 }  // namespace
 
-TEST(ObjectTable, LookupBeforeAnyAllocationIsNull)
-{
-    ZTInt_In_Fresh_Process([] {
-        EXPECT_EQ(ZTInt_obj_Lookup(1), nullptr);
-        int local = 0;
-        EXPECT_EQ(ZTInt_obj_Index(reinterpret_cast<ZTInt_obj_struct*>(&local)), 0);
-    });
-}
-
 TEST(ObjectTable, NewCopiesTheRecordIntoChunksOfFifty)
 {
     ZTInt_In_Fresh_Process([] {
+        int local = 0;
+        EXPECT_EQ(ZTInt_obj_Lookup(1), nullptr);  // before any allocation
+        EXPECT_EQ(ZTInt_obj_Index(reinterpret_cast<ZTInt_obj_struct*>(&local)), 0);
         std::vector<ZTInt_obj_struct*> entries;
         for (uint32_t i = 1; i <= 50; ++i) {
             const ZTInt_obj_struct record = Record(33, i * 10);
@@ -52,16 +46,25 @@ TEST(ObjectTable, NewCopiesTheRecordIntoChunksOfFifty)
         EXPECT_EQ(ZTInt_obj_Lookup(51), second_chunk);
         EXPECT_EQ(ZTInt_obj_Lookup(100), second_chunk + 49);
         EXPECT_EQ(ZTInt_obj_Lookup(101), nullptr);
-        int local = 0;
         EXPECT_EQ(ZTInt_obj_Index(reinterpret_cast<ZTInt_obj_struct*>(&local)), 0);
     });
 }
 
-TEST(ObjectTable, FreedEntriesAreReusedLastFreedFirst)
+TEST(ObjectTable, AllocatedAndFreedEntriesAreReusedLastFreedFirst)
 {
     ZTInt_In_Fresh_Process([] {
+        // Alloc hands out the entry as it is, its Id still the link to the next free one;
+        // Init clears it.
+        ZTInt_obj_struct* entry = ZTInt_obj_Alloc();
+        ASSERT_NE(entry, nullptr);
+        EXPECT_EQ(entry->Id, 2u);
+        ZTInt_obj_Init(entry);
+        const ZTInt_obj_struct zero{};
+        EXPECT_EQ(std::memcmp(entry, &zero, sizeof zero), 0);
+
         const ZTInt_obj_struct record = Record(33, 1);
         ZTInt_obj_struct* a = ZTInt_obj_New(&record);
+        EXPECT_EQ(a, entry + 1);
         ZTInt_obj_struct* b = ZTInt_obj_New(&record);
         ZTInt_obj_struct* c = ZTInt_obj_New(&record);
         ZTInt_obj_Free(a);
@@ -81,19 +84,6 @@ TEST(ObjectTable, FreedEntriesAreReusedLastFreedFirst)
         ZTInt_obj_Free(nullptr);
         EXPECT_EQ(outside.Owner_Pid, 4321);
         EXPECT_EQ(ZTInt_obj_New(&record), c + 2);
-    });
-}
-
-TEST(ObjectTable, AllocHandsOutTheEntryAsItIsAndInitClearsIt)
-{
-    ZTInt_In_Fresh_Process([] {
-        ZTInt_obj_struct* entry = ZTInt_obj_Alloc();
-        ASSERT_NE(entry, nullptr);
-        EXPECT_EQ(entry->Id, 2u);  // still the link to the next free entry
-        ZTInt_obj_Init(entry);
-        const ZTInt_obj_struct zero{};
-        EXPECT_EQ(std::memcmp(entry, &zero, sizeof zero), 0);
-        EXPECT_EQ(ZTInt_obj_Alloc(), entry + 1);
     });
 }
 

@@ -68,7 +68,7 @@ protected:
 
 }  // namespace
 
-TEST_F(Transport, SendAndReceiveAWholeMessage)
+TEST_F(Transport, SendAndReceiveAWholeMessageOrTheHeaderAlone)
 {
     ZTInt_msg_struct* sent = String_Call("abc");
     ZTInt_RPC_Handle far_handle = handle;
@@ -83,53 +83,53 @@ TEST_F(Transport, SendAndReceiveAWholeMessage)
     ASSERT_NE(received, nullptr);
     EXPECT_EQ(std::memcmp(received, sent, ZTInt_msg_Full_Size(sent)), 0);
     ZTInt_msg_Free(received);
-    ZTInt_msg_Free(sent);
-}
 
-TEST_F(Transport, EmptyDataEndsRightAfterTheHeader)
-{
-    ZTInt_msg_struct* sent = ZTInt_msg_New(0, nullptr, nullptr);
+    EXPECT_EQ(ZTInt_transport_Send_Header(&handle, sent, &error), 0);
+    EXPECT_EQ(handle.Last_Count, 32);
+    char header[64];
+    EXPECT_EQ(recv(far, header, sizeof header, MSG_DONTWAIT), 32);
+    EXPECT_EQ(std::memcmp(header, sent, 32), 0);
+    ZTInt_msg_Free(sent);
+
+    // A message without data ends right after the header: no read of data is made.
+    sent = ZTInt_msg_New(0, nullptr, nullptr);
     ZTInt_msg_Init_Call(sent, 1, 1, 1025);
     Put(sent, 32);
-    ZTInt_msg_struct* received = nullptr;
     EXPECT_EQ(ZTInt_transport_Recv(&handle, &received, &error), 0);
-    EXPECT_EQ(handle.Last_Count, -1);  // no read of data was made
+    EXPECT_EQ(handle.Last_Count, -1);
     EXPECT_TRUE(ZTInt_transport_Data_Done(&handle));
     ZTInt_msg_Free(received);
     ZTInt_msg_Free(sent);
 }
 
-TEST_F(Transport, HeaderReadFailures)
+TEST_F(Transport, HeaderReadFailuresLeaveTheMessageAlone)
 {
-    ZTInt_msg_struct* const untouched = reinterpret_cast<ZTInt_msg_struct*>(0x10);
-    ZTInt_msg_struct* out = untouched;
-
-    char zeros[32] = {};
-    Put(zeros, sizeof zeros);
-    EXPECT_EQ(ZTInt_transport_Recv(&handle, &out, &error), -1);
-    EXPECT_EQ(Error(),
-              "ztintsvr RPC message has invalid framing word (1): got 0, expected 0xdeadbeef");
-    EXPECT_EQ(out, untouched);
-    ZTInt_String_Free(error);
-
     ZTInt_msg_struct huge = {};
     ZTInt_msg_Init_Call(&huge, 1, 1, 1025);
     huge.Data_Size = 0x7fffffff;
-    Put(&huge, sizeof huge);
-    EXPECT_EQ(ZTInt_transport_Recv(&handle, &out, &error), -1);
-    EXPECT_NE(Error().find("data size"), std::string::npos) << Error();
-    EXPECT_EQ(out, untouched);
-    ZTInt_String_Free(error);
-
-    Put(zeros, 17);
-    Close_Far();
-    EXPECT_EQ(ZTInt_transport_Recv(&handle, &out, &error), -1);
-    EXPECT_EQ(Error(), "incomplete data");
-    ZTInt_String_Free(error);
-
-    EXPECT_EQ(ZTInt_transport_Recv(&handle, &out, &error), -10);
-    EXPECT_EQ(Error(), "no data");
-    EXPECT_EQ(out, untouched);
+    const char zeros[32] = {};
+    const struct {
+        const void* bytes;
+        std::size_t size;
+        int status;
+        const char* text;
+    } cases[] = {
+        {zeros, 32, -1, "ztintsvr RPC message has invalid framing word (1): got 0, expected 0xdeadbeef"},
+        {&huge, 32, -1, "ztintsvr RPC message data size 2147483647 is out of range (0 to 67108864 bytes)"},
+        {zeros, 17, -1, "incomplete data"},  // then end of file
+        {nullptr, 0, -10, "no data"},
+    };
+    for (const auto& c : cases) {
+        if (c.size > 0) Put(c.bytes, c.size);
+        if (c.size == 17) Close_Far();
+        ZTInt_msg_struct* const untouched = reinterpret_cast<ZTInt_msg_struct*>(0x10);
+        ZTInt_msg_struct* out = untouched;
+        EXPECT_EQ(ZTInt_transport_Recv(&handle, &out, &error), c.status) << c.text;
+        EXPECT_EQ(Error(), c.text);
+        EXPECT_EQ(out, untouched) << c.text;
+        ZTInt_String_Free(error);
+        error = nullptr;
+    }
 }
 
 TEST_F(Transport, EndOfFileInTheDataFailsAndLeavesTheMessage)
@@ -171,31 +171,23 @@ TEST_F(Transport, WaitingHeaderReadDropsShortReadsAndEndsAtEndOfFile)
     ZTInt_msg_Free(sent);
 }
 
-TEST_F(Transport, WriteToAClosedPeerFailsWithTheSystemText)
+// Writes to a closed peer fail with the system's text, also once no catalog is found.
+TEST_F(Transport, FailuresCarryTheSystemTextAlsoWithoutACatalog)
 {
     Close_Far();
     ZTInt_msg_struct* sent = String_Call("x");
     EXPECT_EQ(ZTInt_transport_Send(&handle, sent, &error), -1);
     EXPECT_NE(Error().find("Broken pipe"), std::string::npos) << Error();
     ZTInt_String_Free(error);
-    EXPECT_EQ(ZTInt_transport_Send_Atomic(&handle, sent, &error), -1);
-    EXPECT_NE(Error().find("Broken pipe"), std::string::npos) << Error();
-    ZTInt_msg_Free(sent);
-}
 
-TEST_F(Transport, FailuresCarryTheSystemTextAlsoWithoutACatalog)
-{
     setenv("ZT_MESSAGES", "/nonexistent/catalogs", 1);
     Hst_Switches::Clear_Cache();
     Fnd_Message::Refresh_Databases();
-    Close_Far();
-    ZTInt_msg_struct* sent = String_Call("x");
-    EXPECT_EQ(ZTInt_transport_Send(&handle, sent, &error), -1);
+    EXPECT_EQ(ZTInt_transport_Send_Atomic(&handle, sent, &error), -1);
     EXPECT_NE(Error().find("Broken pipe"), std::string::npos) << Error();
     ZTInt_String_Free(error);
     error = nullptr;
-    // A read of a descriptor that is not open.
-    handle.Read_File = -1;
+    handle.Read_File = -1;  // a read of a descriptor that is not open
     ZTInt_msg_struct* out = nullptr;
     EXPECT_EQ(ZTInt_transport_Recv(&handle, &out, &error), -1);
     EXPECT_NE(Error().find("Bad file descriptor"), std::string::npos) << Error();
@@ -261,16 +253,5 @@ TEST_F(Transport, StepwiseReceiveOfHeaderThenData)
     EXPECT_EQ(ZTInt_transport_Recv_Data(&handle, out, &error), -1);
     EXPECT_EQ(Error(), "incomplete data");
     ZTInt_msg_Free(out);
-    ZTInt_msg_Free(sent);
-}
-
-TEST_F(Transport, SendHeaderWritesOnlyTheHeader)
-{
-    ZTInt_msg_struct* sent = String_Call("abc");
-    EXPECT_EQ(ZTInt_transport_Send_Header(&handle, sent, &error), 0);
-    EXPECT_EQ(handle.Last_Count, 32);
-    char header[64];
-    EXPECT_EQ(recv(far, header, sizeof header, MSG_DONTWAIT), 32);
-    EXPECT_EQ(std::memcmp(header, sent, 32), 0);
     ZTInt_msg_Free(sent);
 }
