@@ -74,7 +74,9 @@ TEST_F(ArrayTest, AppendingMultipliesTheCapacityByFive) {
     for (long i = 0; i < 51; ++i) {
         array.Add(Slot(i));
         ASSERT_EQ(array.Get_Capacity(), i < 10 ? 10 : i < 50 ? 50 : 250) << i;
-        if (i == 9) EXPECT_EQ(array.Get_Elements(), storage) << "ten adds fit in place";
+        if (i == 9) {
+            EXPECT_EQ(array.Get_Elements(), storage) << "ten adds fit in place";
+        }
     }
     for (long i = 0; i < 51; ++i) ASSERT_EQ(array[i], Slot(i));
     EXPECT_EQ(Utl_Pointer_Array(-3).Get_Capacity(), 10);
@@ -89,8 +91,9 @@ TEST_F(ArrayTest, AnIndexedWriteGrowsToExactlyIndexPlusOne) {
         EXPECT_EQ(array.Get_Count(), 101);
         EXPECT_EQ(array[0], Slot(1));
         EXPECT_EQ(array[100], Slot(2));
-        if (options)
+        if (options) {
             for (long i = 1; i < 100; ++i) ASSERT_EQ(array[i], nullptr) << i;
+        }
     }
 
     // Inside the capacity: no reallocation, the skipped cells are cleared with the option.
