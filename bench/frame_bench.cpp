@@ -16,10 +16,11 @@
 #include "ztint_base/ztint_strings.h"
 #include "ztint_client/ztint_call_table.h"
 #include "ztint_client/ztint_client.h"
+#include "ztint_opcodes.h"
 
 namespace {
 
-constexpr int32_t kEchoString = 7187;
+constexpr int32_t kEchoString = ZTInt_op_ZTZentrak_EchoString;
 constexpr int kRounds = 20000;
 constexpr int kRepeats = 5;
 const char* const kText = "the quick brown fox jumps over the lazy dog";

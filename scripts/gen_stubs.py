@@ -5,7 +5,9 @@ From the one table of calls it writes, below the output directory:
 
   include/ztint_api.h          public C declarations: opaque handle types and every stub
   include/ztint_signatures.h   public C declarations of the exported type lists
-  ztint_hand_calls.h           opcodes of the hand-written calls, lists of class 0 (internal)
+  ztint_opcodes.h              one opcode constant per call, ZTInt_op_<call> (internal)
+  ztint_class_names.inc        the class names by type code, 21 upward (internal)
+  ztint_hand_calls.h           the shared type lists of class 0 (internal)
   ztint_signatures.cpp         every type list and the call table (opcode, name, lists)
   stubs/<class>.cpp            the stubs of one class
   ztint.map                    linker version script: the exported interface, nothing else
@@ -50,11 +52,12 @@ class TableError(Exception):
 
 
 class Call:
-    def __init__(self, cls, opcode, name, params, result, kind, mark=None):
+    def __init__(self, cls, opcode, name, params, result, kind, mark=None, names=None):
         self.cls = cls
         self.opcode = opcode
         self.name = name
         self.params = params    # type names after the handle
+        self.names = names or [None] * len(params)  # their names, None where the row has none
         self.result = result    # type name or None
         self.kind = kind        # 'special', 'generic', 'row', 'declared'
         self.hand = mark == 'hand'  # function written by hand
@@ -122,6 +125,34 @@ class Class:
         return calls + self.rows
 
 
+# Names a parameter may not take: the generated handle and result, and the keywords of C
+# and C++.
+RESERVED_NAMES = {'handle', 'result', 'status', 'in', 'out', 'record'} | set('''
+    alignas alignof and asm auto bool break case catch char class const constexpr continue
+    default delete do double else enum explicit export extern false float for friend goto if
+    inline int long mutable namespace new noexcept not nullptr operator or private protected
+    public register restrict return short signed sizeof static struct switch template this
+    throw true try typedef typeid typename union unsigned using virtual void volatile while
+    xor'''.split())
+NAME_PATTERN = re.compile(r'[a-z][a-z0-9_]*')
+
+
+def parse_parameters(column, where):
+    """Types and names of a parameters column: "-", or "Type" / "Type:name" items joined by ","."""
+    if column == '-':
+        return [], []
+    types, names = [], []
+    for item in column.split(','):
+        type_name, _, name = item.partition(':')
+        if name and (not NAME_PATTERN.fullmatch(name) or name in RESERVED_NAMES):
+            raise TableError('%s: bad parameter name "%s"' % (where, name))
+        if name and name in names:
+            raise TableError('%s: parameter name "%s" twice' % (where, name))
+        types.append(type_name)
+        names.append(name or None)
+    return types, names
+
+
 class Table:
     def __init__(self, path):
         self.classes = {}
@@ -148,11 +179,11 @@ class Table:
                     raise TableError('%s: bad call line' % where)
                 if len(fields) == 5 and fields[4] not in ('hand', 'hook'):
                     raise TableError('%s: unknown mark %s' % (where, fields[4]))
-                params = [] if fields[2] == '-' else fields[2].split(',')
+                params, names = parse_parameters(fields[2], where)
                 result = None if fields[3] == '-' else fields[3]
                 kind = {'class': 'row', 'declared': 'declared', 'special': 'special'}[current.kind]
                 current.rows.append(Call(current, int(fields[0]), fields[1], params, result, kind,
-                                         fields[4] if len(fields) == 5 else None))
+                                         fields[4] if len(fields) == 5 else None, names))
 
     def type_code(self, name):
         if name in BASIC_TYPES:
@@ -251,13 +282,15 @@ def c_result_type(table, name):
             'StringArray': 'char***'}.get(name) or 'ZT%s**' % name
 
 
-def param_names(params):
-    """Readable parameter names: text, value, flag, texts or the class, numbered if repeated."""
+def param_names(call):
+    """The row's parameter names; where a row names none, text, value, flag, texts or the
+    class, numbered if repeated."""
     bases = [{'LONG': 'value', 'BOOL': 'flag', 'String': 'text', 'StringArray': 'texts'}.get(p)
-             or p[0].lower() + p[1:] for p in params]
+             or p[0].lower() + p[1:] for p in call.params]
     names = []
     for i, base in enumerate(bases):
-        names.append('%s%d' % (base, bases[:i + 1].count(base)) if bases.count(base) > 1 else base)
+        fallback = '%s%d' % (base, bases[:i + 1].count(base)) if bases.count(base) > 1 else base
+        names.append(call.names[i] or fallback)
     return names
 
 
@@ -268,7 +301,7 @@ def c_parameters(call):
         parts.append('%s* handle' % call.cls.name)
     if call.result:
         parts.append('%s result' % c_result_type(None, call.result))
-    for type_name, name in zip(call.params, param_names(call.params)):
+    for type_name, name in zip(call.params, param_names(call)):
         parts.append('%s %s' % (c_param_type(None, type_name), name))
     return ', '.join(parts) if parts else 'void'
 
@@ -297,13 +330,29 @@ def write_api_header(table):
     for cls in table.object_classes():
         out.append('typedef struct %s %s;' % (cls.name, cls.name))
     for cls in table.stub_classes():
-        out += ['', '/* %s: class %d, type code %d */' % (cls.name, cls.number, cls.code)]
+        out += ['', '/* %s: class %d, type code %d.%s */' % (
+            cls.name, cls.number, cls.code, ownership_note(table, cls))]
         for call in cls.calls():
             out.append('ZTINT_EXPORT %s;' % c_prototype(call))
             if call.method == 2:
                 out.append('ZTINT_EXPORT %s;' % getobject_prototype(cls))
     out += ['', '#ifdef __cplusplus', '}', '#endif', '', '#endif', '']
     return '\n'.join(out)
+
+
+def ownership_note(table, cls):
+    """What the caller owns of the results of a class's calls, and how it frees them."""
+    results = {call.result for call in cls.calls() if call.result}
+    notes = []
+    if 'String' in results:
+        notes.append('strings (ZTInt_String_Free)')
+    if 'StringArray' in results:
+        notes.append('string arrays (ZTInt_StringArray_Free)')
+    if any(r in table.by_short for r in results):
+        notes.append('handles (the ZTInt_<Class>_Free of their class)')
+    if not notes:
+        return ' Its calls return numbers only.'
+    return ' The caller owns what its calls return: %s.' % ', '.join(notes)
 
 
 def exported_lists(table):
@@ -337,15 +386,34 @@ def special_lists(table):
 
 def write_hand_header(table):
     out = ['// %s' % HEAD,
-           '// What the hand-written calls take from the table: their opcodes, and the type',
-           '// lists of the connection-level calls (class 0), which are shared by content.',
-           '#pragma once', '', '#include <cstdint>', '']
-    for call in table.all_calls():
-        if call.hand:
-            out.append('constexpr int32_t %s_Opcode = %d;' % (call.name, call.opcode))
-    out.append('')
+           '// What the hand-written calls take from the table: the type lists of the',
+           '// connection-level calls (class 0), which are shared by content.',
+           '#pragma once', '', '#include <cstdint>', '', '#include "ztint_opcodes.h"', '']
     for name in special_lists(table):
         out.append('extern const int32_t %s[];' % name)
+    return '\n'.join(out) + '\n'
+
+
+def opcode_constant(call):
+    return 'ZTInt_op_%s' % call.name
+
+
+def write_opcodes_header(table):
+    out = ['// %s' % HEAD,
+           '// The opcode of every call in the table, class * 1024 + method, by the call\'s name.',
+           '// Code that names a call uses these; a name that is not in the table does not compile.',
+           '#pragma once', '', '#include <cstdint>', '', 'enum ZTInt_opcode : int32_t {']
+    for call in sorted(table.all_calls(), key=lambda c: c.opcode):
+        out.append('    %s = %d,' % (opcode_constant(call), call.opcode))
+    out += ['};', '']
+    return '\n'.join(out)
+
+
+def write_class_names(table):
+    """The names of classes 1 to 62, one per line in type-code order (21 to 82), as the
+    initialisers of a table of names by type code."""
+    out = ['// %s' % HEAD]
+    out += ['"%s",  // %d' % (cls.name, cls.code) for cls in table.sorted_classes() if cls.number > 0]
     return '\n'.join(out) + '\n'
 
 
@@ -366,8 +434,8 @@ def write_signatures_source(table):
     kinds = {'special': 'ZTInt_call_Special', 'generic': 'ZTInt_call_Generic',
              'row': 'ZTInt_call_Row', 'declared': 'ZTInt_call_Declared'}
     for call in sorted(table.all_calls(), key=lambda c: c.opcode):
-        out.append('    {%d, "%s", %s, %s, %d, %d, %s},' % (
-            call.opcode, call.name, call.list_name('In'), call.list_name('Out'),
+        out.append('    {%s, "%s", %s, %s, %d, %d, %s},' % (
+            opcode_constant(call), call.name, call.list_name('In'), call.list_name('Out'),
             len(call.in_types(table)), len(call.out_types(table)), kinds[call.kind]))
     out += ['};', '',
             'const int32_t ZTInt_Call_Table_Size = %d;' % len(table.all_calls()), '']
@@ -377,7 +445,7 @@ def write_signatures_source(table):
 def stub_body(table, call):
     """The body of one generated stub, as lines."""
     cls = call.cls
-    names = param_names(call.params)
+    names = param_names(call)
     in_values = (['ZTInt_stub_Proxy(handle)'] if call.has_handle else []) + [
         'ZTInt_stub_Proxy(%s)' % n if p in table.by_short else '&%s' % n
         for p, n in zip(call.params, names)]
@@ -399,8 +467,8 @@ def stub_body(table, call):
     lines.append('    const void* const in[] = {%s};' % ', '.join(in_values)
                  if in_values else '    const void* const* in = nullptr;')
     lines.append('    void* const out[] = {%s};' % ', '.join(out_values))
-    run = ('ZTInt_stub_Run(%d, %d, %s, in, %d, %s, out)' % (
-        call.opcode, len(in_values), call.list_name('In'), len(out_values),
+    run = ('ZTInt_stub_Run(%s, %d, %s, in, %d, %s, out)' % (
+        opcode_constant(call), len(in_values), call.list_name('In'), len(out_values),
         call.list_name('Out')))
     if call.name == cls.generic_name('Free'):
         lines.append('    if (%s && status == 0)' % run)
@@ -536,6 +604,8 @@ def outputs(table, root):
         'include/ztint_api.h': lambda: write_api_header(table),
         'include/ztint_signatures.h': lambda: write_signatures_header(table),
         'ztint_hand_calls.h': lambda: write_hand_header(table),
+        'ztint_opcodes.h': lambda: write_opcodes_header(table),
+        'ztint_class_names.inc': lambda: write_class_names(table),
         'ztint_signatures.cpp': lambda: write_signatures_source(table),
         'ztint.map': lambda: write_version_script(export_names(table, root)),
         'ztint_exports.txt': lambda: '\n'.join(export_names(table, root)) + '\n',

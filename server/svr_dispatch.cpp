@@ -24,16 +24,16 @@ ZTInt_msg_struct* Error_Answer(const ZTInt_msg_struct* call)
 Svr_Dispatcher::Svr_Dispatcher(Svr_Objects& objects, const Svr_Users& users, std::string version)
     : Objects(objects), Users(users), Version(std::move(version))
 {
-    Add("ZTInt_Special_Shutdown_Stub", &Svr_Dispatcher::Shutdown_Call);
-    Add("ZTInt_GetError", &Svr_Dispatcher::Get_Error);
-    Add("ZTInt_SetError", &Svr_Dispatcher::Set_Error);
-    Add("ZTZentrak_Build", &Svr_Dispatcher::Build);
-    Add("ZTZentrak_Unbuild", &Svr_Dispatcher::Unbuild);
-    Add("ZTZentrak_CreateProductInfo", &Svr_Dispatcher::Create_Product_Info);
-    Add("ZTZentrak_EchoString", &Svr_Dispatcher::Echo_String);
-    Add("ZTZentrak_SessionLogon", &Svr_Dispatcher::Session_Logon);
-    Add("ZTZentrak_SessionLogoff", &Svr_Dispatcher::Session_Logoff);
-    Add("ZTProductInfo_GetProductVersion", &Svr_Dispatcher::Product_Version);
+    Add(ZTInt_op_ZTInt_Special_Shutdown_Stub, &Svr_Dispatcher::Shutdown_Call);
+    Add(ZTInt_op_ZTInt_GetError, &Svr_Dispatcher::Get_Error);
+    Add(ZTInt_op_ZTInt_SetError, &Svr_Dispatcher::Set_Error);
+    Add(ZTInt_op_ZTZentrak_Build, &Svr_Dispatcher::Build);
+    Add(ZTInt_op_ZTZentrak_Unbuild, &Svr_Dispatcher::Unbuild);
+    Add(ZTInt_op_ZTZentrak_CreateProductInfo, &Svr_Dispatcher::Create_Product_Info);
+    Add(ZTInt_op_ZTZentrak_EchoString, &Svr_Dispatcher::Echo_String);
+    Add(ZTInt_op_ZTZentrak_SessionLogon, &Svr_Dispatcher::Session_Logon);
+    Add(ZTInt_op_ZTZentrak_SessionLogoff, &Svr_Dispatcher::Session_Logoff);
+    Add(ZTInt_op_ZTProductInfo_GetProductVersion, &Svr_Dispatcher::Product_Version);
     for (int32_t i = 0; i < ZTInt_Call_Table_Size; ++i) {
         const ZTInt_call_entry& entry = ZTInt_Call_Table[i];
         if (entry.Kind != ZTInt_call_Generic)
@@ -45,11 +45,9 @@ Svr_Dispatcher::Svr_Dispatcher(Svr_Objects& objects, const Svr_Users& users, std
     }
 }
 
-void Svr_Dispatcher::Add(const char* name, Handler handler)
+void Svr_Dispatcher::Add(ZTInt_opcode opcode, Handler handler)
 {
-    const ZTInt_call_entry* entry = ZTInt_call_Find_Name(name);
-    if (entry != nullptr)
-        Handlers[entry->Opcode] = handler;
+    Handlers[opcode] = handler;
 }
 
 ZTInt_msg_struct* Svr_Dispatcher::Answer(Svr_Client_State& client, ZTInt_msg_struct* call)

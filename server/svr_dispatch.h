@@ -14,6 +14,7 @@
 #include "server/svr_users.h"
 #include "server/svr_values.h"
 #include "ztint_client/ztint_call_table.h"
+#include "ztint_opcodes.h"
 #include "ztint_utils/ztint_message.h"
 
 // What the server keeps of one client between its calls.
@@ -44,7 +45,8 @@ public:
 private:
     using Handler = int32_t (Svr_Dispatcher::*)(Svr_Request&);
 
-    void Add(const char* name, Handler handler);
+    // Registers the handler of a call, named by its generated opcode constant.
+    void Add(ZTInt_opcode opcode, Handler handler);
     int32_t Run(Svr_Request& request);
     // The object of the handle at in-value index, or NULL with the failure text set.
     const Svr_Objects::Object* Object_Argument(Svr_Request& request, int index);

@@ -8,13 +8,12 @@
 
 #include "server/svr_trace.h"
 #include "ztint_base/ztint_protocol.h"
+#include "ztint_opcodes.h"
 #include "ztint_string.h"
 
 volatile int Svr_Stop_Signal = 0;
 
 namespace {
-
-constexpr int32_t kStartupProcedure = 1;
 
 void On_Stop_Signal(int number)
 {
@@ -43,7 +42,7 @@ sigset_t Install_Stop_Signals()
 // The connection name the startup call carries, or "" if the call is not one.
 std::string Startup_Name(ZTInt_msg_struct* call)
 {
-    if (call->Type != ZTInt_msg_type_Call || call->Procedure != kStartupProcedure)
+    if (call->Type != ZTInt_msg_type_Call || call->Procedure != ZTInt_op_ZTInt_Special_Startup_Stub)
         return "";
     const ZTInt_rpc_type types[] = {ZTInt_rpc_type_String};
     char* name = nullptr;

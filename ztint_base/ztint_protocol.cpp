@@ -13,26 +13,15 @@ const char kUnknownType[] = "unknown_rpc_type";
 
 // Names by type code; codes without a name are NULL and read as "unknown_rpc_type".
 // Object codes are class number + 20; code 20 lies in the object range but has no class.
-constexpr const char* kTypeNames[ZTInt_rpc_type_Count] = {
+// The class names come from the class lines of the call table.
+constexpr const char* kTypeNames[] = {
     nullptr,  // 0: nil is not a valid value tag
     "status", "int", "LONG", "BOOL", "ZTInt_String", "ZTInt_StringArray",
     nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,  // 7 to 13
     nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,  // 14 to 20
-    "ZTInt_Utilities", "ZTAdminSession", "ZTAttachment", "ZTAttachments",
-    "ZTAttachmentField", "ZTAttachmentFields", "ZTZentrak", "ZTDatabase", "ZTDatabases",
-    "ZTDatabaseDesc", "ZTDatabaseDescs", "ZTEmailRules", "ZTEntity", "ZTEntityDef",
-    "ZTEntityDefs", "ZTEventObject", "ZTFieldInfo", "ZTFieldInfos", "ZTFieldFilter",
-    "ZTFieldFilters", "ZTFilterNode", "ZTGroup", "ZTGroups", "ZTHistory", "ZTHistories",
-    "ZTHistoryField", "ZTHistoryFields", "ZTLink", "ZTLinks", "ZTPackageRev",
-    "ZTPackageRevs", "ZTProductInfo", "ZTQueryDef", "ZTQueryDefs", "ZTQueryFieldDef",
-    "ZTQueryFieldDefs", "ZTQueryFilterNode", "ZTSession", "ZTSchema", "ZTSchemas",
-    "ZTSchemaRev", "ZTSchemaRevs", "ZTResultSet", "ZTUser", "ZTUsers", "ZTWorkSpaceMgr",
-    "ZTMailMsg", "ZTForm", "ZTReportMgr", "ZTReportDef", "ZTEntities", "ZTFolder",
-    "ZTFolders", "ZTPermission", "ZTPermissions", "ZTTextSearchDef",
-    "ZTTextSearchFieldRangeDef", "ZTTextSearchFieldRangeDefs", "ZTTextSearchHit",
-    "ZTTextSearchHits", "ZTTextSearchResult", "ZTExporter",
+#include "ztint_class_names.inc"
 };
-static_assert(sizeof kTypeNames / sizeof kTypeNames[0] == 83);
+static_assert(sizeof kTypeNames / sizeof kTypeNames[0] == ZTInt_rpc_type_Count);
 
 const char kEncodeOverflow[] = "ztintsvr encode: buffer overflow";
 const char kInsufficientData[] = "ztintsvr decode: insufficent data";

@@ -9,7 +9,7 @@ int32_t ZTInt_Special_Startup_Stub(const char* name)
     int32_t status = -1;
     const void* const in[] = {&name};
     void* const out[] = {&status};
-    ZTInt_stub_Run(ZTInt_Special_Startup_Stub_Opcode, 1, ZTInt_Special_String_Types_In, in, 1,
+    ZTInt_stub_Run(ZTInt_op_ZTInt_Special_Startup_Stub, 1, ZTInt_Special_String_Types_In, in, 1,
                    ZTInt_Special_Status_Types_Out, out);
     return status;
 }
@@ -18,7 +18,7 @@ int32_t ZTInt_Special_Shutdown_Stub()
 {
     int32_t status = -1;
     void* const out[] = {&status};
-    ZTInt_stub_Run(ZTInt_Special_Shutdown_Stub_Opcode, 0, ZTInt_Special_Nil_Types_In, nullptr, 1,
+    ZTInt_stub_Run(ZTInt_op_ZTInt_Special_Shutdown_Stub, 0, ZTInt_Special_Nil_Types_In, nullptr, 1,
                    ZTInt_Special_Status_Types_Out, out);
     return status;
 }
@@ -33,7 +33,7 @@ void ZTInt_GetError(char** text)
     *text = nullptr;
     int32_t status = -1;
     void* const out[] = {&status, text};
-    ZTInt_stub_Run(ZTInt_GetError_Opcode, 0, ZTInt_GetError_Types_In, nullptr, 2,
+    ZTInt_stub_Run(ZTInt_op_ZTInt_GetError, 0, ZTInt_GetError_Types_In, nullptr, 2,
                    ZTInt_GetError_Types_Out, out);
 }
 
@@ -42,7 +42,7 @@ void ZTInt_SetError(const char* text)
     int32_t status = -1;
     const void* const in[] = {&text};
     void* const out[] = {&status};
-    ZTInt_stub_Run(ZTInt_SetError_Opcode, 1, ZTInt_SetError_Types_In, in, 1,
+    ZTInt_stub_Run(ZTInt_op_ZTInt_SetError, 1, ZTInt_SetError_Types_In, in, 1,
                    ZTInt_SetError_Types_Out, out);
 }
 

@@ -11,6 +11,7 @@
 #include "ztint.h"
 #include "ztint_client/ztint_client.h"
 #include "ztint_client/ztint_logon.h"
+#include "ztint_opcodes.h"
 #include "ztint_signatures.h"
 #include "ztint_utils/ztint_message.h"
 #include "ztint_utils/ztint_objects.h"

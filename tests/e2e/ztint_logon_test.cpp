@@ -4,11 +4,12 @@
 
 #include "tests/e2e/ztint_e2e_fixture.h"
 #include "ztint.h"
+#include "ztint_opcodes.h"
 
 namespace {
 
 constexpr int kLogon = 7 * 1024 + 10;
-constexpr int kGetError = 1025;
+constexpr int kGetError = ZTInt_op_ZTInt_GetError;
 
 class Ztint_Logon_Test : public Ztint_E2E {
 protected:

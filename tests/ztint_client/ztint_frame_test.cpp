@@ -15,6 +15,7 @@
 #include "ztint_base/ztint_strings.h"
 #include "ztint_client/ztint_call_table.h"
 #include "ztint_client/ztint_client.h"
+#include "ztint_opcodes.h"
 
 namespace {
 
@@ -179,13 +180,13 @@ TEST(FrameDeath, ResultOfAMessageThatIsNeitherReplyNorErrorEndsTheProcess)
     ZTInt_Connection connection;
     ZTInt_Connection_Initialize(&connection);
     ZTInt_msg_struct* call = ZTInt_msg_New(0, nullptr, nullptr);
-    ZTInt_msg_Init_Call(call, 1, 1, 1025);
+    ZTInt_msg_Init_Call(call, 1, 1, ZTInt_op_ZTInt_GetError);
     int32_t status = 0;
     void* const out[] = {&status};
     const ZTInt_rpc_type types[] = {ZTInt_rpc_type_status};
-    EXPECT_DEATH(ZTInt_do_Result(&connection, ZTInt_Set_Client_Error, call, 1025, 1, types, out),
+    EXPECT_DEATH(ZTInt_do_Result(&connection, ZTInt_Set_Client_Error, call, ZTInt_op_ZTInt_GetError, 1, types, out),
                  "^\\*\\*\\* ztintsvr assertion failure: FALSE in ztint_call at line 162\n");
-    EXPECT_DEATH(ZTInt_do_Result(nullptr, ZTInt_Set_Client_Error, call, 1025, 1, types, out),
+    EXPECT_DEATH(ZTInt_do_Result(nullptr, ZTInt_Set_Client_Error, call, ZTInt_op_ZTInt_GetError, 1, types, out),
                  "Connection != NULL in ztint_call at line 128");
     ZTInt_msg_Free(call);
 }

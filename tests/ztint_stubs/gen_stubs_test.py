@@ -60,7 +60,7 @@ class TableChecks(unittest.TestCase):
         self.refused(self.edit(r'^38916 ', '38915 '), 'method 3 is reserved')
 
     def test_an_unknown_type(self):
-        self.refused(self.edit(r'(^38926 +\S+ +)String,LONG', r'\1String,Long'),
+        self.refused(self.edit(r'(^38926 +\S+ +String(?::\w+)?),LONG', r'\1,Long'),
                      'unknown type Long')
 
     def test_a_class_with_the_wrong_number(self):
@@ -81,8 +81,15 @@ class TableChecks(unittest.TestCase):
                      'ZTProductInfo: methods [8, 9, 10] are missing')
 
     def test_a_longer_in_list(self):
-        self.refused(self.edit(r'(^2083 +\S+ +)String,', r'\1String,String,'),
+        self.refused(self.edit(r'(^2083 +\S+ +)', r'\1String,'),
                      'longest in list is ZTAdminSession_InstallAddDbSetEx with 9 entries')
+
+    def test_bad_parameter_names(self):
+        row = r'(^38926 +\S+ +)String(?::\w+)?,LONG(?::\w+)?'
+        self.refused(self.edit(row, r'\1String:class,LONG:db_id'), 'bad parameter name "class"')
+        self.refused(self.edit(row, r'\1String:result,LONG:db_id'), 'bad parameter name "result"')
+        self.refused(self.edit(row, r'\1String:DbId,LONG:db_id'), 'bad parameter name "DbId"')
+        self.refused(self.edit(row, r'\1String:db_id,LONG:db_id'), 'parameter name "db_id" twice')
 
 
 if __name__ == '__main__':

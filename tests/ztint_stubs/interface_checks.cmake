@@ -29,3 +29,7 @@ add_test(NAME ztint_handle_types
 target_sources(test_ztint_stubs PRIVATE ${ZTINT_GENERATED_DIR}/tests/ztint_stub_invokers.cpp)
 target_include_directories(test_ztint_stubs PRIVATE ${ZTINT_GENERATED_DIR}/tests)
 add_dependencies(test_ztint_stubs ztint_generated)
+
+add_test(NAME ztint_opcode_literals
+         COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/check_opcode_literals.py
+                 ${PROJECT_SOURCE_DIR})

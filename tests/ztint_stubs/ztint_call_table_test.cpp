@@ -120,13 +120,13 @@ TEST(CallTable, RowsThatAreEasyToMistype)
         const char* name;
         int32_t opcode;
         L in, out;
-    } rows[] = {
-        {"ZTEmailRules_GetRule", 12294, {32, 63}, {1, 33}},  // ResultSet: class 43, code 63
-        {"ZTSession_GetEntityByDbId", 38926, {58, 5, 3}, {1, 33}},
-        {"ZTAdminSession_Unbuild", 2053, {22}, {1}},
-        {"ZTZentrak_SessionLogon", 7178, {27, 5, 5, 5, 5, 5, 3}, {1, 58}},
-        {"ZTZentrak_EchoString", 7187, {27, 5}, {1, 5}},
-        {"ZTInt_ResultSet_Free", 44033, {63}, {1}},
+    } rows[] = {  // opcodes as class * 1024 + method, written out independently of the table
+        {"ZTEmailRules_GetRule", 12 * 1024 + 6, {32, 63}, {1, 33}},  // ResultSet: class 43, code 63
+        {"ZTSession_GetEntityByDbId", 38 * 1024 + 14, {58, 5, 3}, {1, 33}},
+        {"ZTAdminSession_Unbuild", 2 * 1024 + 5, {22}, {1}},
+        {"ZTZentrak_SessionLogon", 7 * 1024 + 10, {27, 5, 5, 5, 5, 5, 3}, {1, 58}},
+        {"ZTZentrak_EchoString", 7 * 1024 + 19, {27, 5}, {1, 5}},
+        {"ZTInt_ResultSet_Free", 43 * 1024 + 1, {63}, {1}},
         {"ZTPermission_IsSamePermission", 0, {74, 74}, {1, 4}},
         {"ZTEntity_SetFieldValue", 0, {}, {1, 5}},
         {"ZTResultSet_MoveNext", 0, {}, {1, 3}},
@@ -135,7 +135,7 @@ TEST(CallTable, RowsThatAreEasyToMistype)
         // Class 0 and 1: no handle.
         {"ZTInt_Special_Startup_Stub", 0, {5}, {1}},
         {"ZTInt_Special_Shutdown_Stub", 0, {}, {1}},
-        {"ZTInt_GetError", 1025, {}, {1, 5}},
+        {"ZTInt_GetError", 1 * 1024 + 1, {}, {1, 5}},
         {"ZTInt_SetError", 0, {5}, {1}},
     };
     for (const auto& row : rows) {
@@ -149,11 +149,11 @@ TEST(CallTable, RowsThatAreEasyToMistype)
         }
         EXPECT_EQ(List(entry->Types_Out, entry->Out_Count), row.out) << row.name;
     }
-    EXPECT_EQ(ZTInt_call_Find(38926)->Types_In, ZTSession_GetEntityByDbId_Types_In);
-    EXPECT_EQ(ZTInt_call_Find(38926)->Types_Out, ZTSession_GetEntityByDbId_Types_Out);
-    EXPECT_EQ(ZTInt_call_Find(44033)->Types_In, ZTInt_ResultSet_Free_Types_In);
-    EXPECT_EQ(ZTInt_call_Find(1025)->Types_Out, ZTInt_GetError_Types_Out);
-    EXPECT_EQ(ZTInt_call_Find(63493)->Types_Out, ZTExporter_GetXMLData_Types_Out);
+    EXPECT_EQ(ZTInt_call_Find(38 * 1024 + 14)->Types_In, ZTSession_GetEntityByDbId_Types_In);
+    EXPECT_EQ(ZTInt_call_Find(38 * 1024 + 14)->Types_Out, ZTSession_GetEntityByDbId_Types_Out);
+    EXPECT_EQ(ZTInt_call_Find(43 * 1024 + 1)->Types_In, ZTInt_ResultSet_Free_Types_In);
+    EXPECT_EQ(ZTInt_call_Find(1 * 1024 + 1)->Types_Out, ZTInt_GetError_Types_Out);
+    EXPECT_EQ(ZTInt_call_Find(62 * 1024 + 5)->Types_Out, ZTExporter_GetXMLData_Types_Out);
 }
 
 // The 19 lists share one shape: Count, Item, a keyed lookup, and Add where it exists.

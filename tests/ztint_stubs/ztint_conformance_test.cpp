@@ -20,12 +20,13 @@
 #include "ztint_client/ztint_client.h"
 #include "ztint_client/ztint_logon.h"
 #include "ztint_stub_invokers.h"
+#include "ztint_opcodes.h"
 
 namespace {
 
 constexpr int kResultIndex = 99;  // position used to derive a result value
 constexpr int32_t kOwnerPid = 4242;
-constexpr int32_t kSessionLogon = 7178;
+constexpr int32_t kSessionLogon = ZTInt_op_ZTZentrak_SessionLogon;
 
 // Values that differ by opcode and position, so that a value sent by another call or in
 // another place doesn't match. LONG values use all 32 bits and are negative; the second

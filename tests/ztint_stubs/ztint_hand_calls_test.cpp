@@ -12,12 +12,13 @@
 #include "ztint.h"
 #include "ztint_client/ztint_client.h"
 #include "ztint_client/ztint_logon.h"
+#include "ztint_opcodes.h"
 
 namespace {
 
-constexpr int32_t kGetError = 1025;
-constexpr int32_t kSetError = 1026;
-constexpr int32_t kEntityFree = 13313;
+constexpr int32_t kGetError = ZTInt_op_ZTInt_GetError;
+constexpr int32_t kSetError = ZTInt_op_ZTInt_SetError;
+constexpr int32_t kEntityFree = ZTInt_op_ZTInt_Entity_Free;
 
 int opener_calls = 0;
 

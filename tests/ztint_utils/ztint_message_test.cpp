@@ -12,6 +12,7 @@
 
 #include "ztint_base/ztint_strings.h"
 #include "ztint_utils/ztint_objects.h"
+#include "ztint_opcodes.h"
 
 namespace {
 
@@ -71,7 +72,7 @@ std::string Take(char* text)
 ZTInt_msg_struct Valid_Header()
 {
     ZTInt_msg_struct msg{};
-    ZTInt_msg_Init_Call(&msg, 1234, 7, 1025);
+    ZTInt_msg_Init_Call(&msg, 1234, 7, ZTInt_op_ZTInt_GetError);
     return msg;
 }
 
@@ -96,9 +97,9 @@ TEST(Message, CallWithNoParametersMatchesTheWireAndImage)
     char* error = nullptr;
     ASSERT_EQ(ZTInt_msg_Encode(&msg, &error, 0, nullptr, nullptr), 0);
     ASSERT_EQ(error, nullptr);
-    ZTInt_msg_Init_Call(msg, 1234, 7, 1025);
+    ZTInt_msg_Init_Call(msg, 1234, 7, ZTInt_op_ZTInt_GetError);
 
-    EXPECT_EQ(Wire_Of(msg), Message(3, 1234, 7, 1025, 0));
+    EXPECT_EQ(Wire_Of(msg), Message(3, 1234, 7, ZTInt_op_ZTInt_GetError, 0));
     EXPECT_EQ(ZTInt_msg_Full_Size(msg), 32);
     EXPECT_EQ(ZTInt_msg_Alloc_Size(msg), 36);
     EXPECT_GE(ZTInt_msg_buffer_Slot(ZTInt_msg_buffer_Slot_Of(msg))->Size, 36);
@@ -128,13 +129,13 @@ TEST(Message, ReplyWithStatusAndStringMatchesTheWireAndDecodes)
     ASSERT_EQ(error, nullptr);
 
     const std::vector<char> expected =
-        Message(5, 1234, 7, 1025, 2, Bytes().Tag(1).Put(int32_t{0}).Tag(5).Put(int32_t{3}).Text("abc"));
+        Message(5, 1234, 7, ZTInt_op_ZTInt_GetError, 2, Bytes().Tag(1).Put(int32_t{0}).Tag(5).Put(int32_t{3}).Text("abc"));
     EXPECT_EQ(Wire_Of(reply), expected);
     EXPECT_EQ(Take(ZTInt_msg_Image(reply, 1)),
               "Rply, ver 2, PID 1234, seq 7, ZTInt_Utilities_1 (1025), 2 params, 13 bytes, (OK, \"abc\")");
 
     ZTInt_msg_struct* received = Receive(expected);
-    EXPECT_EQ(Check(received, 7, 1025, 2), Outcome(0, "(null)"));
+    EXPECT_EQ(Check(received, 7, ZTInt_op_ZTInt_GetError, 2), Outcome(0, "(null)"));
     int32_t got_status = -9;
     char* got_text = nullptr;
     void* outs[] = {&got_status, &got_text};
@@ -160,7 +161,7 @@ TEST(Message, InitKeepsCountsAndAnErrorMessageAnswersTheCall)
     ZTInt_msg_struct call = Valid_Header();
     ZTInt_msg_struct* error_msg = nullptr;
     ZTInt_msg_Encode_Error(&call, &error_msg);
-    EXPECT_EQ(Wire_Of(error_msg), Message(7, 1234, 7, 1025, 0));
+    EXPECT_EQ(Wire_Of(error_msg), Message(7, 1234, 7, ZTInt_op_ZTInt_GetError, 0));
     ZTInt_msg_Free(error_msg);
 }
 
@@ -181,7 +182,7 @@ TEST(MessageCheck, RunsTheTestsInOrderWithExactTexts)
     EXPECT_EQ(Check(&msg), Outcome(-1, "ztintsvr RPC message has unknown type: 1"));
     msg.Type = 0;
     EXPECT_EQ(Check(&msg), Outcome(-1, "ztintsvr RPC protocol version mismatch: got 3, expected 2"));
-    EXPECT_EQ(Check(&msg, 7, 1025, 0),
+    EXPECT_EQ(Check(&msg, 7, ZTInt_op_ZTInt_GetError, 0),
               Outcome(-1, "ztintsvr RPC protocol version mismatch: got 3, expected 2"));
     for (uint16_t type : {0, 3, 5, 7}) {
         msg = Valid_Header();
@@ -191,11 +192,11 @@ TEST(MessageCheck, RunsTheTestsInOrderWithExactTexts)
 
     msg.Param_Count = 2;
     EXPECT_EQ(Check(&msg, 0, 0, -1), Outcome(0, "(null)"));  // only framing, type and version
-    EXPECT_EQ(Check(&msg, 7, 1025, 2), Outcome(0, "(null)"));
-    EXPECT_EQ(Check(&msg, 8, 1025, 2), Outcome(-1, "ztintsvr RPC sequence mismatch: got 7, expected 8"));
-    EXPECT_EQ(Check(&msg, 7, 1026, 2),
+    EXPECT_EQ(Check(&msg, 7, ZTInt_op_ZTInt_GetError, 2), Outcome(0, "(null)"));
+    EXPECT_EQ(Check(&msg, 8, ZTInt_op_ZTInt_GetError, 2), Outcome(-1, "ztintsvr RPC sequence mismatch: got 7, expected 8"));
+    EXPECT_EQ(Check(&msg, 7, ZTInt_op_ZTInt_SetError, 2),
               Outcome(-1, "ztintsvr RPC procedure mismatch: got 1025, expected 1026"));
-    EXPECT_EQ(Check(&msg, 7, 1025, 0),
+    EXPECT_EQ(Check(&msg, 7, ZTInt_op_ZTInt_GetError, 0),
               Outcome(-1, "ztintsvr RPC parameter count mismatch: got 2, expected 0"));
 }
 
@@ -306,7 +307,7 @@ TEST(MessageEncode, TooLargeAReplyBecomesAnErrorMessage)
     EXPECT_EQ(ZTInt_msg_Encode_Reply(&call, &reply, &error, 2, kStatusStringTypes, values), 0);
     EXPECT_EQ(Take(error), "ztintsvr encode: data size 67108874 exceeds the limit of 67108864 bytes");
     ASSERT_NE(reply, nullptr);
-    EXPECT_EQ(Wire_Of(reply), Message(7, 1234, 7, 1025, 0));
+    EXPECT_EQ(Wire_Of(reply), Message(7, 1234, 7, ZTInt_op_ZTInt_GetError, 0));
     ZTInt_msg_Free(reply);
 }
 

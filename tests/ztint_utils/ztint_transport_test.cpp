@@ -16,6 +16,7 @@
 #include "foundation/host/hst_switches.h"
 #include "ztint_base/ztint_strings.h"
 #include "ztint_utils/ztint_transport.h"
+#include "ztint_opcodes.h"
 
 namespace {
 
@@ -56,7 +57,7 @@ protected:
         ZTInt_msg_struct* msg = nullptr;
         char* failure = nullptr;
         EXPECT_EQ(ZTInt_msg_Encode(&msg, &failure, 1, types, values), 1);
-        ZTInt_msg_Init_Call(msg, 1234, 7, 7187);
+        ZTInt_msg_Init_Call(msg, 1234, 7, ZTInt_op_ZTZentrak_EchoString);
         return msg;
     }
 
@@ -93,7 +94,7 @@ TEST_F(Transport, SendAndReceiveAWholeMessageOrTheHeaderAlone)
 
     // A message without data ends right after the header: no read of data is made.
     sent = ZTInt_msg_New(0, nullptr, nullptr);
-    ZTInt_msg_Init_Call(sent, 1, 1, 1025);
+    ZTInt_msg_Init_Call(sent, 1, 1, ZTInt_op_ZTInt_GetError);
     Put(sent, 32);
     EXPECT_EQ(ZTInt_transport_Recv(&handle, &received, &error), 0);
     EXPECT_EQ(handle.Last_Count, -1);
@@ -105,7 +106,7 @@ TEST_F(Transport, SendAndReceiveAWholeMessageOrTheHeaderAlone)
 TEST_F(Transport, HeaderReadFailuresLeaveTheMessageAlone)
 {
     ZTInt_msg_struct huge = {};
-    ZTInt_msg_Init_Call(&huge, 1, 1, 1025);
+    ZTInt_msg_Init_Call(&huge, 1, 1, ZTInt_op_ZTInt_GetError);
     huge.Data_Size = 0x7fffffff;
     const char zeros[32] = {};
     const struct {
