@@ -5,7 +5,7 @@
 
 Svr_Client::Svr_Client(int number, const ZTInt_Connection& connection,
                        const ZTInt_msg_struct& startup, int32_t startup_status)
-    : Connection(connection), Refused(startup_status != 0)
+    : Connection(connection), Client_Pid(startup.Pid), Refused(startup_status != 0)
 {
     Client_State.Number = number;
     const ZTInt_rpc_type status_type[] = {ZTInt_rpc_type_status};
@@ -14,6 +14,7 @@ Svr_Client::Svr_Client(int number, const ZTInt_Connection& connection,
     char* error = nullptr;
     ZTInt_msg_Encode_Reply(&startup, &answer, &error, 1, status_type, values);
     ZTInt_String_Free(error);
+    Svr_Trace::Call(&startup, answer);
     Send(answer);
 }
 
@@ -39,8 +40,9 @@ bool Svr_Client::Read_Step(Svr_Dispatcher& dispatcher)
     if (step != Svr_Step::Complete)
         return false;
     ZTInt_msg_struct* call = Reader.Take();
-    Svr_Trace::Call(call->Pid, call->Sequence, call->Procedure);
-    Send(dispatcher.Answer(Client_State, call));
+    ZTInt_msg_struct* answer = dispatcher.Answer(Client_State, call);
+    Svr_Trace::Call(call, answer);
+    Send(answer);
     ZTInt_msg_Free(call);
     return true;
 }

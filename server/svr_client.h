@@ -29,6 +29,9 @@ public:
     // True when nothing is left to do for the client.
     bool Done() const { return Refused && !Writer.Busy(); }
     Svr_Client_State& State() { return Client_State; }
+    int Number() const { return Client_State.Number; }
+    int32_t Pid() const { return Client_Pid; }
+    bool Is_Refused() const { return Refused; }
 
 private:
     bool Read_Step(Svr_Dispatcher& dispatcher);
@@ -37,6 +40,7 @@ private:
 
     ZTInt_Connection Connection;
     Svr_Client_State Client_State;
+    int32_t Client_Pid;
     bool Refused;
     Svr_Reader Reader;
     Svr_Writer Writer;

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 
+#include "server/svr_status.h"
 #include "server/svr_trace.h"
 #include "ztint_base/ztint_protocol.h"
 #include "ztint_opcodes.h"
@@ -58,10 +59,11 @@ std::string Startup_Name(ZTInt_msg_struct* call)
 }  // namespace
 
 Svr_Loop::Svr_Loop(const ZTInt_Connection& point, Svr_Dispatcher& dispatcher,
-                   std::chrono::milliseconds idle_time, std::size_t max_clients)
-    : Point(point), Dispatcher(dispatcher), Idle_Time(idle_time), Max_Clients(max_clients),
+                   const Svr_Loop_Options& options)
+    : Point(point), Dispatcher(dispatcher), Options(options), Started(std::time(nullptr)),
       Idle_Since(std::chrono::steady_clock::now())
 {
+    Publish_Status();
 }
 
 Svr_Loop::~Svr_Loop()
@@ -71,6 +73,14 @@ Svr_Loop::~Svr_Loop()
 }
 
 std::string Svr_Loop::Run()
+{
+    std::string reason = Serve();
+    while (!Clients.empty())
+        Drop_Client(Clients.size() - 1);
+    return reason;
+}
+
+std::string Svr_Loop::Serve()
 {
     static const sigset_t waiting_mask = Install_Stop_Signals();
     for (;;) {
@@ -95,10 +105,8 @@ std::string Svr_Loop::Run()
         for (std::size_t i = Clients.size(); i-- > 0;) {
             if (wanted[i + 1].revents == 0)
                 continue;
-            if (Clients[i]->On_Ready(Dispatcher))
-                continue;
-            Dispatcher.Client_Gone(Clients[i]->State());
-            Clients.erase(Clients.begin() + static_cast<std::ptrdiff_t>(i));
+            if (!Clients[i]->On_Ready(Dispatcher))
+                Drop_Client(i);
         }
         if (wanted[0].revents != 0)
             On_Point_Ready();
@@ -113,7 +121,8 @@ int Svr_Loop::Idle_Timeout_Ms() const
     if (!Clients.empty())
         return -1;
     const auto idle = std::chrono::steady_clock::now() - Idle_Since;
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(Idle_Time - idle);
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(Options.Idle_Time - idle);
     return left.count() <= 0 ? 0 : static_cast<int>(std::min<long long>(left.count(), 1 << 30));
 }
 
@@ -129,7 +138,6 @@ void Svr_Loop::On_Point_Ready()
         Drain_Point();
     } else if (step == Svr_Step::Complete) {
         ZTInt_msg_struct* startup = Point_Reader.Take();
-        Svr_Trace::Call(startup->Pid, startup->Sequence, startup->Procedure);
         Start_Client(startup);
         ZTInt_msg_Free(startup);
     }
@@ -147,15 +155,34 @@ void Svr_Loop::Start_Client(ZTInt_msg_struct* startup)
     ZTInt_String_Free(error);
     if (opened != 0)
         return;
-    const bool refused = Clients.size() >= Max_Clients;
+    const bool refused = Clients.size() >= Options.Max_Clients;
     if (refused)
         Svr_Trace::Line("refused " + std::to_string(startup->Pid));
+    if (!refused)
+        Svr_Trace::Client_Event("connect", Next_Client_Number, startup->Pid);
     auto client =
         std::make_unique<Svr_Client>(Next_Client_Number++, reply, *startup, refused ? -1 : 0);
     if (client->Done())
         return;
     Clients.push_back(std::move(client));
     Idle_Since = std::chrono::steady_clock::time_point();
+    Publish_Status();
+}
+
+void Svr_Loop::Drop_Client(std::size_t index)
+{
+    const Svr_Client& client = *Clients[index];
+    if (!client.Is_Refused())
+        Svr_Trace::Client_Event("disconnect", client.Number(), client.Pid());
+    Dispatcher.Client_Gone(Clients[index]->State());
+    Clients.erase(Clients.begin() + static_cast<std::ptrdiff_t>(index));
+    Publish_Status();
+}
+
+void Svr_Loop::Publish_Status() const
+{
+    if (!Options.Status_Path.empty())
+        Svr_Status_Write(Options.Status_Path, Svr_Status{getpid(), Started, Clients.size()});
 }
 
 // What is left in the pipe after bytes that were no message can't be put back in

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <chrono>
+#include <ctime>
 #include <memory>
 #include <string>
 #include <vector>
@@ -15,29 +16,39 @@
 #include "server/svr_transfer.h"
 #include "ztint_utils/ztint_connect.h"
 
+struct Svr_Loop_Options {
+    std::chrono::milliseconds Idle_Time{600 * 1000};
+    // Beyond this many clients at once, a startup call is answered with status -1.
+    std::size_t Max_Clients = 1000;
+    // Where the loop keeps its status file (see svr_status.h); "" for none.
+    std::string Status_Path;
+};
+
 class Svr_Loop {
 public:
     // point is an open connection point; the loop owns it from now on.
-    // Beyond max_clients at once, a startup call is answered with status -1.
     Svr_Loop(const ZTInt_Connection& point, Svr_Dispatcher& dispatcher,
-             std::chrono::milliseconds idle_time, std::size_t max_clients);
+             const Svr_Loop_Options& options);
     ~Svr_Loop();
 
-    // Serves until the end; returns the reason as a text for the log.
+    // Serves until the end, then lets every client go; returns the reason as a text
+    // for the log.
     std::string Run();
     std::size_t Client_Count() const { return Clients.size(); }
 
 private:
-    void Poll_Once(int timeout_ms);
+    std::string Serve();
     void On_Point_Ready();
     void Start_Client(ZTInt_msg_struct* startup);
     void Drain_Point();
     int Idle_Timeout_Ms() const;
+    void Drop_Client(std::size_t index);
+    void Publish_Status() const;
 
     ZTInt_Connection Point;
     Svr_Dispatcher& Dispatcher;
-    std::chrono::milliseconds Idle_Time;
-    std::size_t Max_Clients;
+    const Svr_Loop_Options Options;
+    const std::time_t Started;
     std::chrono::steady_clock::time_point Idle_Since;
     Svr_Reader Point_Reader;
     std::vector<std::unique_ptr<Svr_Client>> Clients;

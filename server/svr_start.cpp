@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -21,6 +22,7 @@
 #include "server/svr_dispatch.h"
 #include "server/svr_loop.h"
 #include "server/svr_objects.h"
+#include "server/svr_status.h"
 #include "server/svr_trace.h"
 #include "server/svr_users.h"
 #include "ztcoreutil/adcharset.h"
@@ -35,6 +37,8 @@ namespace {
 constexpr auto kLockWait = std::chrono::seconds(20);
 constexpr int kReadyWaitMs = 20 * 1000;
 constexpr char kReadyByte = '+';
+// How long a stop waits for the server to let go of its pipe.
+constexpr auto kStopWait = std::chrono::seconds(5);
 
 std::string Pipe_Path()
 {
@@ -157,8 +161,10 @@ struct Report_Channel {
 void Remove_Pipe(const std::string& path, int fd)
 {
     const Start_Lock lock(path + ".lock");
-    if (Same_File(fd, path))
+    if (Same_File(fd, path)) {
         unlink(path.c_str());
+        unlink(Svr_Status_Path(path).c_str());
+    }
     lock.Remove();
 }
 
@@ -185,8 +191,12 @@ int Serve(const Svr_Options& options, const Report_Channel& report)
     const int point_fd = point.Handle.Read_File;
     Svr_Objects objects(static_cast<int32_t>(getpid()));
     Svr_Dispatcher dispatcher(objects, users, ZTINT_VERSION);
-    Svr_Loop loop(point, dispatcher, std::chrono::seconds(options.Idle_Seconds),
-                  static_cast<std::size_t>(options.Max_Clients));
+    Svr_Trace::Report_Clients_On_Console(report.Foreground);
+    Svr_Loop_Options loop_options;
+    loop_options.Idle_Time = std::chrono::seconds(options.Idle_Seconds);
+    loop_options.Max_Clients = static_cast<std::size_t>(options.Max_Clients);
+    loop_options.Status_Path = Svr_Status_Path(pipe);
+    Svr_Loop loop(point, dispatcher, loop_options);
     const std::string reason = loop.Run();
     Svr_Trace::Line("end " + reason);
     Remove_Pipe(pipe, point_fd);
@@ -325,7 +335,44 @@ int Svr_Run_Command(const Svr_Options& options)
 
 int Svr_Stop_Command()
 {
-    if (!Server_Reads(Pipe_Path()))
+    const std::string pipe = Pipe_Path();
+    if (!Server_Reads(pipe)) {
+        std::fprintf(stderr, "ztintsvr: no server is running (pipe %s)\n", pipe.c_str());
+        return 1;
+    }
+    Svr_Status status;
+    const bool known = Svr_Status_Read(Svr_Status_Path(pipe), status);
+    if (ZTInt_Special_Shutdown_Stub() != 0) {
+        std::fprintf(stderr, "ztintsvr: the server did not accept the shutdown (pipe %s)\n",
+                     pipe.c_str());
+        return 1;
+    }
+    // The server answers before it ends: wait a little for it to let go of the pipe.
+    const auto give_up = std::chrono::steady_clock::now() + kStopWait;
+    while (Server_Reads(pipe) && std::chrono::steady_clock::now() < give_up)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    if (known)
+        std::printf("ztintsvr: stopped the server (pid %d)\n", static_cast<int>(status.Pid));
+    else
+        std::printf("ztintsvr: stopped the server\n");
+    return 0;
+}
+
+int Svr_Status_Command()
+{
+    const std::string pipe = Pipe_Path();
+    if (!Server_Reads(pipe)) {
+        std::printf("ztintsvr: not running\npipe: %s\n", pipe.c_str());
+        return 1;
+    }
+    std::printf("ztintsvr: running\npipe: %s\n", pipe.c_str());
+    Svr_Status status;
+    if (!Svr_Status_Read(Svr_Status_Path(pipe), status)) {
+        std::printf("pid: unknown\n");
         return 0;
-    return ZTInt_Special_Shutdown_Stub() == 0 ? 0 : 1;
+    }
+    const long long uptime = std::max<long long>(0, std::time(nullptr) - status.Started);
+    std::printf("pid: %d\nclients: %zu\nuptime: %lld s\n", static_cast<int>(status.Pid),
+                status.Clients, uptime);
+    return 0;
 }

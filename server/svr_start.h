@@ -5,7 +5,10 @@
 //                    it. Two starts at once are kept apart by a lock file beside the
 //                    pipe.
 //   ztintsvr run     serves in the foreground, reporting on standard error.
-//   ztintsvr stop    asks a running server to shut down; 0 also when none runs.
+//   ztintsvr stop    asks a running server to shut down and waits a little for it
+//                    to end; 1 with a text when none runs.
+//   ztintsvr status  whether a server runs, with its pid, pipe, clients and uptime;
+//                    0 when one runs, 1 when none does.
 //
 // Settings, from the environment:
 //   ZT_SERVER_IDLE_SECONDS  the server ends after this long without a client
@@ -31,3 +34,4 @@ bool Svr_Read_Options(Svr_Options& options, std::string& error);
 int Svr_Start_Command(const Svr_Options& options);
 int Svr_Run_Command(const Svr_Options& options);
 int Svr_Stop_Command();
+int Svr_Status_Command();

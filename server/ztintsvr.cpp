@@ -7,9 +7,22 @@
 
 namespace {
 
-int Usage()
+const char kUsage[] =
+    "usage: ztintsvr start | run | stop | status | --help\n"
+    "\n"
+    "  start    start a detached server for this user unless one runs\n"
+    "  run      serve in the foreground, reporting on standard error\n"
+    "  stop     ask the running server to end (exit 1 if none runs)\n"
+    "  status   say whether a server runs, with its pid, pipe, clients and uptime\n"
+    "           (exit 0 if one runs, 1 if none does)\n"
+    "\n"
+    "Settings from the environment: ZT_SERVER_IDLE_SECONDS (default 600),\n"
+    "ZT_SERVER_MAX_CLIENTS (default 1000), ZT_SERVER_USERS, ZT_SERVER_TRACE, and\n"
+    "ZTT_USER, which gives a user's servers a name of their own.\n";
+
+int Usage_Error()
 {
-    std::fputs("usage: ztintsvr start | run | stop\n", stderr);
+    std::fputs(kUsage, stderr);
     return 2;
 }
 
@@ -18,19 +31,23 @@ int Usage()
 int main(int argc, char** argv)
 {
     if (argc != 2)
-        return Usage();
+        return Usage_Error();
     const std::string command = argv[1];
+    if (command == "--help" || command == "-h" || command == "help") {
+        std::fputs(kUsage, stdout);
+        return 0;
+    }
     if (command == "stop")
         return Svr_Stop_Command();
+    if (command == "status")
+        return Svr_Status_Command();
+    if (command != "start" && command != "run")
+        return Usage_Error();
     Svr_Options options;
     std::string error;
     if (!Svr_Read_Options(options, error)) {
         std::fprintf(stderr, "%s\n", error.c_str());
         return 1;
     }
-    if (command == "start")
-        return Svr_Start_Command(options);
-    if (command == "run")
-        return Svr_Run_Command(options);
-    return Usage();
+    return command == "start" ? Svr_Start_Command(options) : Svr_Run_Command(options);
 }

@@ -17,6 +17,7 @@
 #include "foundation/host/hst_switches.h"
 #include "ztint.h"
 #include "tests/support/ztint_test_locale.h"
+#include "ztint_client/ztint_call_table.h"
 
 namespace fs = std::filesystem;
 
@@ -77,6 +78,7 @@ void Ztint_E2E::TearDown()
     std::error_code ignored;
     fs::remove(Pipe, ignored);
     fs::remove(Pipe + ".lock", ignored);
+    fs::remove(Pipe + ".status", ignored);
 }
 
 void Ztint_E2E::Install_Script(const std::string& body)
@@ -100,7 +102,7 @@ int Ztint_E2E::Count_Calls(int procedure) const
 {
     int count = 0;
     for (const std::string& line : Trace_Lines())
-        if (Ztint_Field(line, 0) == "call" && Ztint_Field(line, 3) == std::to_string(procedure))
+        if (Ztint_Field(line, 0) == "call" && Ztint_Field(line, 3) == ZTInt_call_Find(procedure)->Name)
             ++count;
     return count;
 }
@@ -121,4 +123,15 @@ std::string Ztint_E2E::Server_Error()
     std::string result = text != nullptr ? text : "(null)";
     ZTInt_String_Free(text);
     return result;
+}
+
+bool Ztint_Ends_Soon(int pid)
+{
+    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (Ztint_Process_Runs(pid)) {
+        if (std::chrono::steady_clock::now() > give_up)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
 }

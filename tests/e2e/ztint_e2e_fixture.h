@@ -40,3 +40,5 @@ protected:
 std::string Ztint_Field(const std::string& line, int n);
 // True while pid runs; a zombie waiting for a reaper has ended.
 bool Ztint_Process_Runs(int pid);
+// Waits up to ten seconds for pid to end; false if it still runs.
+bool Ztint_Ends_Soon(int pid);
