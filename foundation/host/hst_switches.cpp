@@ -55,7 +55,9 @@ Switch* const All_Switches[] = {
     &Tool_Path_Switch,    &Ui_Path_Switch,    &User_Dir_Switch,     &Xterm_Switch};
 
 constexpr Code_Unit Default_Prefix[] = u"ZT_";
-constexpr Code_Unit Default_Product_Home[] = u"/opt/morvane/zentrak";
+// The build gives the default home (ZTINT_DEFAULT_PRODUCT_HOME in the top CMakeLists.txt),
+// so that a default install and the library agree.
+constexpr Code_Unit Default_Product_Home[] = u"" ZTINT_DEFAULT_PRODUCT_HOME;
 
 Fnd_String* envvar_prefix = nullptr;
 Fnd_String* user_dir = nullptr;

@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/host/hst_switches.h"
+#include "tests/support/ztint_temp_dir.h"
 #include "tests/support/ztint_test_peer.h"
 #include "ztint.h"
 #include "ztint_base/ztint_strings.h"
@@ -151,6 +153,12 @@ TEST_F(Frame, AFullHandleTableFailsTheCallAndTheProcessGoesOn)
 
 TEST(FrameWithoutServer, OpeningFailsOnceThenTheStateStaysError)
 {
+    // A pipe of its own, and a product home with no server to start: a server of the
+    // user's own, or one installed in the default home, is never reached.
+    const ZTInt_Temp_Dir home;
+    setenv("ZT_HOME", home.Path.c_str(), 1);
+    setenv("ZTT_USER", ("_frame_" + std::to_string(getpid())).c_str(), 1);
+    Hst_Switches::Clear_Cache();
     EXPECT_EQ(Echo_Hello(), Outcome(-1, "<null>"));
     const std::string first = Slot();
     EXPECT_NE(first, "<empty>");
