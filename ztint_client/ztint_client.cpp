@@ -174,6 +174,37 @@ void ZTInt_client_Unsupported(const char* name)
     Adopt_Client_Error(ZTInt_String_Format("unsupported operation: %s", name));
 }
 
+bool ZTInt_client_Check_Handle(const void* handle, int32_t type, const char* call,
+                               const char* what)
+{
+    const auto* entry = static_cast<const ZTInt_obj_struct*>(handle);
+    const char* problem = nullptr;
+    if (entry == nullptr)
+        problem = "is NULL";
+    else if (ZTInt_obj_Index(entry) == 0)
+        problem = "is not a handle this library gave out";
+    else if (entry->Owner_Pid == -1)
+        problem = "has been freed";
+    else if (entry->Type == type)
+        return true;
+    if (problem != nullptr) {
+        Adopt_Client_Error(ZTInt_String_Format("%s: the %s %s", call, what, problem));
+    } else {
+        const int32_t expected = type - ZTInt_rpc_type_First_Object;
+        const int32_t actual = entry->Type - ZTInt_rpc_type_First_Object;
+        Adopt_Client_Error(ZTInt_String_Format("%s: the %s is a %s handle, not a %s handle", call,
+                                               what, ZTInt_msg_Class_Name_Of(actual),
+                                               ZTInt_msg_Class_Name_Of(expected)));
+    }
+    return false;
+}
+
+int32_t ZTInt_client_No_Result(const char* call)
+{
+    Adopt_Client_Error(ZTInt_String_Format("%s: the result address is NULL", call));
+    return -1;
+}
+
 void ZTInt_Set_Client_Error(const char* text)
 {
     Adopt_Client_Error(text != nullptr ? ZTInt_String_New(text) : nullptr);

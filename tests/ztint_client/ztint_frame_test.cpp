@@ -18,6 +18,7 @@
 #include "ztint_client/ztint_call_table.h"
 #include "ztint_client/ztint_client.h"
 #include "ztint_opcodes.h"
+#include "ztint_utils/ztint_objects.h"
 
 namespace {
 
@@ -31,11 +32,13 @@ using Outcome = std::pair<int32_t, std::string>;
 // ZTZentrak_EchoString of "hello" on a Zentrak handle: the status and the result.
 Outcome Echo_Hello()
 {
-    ZTInt_obj_struct handle = Zentrak_Record();
+    const ZTInt_obj_struct record = Zentrak_Record();
+    ZTInt_obj_struct* handle = ZTInt_obj_New(&record);
     char* text = reinterpret_cast<char*>(1);  // must be overwritten
-    const int32_t status = ZTZentrak_EchoString(reinterpret_cast<ZTZentrak*>(&handle), &text, "hello");
+    const int32_t status = ZTZentrak_EchoString(reinterpret_cast<ZTZentrak*>(handle), &text, "hello");
     Outcome outcome{status, text != nullptr ? text : "<null>"};
     ZTInt_String_Free(text);
+    ZTInt_obj_Free(handle);
     return outcome;
 }
 
