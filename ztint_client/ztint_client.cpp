@@ -1,12 +1,17 @@
 #include "ztint_client/ztint_client.h"
 #include "ztint_client/ztint_special.h"
 
+#include <pthread.h>
+#include <unistd.h>
+
+#include <atomic>
 #include <cstdlib>
 
 #include "foundation/base/fnd_string.h"
 #include "ztcoreutil/addiagnostic.h"
 #include "ztint_base/ztint_assert.h"
 #include "ztint_base/ztint_strings.h"
+#include "ztint_utils/ztint_call.h"
 #include "ztint_utils/ztint_text.h"
 
 ZTInt_Connection* The_Connection = nullptr;
@@ -43,6 +48,50 @@ void Trace_Call(int procedure)
     ZTInt_String_Free(what);
 }
 
+// Misuse that would corrupt the one connection is refused instead: a call entering
+// while another thread's call is in flight, and a call of a child made by fork on the
+// connection it shares with its parent.
+std::atomic<bool> Call_In_Flight{false};
+thread_local int Call_Depth = 0;  // the startup call nests in the first call
+thread_local bool Refused_While_Busy = false;
+bool Inherited_By_Fork = false;
+bool Fork_Handler_Installed = false;
+
+constexpr const char kBusyText[] =
+    "ztint: a call was made while another thread's call was in flight; calls on the "
+    "process's one connection must not overlap";
+
+void On_Fork_In_Child()
+{
+    if (The_Connection != nullptr && The_Connection->State != ZTInt_Connection_State_Nil)
+        Inherited_By_Fork = true;
+    My_Pid = -1;  // the child's own pid goes into its calls
+}
+
+// Holds the connection for one call of this thread; false if another thread has it.
+class Call_Guard {
+public:
+    Call_Guard()
+    {
+        if (Call_Depth == 0 && Call_In_Flight.exchange(true, std::memory_order_acquire)) {
+            Refused_While_Busy = true;
+            Held = false;
+            return;
+        }
+        if (Call_Depth == 0)
+            Refused_While_Busy = false;
+        ++Call_Depth;
+    }
+    ~Call_Guard()
+    {
+        if (Held && --Call_Depth == 0)
+            Call_In_Flight.store(false, std::memory_order_release);
+    }
+    Call_Guard(const Call_Guard&) = delete;
+    Call_Guard& operator=(const Call_Guard&) = delete;
+    bool Held = true;
+};
+
 // Takes over text (which may be NULL) as the slot's text.
 void Adopt_Client_Error(char* text)
 {
@@ -61,6 +110,9 @@ bool Usable(const ZTInt_Connection* connection)
 // startup call nested in this first call. The slot tells what went wrong.
 void Open(ZTInt_Connection* connection)
 {
+    if (!Fork_Handler_Installed)
+        Fork_Handler_Installed = pthread_atfork(nullptr, nullptr, On_Fork_In_Child) == 0;
+    Inherited_By_Fork = false;
     char* name = nullptr;
     char* error = nullptr;
     if (ZTInt_Create_Connection_Un(connection, &name, &error, 1) != 0) {
@@ -124,9 +176,20 @@ ZTInt_Connection* ZTInt_Get_Connection()
 int ZTInt_client_Call(ZTInt_Connection** connection, ZTInt_msg_struct** message, int procedure,
                       int count, const ZTInt_rpc_type* types, const void* const* values)
 {
+    *message = nullptr;
+    *connection = nullptr;
+    const Call_Guard guard;
+    if (!guard.Held)
+        return 0;  // the slot belongs to the other call; this thread's text is kBusyText
+    if (Inherited_By_Fork && ZTInt_client_Connection_Record()->State != ZTInt_Connection_State_Nil) {
+        Adopt_Client_Error(ZTInt_String_Format(
+            "ztint: process %d inherited its connection from its parent through fork; close it "
+            "with ZTInt_Close_Connection to open one of its own",
+            static_cast<int>(getpid())));
+        return 0;
+    }
     char* remembered = Client_Error;
     Client_Error = nullptr;
-    *message = nullptr;
     *connection = Find_Connection();
     const bool atomic =
         *connection != nullptr && (*connection)->Type == ZTInt_Connection_Type_Startup;
@@ -212,6 +275,10 @@ void ZTInt_Set_Client_Error(const char* text)
 
 int ZTInt_Get_Client_Error(char** text)
 {
+    if (Refused_While_Busy) {
+        *text = ZTInt_String_New(kBusyText);
+        return 1;
+    }
     if (Client_Error == nullptr)
         return 0;
     *text = ZTInt_String_New(Client_Error);

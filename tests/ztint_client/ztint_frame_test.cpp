@@ -6,7 +6,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -152,6 +155,46 @@ TEST_F(Frame, AFullHandleTableFailsTheCallAndTheProcessGoesOn)
     ZTInt_obj_Free(held.back());
     EXPECT_EQ(Build(&built), 0);
     EXPECT_EQ(built, held.back());
+}
+
+// Two threads on the one connection would interleave their messages and corrupt the
+// heap; the second call is refused, with a text in its own thread, and the first goes on.
+TEST_F(Frame, ACallWhileAnotherThreadsCallIsInFlightIsRefused)
+{
+    std::atomic<bool> answering{false};
+    peer.Set_Responder([&](const ZTInt_Test_Call& call, std::vector<ZTInt_Test_Value>& results) {
+        answering = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        ZTInt_Test_Peer::Echo(call, results);
+    });
+    const ZTInt_obj_struct record = Zentrak_Record();
+    auto* zentrak = reinterpret_cast<ZTZentrak*>(ZTInt_obj_New(&record));
+    auto echo = [zentrak](const char* what) {
+        char* text = nullptr;
+        const int32_t status = ZTZentrak_EchoString(zentrak, &text, what);
+        Outcome outcome{status, text != nullptr ? text : "<null>"};
+        ZTInt_String_Free(text);
+        return outcome;
+    };
+    Outcome first, second;
+    std::string second_text;
+    std::thread caller([&] { first = echo("first"); });
+    while (!answering)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    std::thread other([&] {
+        second = echo("second");
+        second_text = Slot();
+    });
+    other.join();
+    caller.join();
+    EXPECT_EQ(first, Outcome(0, "first"));
+    EXPECT_EQ(second, Outcome(-1, "<null>"));
+    EXPECT_EQ(second_text,
+              "ztint: a call was made while another thread's call was in flight; calls on the "
+              "process's one connection must not overlap");
+    EXPECT_EQ(peer.Call_Count(), 1u);
+    peer.Set_Responder(ZTInt_Test_Peer::Echo);
+    EXPECT_EQ(echo("third"), Outcome(0, "third"));
 }
 
 TEST(FrameWithoutServer, OpeningFailsOnceThenTheStateStaysError)
