@@ -8,6 +8,7 @@
 #include <cstdlib>
 
 #include "foundation/base/fnd_string.h"
+#include "foundation/host/hst_switches.h"
 #include "ztcoreutil/addiagnostic.h"
 #include "ztint_base/ztint_assert.h"
 #include "ztint_base/ztint_strings.h"
@@ -55,6 +56,7 @@ std::atomic<bool> Call_In_Flight{false};
 thread_local int Call_Depth = 0;  // the startup call nests in the first call
 thread_local bool Refused_While_Busy = false;
 bool Inherited_By_Fork = false;
+
 bool Fork_Handler_Installed = false;
 
 constexpr const char kBusyText[] =
@@ -91,6 +93,34 @@ public:
     Call_Guard& operator=(const Call_Guard&) = delete;
     bool Held = true;
 };
+
+// The opt-in bound of a whole call, from the switch CALL_TIMEOUT: whole seconds from 1
+// to a day; anything else leaves calls unbounded (-1).
+int Read_Call_Timeout_Ms()
+{
+    const Fnd_String& text = Hst_Switches::Call_Timeout_Switch_Value();
+    long seconds = 0;
+    for (long i = 0; i < text.Get_Length(); ++i) {
+        const Code_Unit unit = text[i];
+        if (unit < u'0' || unit > u'9' || seconds > 86400)
+            return -1;
+        seconds = seconds * 10 + (unit - u'0');
+    }
+    return seconds >= 1 && seconds <= 86400 ? static_cast<int>(seconds * 1000) : -1;
+}
+
+// The bounds of the wait for an answer: the startup call is answered at once by a
+// server that works; any other call may take as long as its work, unless the caller
+// set a bound for whole calls.
+ZTInt_transport_Limits Answer_Limits(bool startup)
+{
+    ZTInt_transport_Limits limits;
+    limits.Stall_Ms = ZTInt_Message_Timeout_Milliseconds();
+    limits.Header_Ms = startup ? limits.Stall_Ms : -1;
+    limits.Whole_Ms = Read_Call_Timeout_Ms();
+    limits.Whole_Name = "ZT_CALL_TIMEOUT";
+    return limits;
+}
 
 // Takes over text (which may be NULL) as the slot's text.
 void Adopt_Client_Error(char* text)
@@ -202,7 +232,8 @@ int ZTInt_client_Call(ZTInt_Connection** connection, ZTInt_msg_struct** message,
     }
     if (received) {
         Trace("rply", "wait");
-        received = ZTInt_do_Call_Recv(*connection, ZTInt_Set_Client_Error, message);
+        received = ZTInt_do_Call_Recv(*connection, ZTInt_Set_Client_Error, message,
+                                      Answer_Limits(atomic));
         if (!received)
             Trace("rply", "fail");
     }

@@ -33,6 +33,7 @@ constexpr long kOpenNoDelay = 8;
 
 ZTInt_Connection_Opener The_Opener = nullptr;
 int Accept_Timeout_Ms = 10 * 1000;
+int Message_Timeout_Ms = 30 * 1000;
 
 const char16_t* const Type_Images[] = {u"nil",     u"point",  u"startup",
                                        u"shutdown", u"server", u"client"};
@@ -208,6 +209,16 @@ int ZTInt_Accept_Timeout_Milliseconds()
 void ZTInt_Set_Accept_Timeout_Milliseconds(int milliseconds)
 {
     Accept_Timeout_Ms = milliseconds;
+}
+
+int ZTInt_Message_Timeout_Milliseconds()
+{
+    return Message_Timeout_Ms;
+}
+
+void ZTInt_Set_Message_Timeout_Milliseconds(int milliseconds)
+{
+    Message_Timeout_Ms = milliseconds;
 }
 
 void ZTInt_Server_Connection_Name(char** name)

@@ -45,6 +45,10 @@ public:
     static const Fnd_String& Architecture_Switch_Name();
     static const Fnd_String& Architecture_Switch_Value();
     static const Fnd_String& Base_Dir_Switch_Value();
+    // CALL_TIMEOUT: seconds a call of the RPC core may wait for its answer; empty (the
+    // default) for as long as it takes.
+    static const Fnd_String& Call_Timeout_Switch_Name();
+    static const Fnd_String& Call_Timeout_Switch_Value();
     static const Fnd_String& Databases_Switch_Name();
     static const Fnd_String& Databases_Switch_Value();
     static const Fnd_String& Db_Driver_Switch_Name();

@@ -197,6 +197,33 @@ TEST_F(Frame, ACallWhileAnotherThreadsCallIsInFlightIsRefused)
     EXPECT_EQ(echo("third"), Outcome(0, "third"));
 }
 
+// An answer that stops coming fails the call once the bound for the rest of it has run
+// out; a caller's bound for whole calls (ZT_CALL_TIMEOUT) ends the wait for an answer
+// that never starts. Without it, that wait has no bound.
+TEST_F(Frame, AnAnswerThatStallsOrNeverComesEndsWithinItsBound)
+{
+    const int saved = ZTInt_Message_Timeout_Milliseconds();
+    ZTInt_Set_Message_Timeout_Milliseconds(200);
+    peer.Set_Fault(ZTInt_Test_Fault::Stall_Mid_Message);
+    EXPECT_EQ(Echo_Hello(), Outcome(-1, "<null>"));
+    EXPECT_EQ(Slot(), "ztintsvr RPC protocol error: the server sent 39 of the 47 bytes of its "
+                      "answer and then nothing for 200 ms");
+    ZTInt_Set_Message_Timeout_Milliseconds(saved);
+
+    ZTInt_Test_Peer fresh;  // the stalled connection is out of step: a new peer
+    fresh.Install();
+    setenv("ZT_CALL_TIMEOUT", "1", 1);
+    Hst_Switches::Clear_Cache();
+    fresh.Set_Fault(ZTInt_Test_Fault::No_Reply);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Echo_Hello(), Outcome(-1, "<null>"));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_EQ(Slot(), "ztintsvr RPC protocol error: the server sent no answer within 1 second "
+                      "(ZT_CALL_TIMEOUT)");
+    unsetenv("ZT_CALL_TIMEOUT");
+    Hst_Switches::Clear_Cache();
+}
+
 TEST(FrameWithoutServer, OpeningFailsOnceThenTheStateStaysError)
 {
     // A pipe of its own, and a product home with no server to start: a server of the
