@@ -127,6 +127,29 @@ TEST_F(Tchar, NumbersStopAtTheFirstForeignUnit) {
     EXPECT_EQ(errno, ERANGE);
 }
 
+// A base the C library rejects reads nothing: the end is the text itself, the value 0
+// and errno EINVAL, as strtol gives them.
+TEST_F(Tchar, UnsupportedBasesReadNothing) {
+    const std::u16string texts[] = {u"", u"12", u"  -7z", u"0x1F"};
+    for (int base : {-1, 1, 37, 64, INT_MIN, INT_MAX}) {
+        for (const std::u16string& text : texts) {
+            SCOPED_TRACE(testing::Message() << "base " << base << ", length " << text.size());
+            Code_Unit* end = reinterpret_cast<Code_Unit*>(0x10);  // must be overwritten
+            errno = 0;
+            EXPECT_EQ(_tcstol(text.c_str(), &end, base), 0);
+            EXPECT_EQ(end, text.c_str());
+            EXPECT_EQ(errno, EINVAL);
+            end = reinterpret_cast<Code_Unit*>(0x10);
+            EXPECT_EQ(_tcstoul(text.c_str(), &end, base), 0u);
+            EXPECT_EQ(end, text.c_str());
+        }
+    }
+    Code_Unit* end = reinterpret_cast<Code_Unit*>(0x10);
+    EXPECT_EQ(_tcstol(nullptr, &end, 10), 0);
+    EXPECT_EQ(end, nullptr);
+    EXPECT_EQ(_tcstod(nullptr, nullptr), 0.0);
+}
+
 TEST_F(Tchar, LongToText) {
     const std::tuple<long, int, std::u16string> cases[] = {
         {-255, 10, u"-255"}, {255, 16, u"FF"}, {5, 2, u"101"},   {35, 36, u"Z"},

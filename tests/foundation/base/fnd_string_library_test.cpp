@@ -120,6 +120,22 @@ TEST_F(FndStringLibrary, NumbersFromIterators) {
     EXPECT_EQ(end.Position, 0);
 }
 
+// A base the parsers reject reads nothing: 0, and the end stays at the start.
+TEST_F(FndStringLibrary, NumbersWithAnUnsupportedBaseReadNothing) {
+    Fnd_String text(u"x12 ");
+    for (int base : {-1, 1, 37, 64}) {
+        SCOPED_TRACE(base);
+        const Const_Fnd_String_Iterator from(&text, 1);
+        Const_Fnd_String_Iterator end;
+        EXPECT_EQ(Lib::To_Long(from, &end, base), 0);
+        EXPECT_EQ(end, from);
+        end = Const_Fnd_String_Iterator();
+        EXPECT_EQ(Lib::To_Unsigned_Long(from, &end, base), 0u);
+        EXPECT_EQ(end, from);
+        EXPECT_EQ(Lib::To_Long(from, nullptr, base), 0);
+    }
+}
+
 TEST_F(FndStringLibrary, ToStringByBase) {
     const struct {
         long Value, Base, Prefix;
