@@ -554,6 +554,17 @@ long Hash_Units(const Code_Unit* Text, unsigned long Count, uint32_t Start) {
 
 }  // namespace
 
+namespace {
+
+// The start value of a range's hash, Last - First + 1 in 32 bits, computed without
+// overflow for any Last.
+uint32_t Range_Start(long First, long Last) {
+    return static_cast<uint32_t>(static_cast<unsigned long>(Last) -
+                                 static_cast<unsigned long>(First) + 1);
+}
+
+}  // namespace
+
 long Fnd_Char_Buffer::Hash() const {
     return Hash_Units(Data, Size, static_cast<uint32_t>(Size));
 }
@@ -563,7 +574,7 @@ long Fnd_Char_Buffer::Hash(long First, long Last) const {
     long stop = Last < static_cast<long>(Size) ? Last : static_cast<long>(Size) - 1;
     unsigned long count = stop >= First ? static_cast<unsigned long>(stop - First + 1) : 0;
     return Hash_Units(Data + (count ? First : 0), count,
-                      static_cast<uint32_t>(Last - First + 1));
+                      Range_Start(First, Last));
 }
 
 long Fnd_Char_Buffer::Hash(const Code_Unit* Text) {
@@ -578,7 +589,7 @@ long Fnd_Char_Buffer::Hash(const Code_Unit* Text) {
 // lie in the text (its terminator included).
 long Fnd_Char_Buffer::Hash(const Code_Unit* Text, long First, long Last) {
     if (First < 0) First = 0;
-    const auto start = static_cast<uint32_t>(Last - First + 1);
+    const uint32_t start = Range_Start(First, Last);
     if (!Text || Last < First) return static_cast<int32_t>(start);
     long end = First;  // the terminator, or Last + 1 if that comes first
     while (end <= Last && Text[end] != 0) ++end;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -187,6 +188,12 @@ TEST(FndCharBuffer, HashOfARangeReadsNothingBehindTheTerminator) {
                           Buf::Hash(padded.c_str(), first, last));
             }
         }
+        // A Last at the top of the long range: the start value wraps to 32 bits (both
+        // start as 0 here) instead of overflowing.
+        EXPECT_EQ(Buf::Hash(guarded.Data(), 0, LONG_MAX),
+                  Buf::Hash(guarded.Data(), 0, 0xFFFFFFFFL));
+        Buf whole(text.c_str());
+        EXPECT_EQ(whole.Hash(0, LONG_MAX), whole.Hash(0, 0xFFFFFFFFL));
     }
 }
 
