@@ -49,6 +49,10 @@ Code_Unit Swapped_Conversion(Code_Unit Unit) {
 }  // namespace
 
 void PrepFormat::preprocessFormat(const Code_Unit* Format) {
+    // One allocation for the copy, the "l"s inserted into it and the guard units of
+    // Icu_Format.
+    const long length = Format ? u_strlen(Format) : 0;
+    Ensure_Storage(length + length / 2 + Format_Guard_Units + 1);
     Fnd_String::operator=(Format ? Format : u"");
     Length = Get_Length();
     Index = 0;
