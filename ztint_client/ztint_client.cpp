@@ -148,9 +148,15 @@ void Open(ZTInt_Connection* connection)
     if (ZTInt_Create_Connection_Un(connection, &name, &error, 1) != 0) {
         Adopt_Client_Error(error);
         error = nullptr;
-    } else if (ZTInt_Special_Startup_Stub(name) == 0) {
+    } else if (const int32_t status = ZTInt_Special_Startup_Stub(name); status == 0) {
         ZTInt_Change_Startup_to_Client(connection);
     } else {
+        // A server that answered refused this client; the one reason it has is its limit.
+        if (Client_Error == nullptr)
+            Adopt_Client_Error(ZTInt_String_Format(
+                "ztintsvr: the server refused this client (startup status %d): it serves as "
+                "many clients at once as ZT_SERVER_MAX_CLIENTS allows",
+                static_cast<int>(status)));
         ZTInt_Close_Connection(connection);
     }
     ZTInt_String_Free(name);

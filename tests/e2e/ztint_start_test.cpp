@@ -191,6 +191,8 @@ TEST_F(Ztint_Start_Test, ARefusedStartupClosesAndTheNextCallOpensAnew)
     ZTZentrak* zentrak = nullptr;
     EXPECT_EQ(ZTZentrak_Build(&zentrak), -1);
     EXPECT_EQ(ZTInt_client_Connection_Record()->State, ZTInt_Connection_State_Nil);
+    EXPECT_EQ(Server_Error(), "ztintsvr: the server refused this client (startup status -1): it "
+                              "serves as many clients at once as ZT_SERVER_MAX_CLIENTS allows");
 
     ASSERT_EQ(write(to_child[1], "x", 1), 1);
     int status = 0;

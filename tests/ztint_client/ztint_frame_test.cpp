@@ -224,6 +224,21 @@ TEST_F(Frame, AnAnswerThatStallsOrNeverComesEndsWithinItsBound)
     Hst_Switches::Clear_Cache();
 }
 
+// A call too large to encode says so, and nothing goes on the wire.
+TEST_F(Frame, ACallTooLargeToEncodeSaysWhy)
+{
+    const ZTInt_obj_struct record = Zentrak_Record();
+    auto* zentrak = reinterpret_cast<ZTZentrak*>(ZTInt_obj_New(&record));
+    const std::string huge(64 * 1024 * 1024, 'x');
+    char* text = nullptr;
+    EXPECT_EQ(ZTZentrak_EchoString(zentrak, &text, huge.c_str()), -1);
+    EXPECT_EQ(text, nullptr);
+    EXPECT_EQ(Slot(), "ztintsvr RPC protocol error: ztintsvr encode: data size 67108882 exceeds "
+                      "the limit of 67108864 bytes");
+    EXPECT_EQ(peer.Call_Count(), 0u);
+    ZTInt_obj_Free(reinterpret_cast<ZTInt_obj_struct*>(zentrak));
+}
+
 TEST(FrameWithoutServer, OpeningFailsOnceThenTheStateStaysError)
 {
     // A pipe of its own, and a product home with no server to start: a server of the
