@@ -14,6 +14,7 @@
 #include "ztint_string.h"
 #include "ztint_utils/ztint_connect.h"
 #include "ztint_utils/ztint_message.h"
+#include "ztint_utils/ztint_private_files.h"
 #include "ztint_utils/ztint_text.h"
 #include "ztint_utils/ztint_transport.h"
 
@@ -66,6 +67,16 @@ void Restrict_To_Owner(int fd, const Fnd_String& path, Fnd_Condition& condition)
 int ZTInt_Create_Connection_Point(ZTInt_Connection* point, char** error)
 {
     ZTInt_Connection_Initialize(point);
+    char* narrow = nullptr;
+    ZTInt_Server_Connection_Name(&narrow);
+    std::string problem = ZTInt_Server_User_Problem();
+    if (problem.empty())
+        problem = ZTInt_Private_File_Problem(narrow, S_IFIFO, "server's pipe");
+    ZTInt_String_Free(narrow);
+    if (!problem.empty()) {
+        *error = ZTInt_String_New(problem.c_str());
+        return -1;
+    }
     const Fnd_String path = Pipe_Path();
     Fnd_Condition condition;
     int fd = kInvalid;
