@@ -61,14 +61,19 @@ Fnd_String Labelled(bool Labels, const Code_Unit* Label, long Value) {
     return text;
 }
 
-// One write on a descriptor, after waiting a bounded time for room.
-void Write_Bounded(int Descriptor, const std::string& Bytes) {
+// Whether the descriptor takes a write within the bounded wait.
+bool Writable(int Descriptor) {
     pollfd poll_entry{Descriptor, POLLOUT, 0};
     int ready = 0;
     do {
         ready = ::poll(&poll_entry, 1, Write_Wait_Milliseconds);
     } while (ready < 0 && errno == EINTR);
-    if (ready <= 0 || (poll_entry.revents & (POLLERR | POLLNVAL))) return;
+    return ready > 0 && !(poll_entry.revents & (POLLERR | POLLNVAL));
+}
+
+// One write on a descriptor, after waiting a bounded time for room.
+void Write_Bounded(int Descriptor, const std::string& Bytes) {
+    if (!Writable(Descriptor)) return;
     ssize_t written = 0;
     do {
         written = ::write(Descriptor, Bytes.data(), Bytes.size());
@@ -149,6 +154,7 @@ void AdDiagnostic::Write_Line(const Fnd_String& Line) {
         break;
     case AdDest_Cout:
     case AdDest_Cerr: {
+        if (!Writable(m_DestinationKind == AdDest_Cout ? 1 : 2)) break;
         ztostream& stream = m_DestinationKind == AdDest_Cout ? get_ztcout() : get_ztcerr();
         stream.write(Line.Data(), Line.Get_Length());
         stream.flush();

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <deque>
 #include <filesystem>
@@ -304,6 +305,24 @@ TEST_F(AdDiagnostic_Engine, DescriptorDestinationWritesWholeLines) {
     AdDiagnostic::PutSeparator(false, 3);
     EXPECT_EQ(captured.Bytes(), "p [ZT] x: y\np [ZT] L\np [ZT] L: d (detail)\npplain\nbare\n" +
                                     std::string(64, '-') + "\n");
+}
+
+TEST_F(AdDiagnostic_Engine, AFullPipeDoesNotHoldTheHost) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_NONBLOCK), 0);
+    std::string block(4096, 'x');
+    while (write(ends[1], block.data(), block.size()) > 0) {
+    }
+    fcntl(ends[1], F_SETFL, 0);  // blocking again, as a host's standard output would be
+    const int saved = dup(1);
+    ASSERT_EQ(dup2(ends[1], 1), 1);
+    Configure({{"ZT_DIAG_OUTPUT", "out"}});
+    const auto start = std::chrono::steady_clock::now();
+    AdDiagnostic::Report(u"dropped");
+    const auto waited = std::chrono::steady_clock::now() - start;
+    dup2(saved, 1);
+    for (int fd : {saved, ends[0], ends[1]}) close(fd);
+    EXPECT_LT(waited, std::chrono::seconds(10));
 }
 
 TEST_F(AdDiagnostic_Engine, RuntimeResetFollowsTheEnvironment) {
