@@ -147,6 +147,11 @@ void AdDiagnostic::CloseAuxiliary() {
 
 // ---- Lines
 void AdDiagnostic::Write_Line(const Fnd_String& Line) {
+    // A destination that reports diagnostics of its own while it writes (the log
+    // stream looking up a catalog, say) would write into itself: such lines are dropped.
+    static bool Writing = false;
+    if (Writing) return;
+    Writing = true;
     switch (m_DestinationKind) {
     case AdDest_Out:
     case AdDest_Err:
@@ -182,6 +187,7 @@ void AdDiagnostic::Write_Line(const Fnd_String& Line) {
     default:
         break;
     }
+    Writing = false;
 }
 
 void AdDiagnostic::Do_PutLine(const Fnd_String& Prefix, const Fnd_String& Text) {

@@ -22,6 +22,7 @@
 #include "tests/support/ztint_captured_fd.h"
 #include "tests/support/ztint_temp_dir.h"
 #include "tests/support/ztint_test_text.h"
+#include "foundation/textio/tio_streams.h"
 #include "ztcoreutil/addiagnostic.h"
 
 namespace {
@@ -305,6 +306,37 @@ TEST_F(AdDiagnostic_Engine, DescriptorDestinationWritesWholeLines) {
     AdDiagnostic::PutSeparator(false, 3);
     EXPECT_EQ(captured.Bytes(), "p [ZT] x: y\np [ZT] L\np [ZT] L: d (detail)\npplain\nbare\n" +
                                     std::string(64, '-') + "\n");
+}
+
+// A destination of the text streams that keeps what it gets.
+class Kept_Lines : public Tio_Text_Output_Base {
+    FND_OBJECT_MEMBERS(Kept_Lines, Tio_Text_Output_Base)
+public:
+    explicit Kept_Lines(std::u16string& Into) : Into(Into) {}
+    long Do_Put(const Fnd_String& Line, long New_Line) override {
+        Into += Text(Line) + (New_Line ? u"\n" : u"");
+        return 1;
+    }
+    std::u16string& Into;
+};
+
+TEST_F(AdDiagnostic_Engine, TextStreamDestinations) {
+    std::u16string kept;
+    Tio_Out.Push_Destination(new Kept_Lines(kept));
+    Configure({{"ZT_DIAG_OUTPUT", "tio_out"}});
+    AdDiagnostic::Report(u"to", u"Tio_Out");
+    EXPECT_EQ(kept, u"[ZT] to: Tio_Out\n");
+    // The log stream writes a line of kind 3 (debug), which its policy must let out.
+    kept.clear();
+    const Tio_Log_Policy saved = Tio_Log.Policy();
+    Tio_Log_Policy policy(0, 0);
+    policy.Set_Output_Filter(Fnd_Debug_Msg, 1);
+    Tio_Log.Set_Policy(policy);
+    Configure({{"ZT_DIAG_OUTPUT", "tio_log"}});
+    AdDiagnostic::Report(u"to", u"Tio_Log");
+    EXPECT_EQ(kept, u"[ZT] to: Tio_Log\n");
+    Tio_Log.Set_Policy(saved);
+    Tio_Out.Pop_Destination();
 }
 
 TEST_F(AdDiagnostic_Engine, AFullPipeDoesNotHoldTheHost) {
