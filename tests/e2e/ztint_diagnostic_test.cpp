@@ -68,13 +68,21 @@ protected:
 TEST_F(Ztint_Diagnostic_Test, TheFrameLinesOfOneCallInOrder) {
     const std::string output = Dir + "/diag.log";
     setenv("ZT_DIAG_OUTPUT", output.c_str(), 1);
+    setenv("ZT_DIAG_TRACE", "ZTINTSVR;PROCESS=1", 1);
     AdDiagnostic::ResetDiagnosticFlags(1);
     Call();
     const std::vector<std::string> lines = Lines_Of(output);
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ(lines[0].rfind("[ZT] Diagnostic start time is ", 0), 0u) << lines[0];
-    EXPECT_NE(std::find(lines.begin(), lines.end(), "[ZT]    ZT_DIAG_TRACE = ZTINTSVR"),
+    EXPECT_NE(std::find(lines.begin(), lines.end(), "[ZT]    ZT_DIAG_TRACE = ZTINTSVR;PROCESS=1"),
               lines.end());
+    // The server start runs the start command through the process layer, before the
+    // startup call.
+    const auto run = std::find(lines.begin(), lines.end(),
+                               "[ZT] Hst_Process::Run: " + Home + "/bin/ztintsvr start");
+    ASSERT_NE(run, lines.end());
+    EXPECT_EQ(*(run + 1), "[ZT] Hst_Process::Run: Exit_Status: 0");
+    EXPECT_EQ(*(run + 2), Expected_Frame_Lines[0]);
     EXPECT_NE(std::find_if(lines.begin(), lines.end(),
                            [](const std::string& line) {
                                return line.rfind("[ZT] ztintsvr: connection name: ", 0) == 0;
