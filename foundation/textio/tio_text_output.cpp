@@ -4,6 +4,7 @@
 
 #include "foundation/base/fnd_assert.h"
 #include "foundation/base/fnd_string_library.h"
+#include "foundation/base/fnd_trace.h"
 #include "foundation/streams/ztconsole.h"
 
 namespace {
@@ -131,24 +132,39 @@ Tio_Text_Output_Base* Tio_Text_Output_Stream::Get_Destination() {
     return Destination.get();
 }
 
+namespace {
+Fnd_String Name_Of(const Tio_Text_Output_Base* Destination) {
+    return Fnd_String(Destination ? Destination->Object_Type() : u"null");
+}
+}  // namespace
+
+void Tio_Text_Output_Stream::Trace(const Code_Unit* Label, const Fnd_String& Text) const {
+    if (trace >= 3) Fnd_Trace_Line(u"Tio_Text_Output_Stream", Label + Text);
+}
+
 void Tio_Text_Output_Stream::Set_Destination(Tio_Text_Output_Base* Destination) {
+    Trace(u" Set_Destination ", Name_Of(Destination));
     if (Destination == this->Destination.get()) return;
     this->Destination.reset(Destination);
 }
 
 void Tio_Text_Output_Stream::Push_Destination(Tio_Text_Output_Base* Destination) {
+    Trace(u" Push_Destination ", Name_Of(Destination));
     if (this->Destination) Stack.push_back(std::move(this->Destination));
     this->Destination.reset(Destination);
 }
 
 void Tio_Text_Output_Stream::Pop_Destination() {
     Destination.reset();
-    if (Stack.empty()) return;
-    Destination = std::move(Stack.back());
-    Stack.pop_back();
+    if (!Stack.empty()) {
+        Destination = std::move(Stack.back());
+        Stack.pop_back();
+    }
+    Trace(u" Pop_Destination", u" newtop: " + Name_Of(Destination.get()));
 }
 
 void Tio_Text_Output_Stream::Close_Destinations() {
+    Trace(u" Close_Destinations", Fnd_String());
     Destination.reset();
     while (!Stack.empty()) Stack.pop_back();  // from the top
 }
@@ -170,5 +186,6 @@ long Tio_Text_Output_Stream::Is_Redirected() const {
 }
 
 long Tio_Text_Output_Stream::Do_Put(const Fnd_String& Text, long New_Line) {
+    Trace(u" Do_Put ", Text);
     return Get_Destination()->Do_Put(Text, New_Line);
 }

@@ -99,9 +99,12 @@ public:
     long Do_Put(const Fnd_String& Text, long New_Line) override;
 
     long Standard_Out;
+    // At 3 or above, destination changes and writes print a trace line on the console.
+    static inline int32_t trace = 0;
 
 private:
     bool Is_Console_Out() const;
+    void Trace(const Code_Unit* Label, const Fnd_String& Text) const;
 
     std::unique_ptr<Tio_Text_Output_Base> Destination;
     std::vector<std::unique_ptr<Tio_Text_Output_Base>> Stack;

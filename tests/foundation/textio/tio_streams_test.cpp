@@ -14,6 +14,7 @@
 #include <fcntl.h>
 
 #include "foundation/base/fnd_base_errors.h"
+#include "foundation/host/hst_process.h"
 #include "foundation/host/hst_switches.h"
 #include "foundation/streams/ztconsole.h"
 #include "foundation/streams/ztfstream.h"
@@ -84,6 +85,44 @@ TEST(Tio_Output_Stack, PushPopAndClose) {
     stream.Close_Destinations();
     EXPECT_EQ(destroyed, 4);
     EXPECT_EQ(stream.Stack_Size(), 0);
+}
+
+TEST(Tio_Output_Stack, TraceLinesAtLevelThree) {
+    ZTInt_Captured_Fd out(1);
+    Tio_Text_Output_Stream stream(0);
+    Tio_Text_Output_Stream::trace = 3;
+    stream.Push_Destination(new Recorder());
+    stream.Put(Fnd_String(u"x"));
+    stream.Pop_Destination();
+    stream.Close_Destinations();
+    Tio_Text_Output_Stream::trace = 0;
+    EXPECT_EQ(out.Bytes(),
+              "==> Tio_Text_Output_Stream:  Push_Destination Recorder\n"
+              "==> Tio_Text_Output_Stream:  Do_Put x\n"
+              "==> Tio_Text_Output_Stream:  Pop_Destination newtop: null\n"
+              "==> Tio_Text_Output_Stream:  Close_Destinations\n");
+}
+
+// A destination that says on standard error that it was destroyed.
+class Loud : public Tio_Text_Output_Base {
+    FND_OBJECT_MEMBERS(Loud, Tio_Text_Output_Base)
+public:
+    ~Loud() override { (void)!write(2, "closed\n", 7); }
+    long Do_Put(const Fnd_String&, long) override { return 1; }
+};
+
+TEST(Tio_Output_Stack, TerminateClosesEveryDestination) {
+    // The exit handler runs before the static streams are destroyed: the destinations
+    // must be gone before it.
+    EXPECT_EXIT(
+        {
+            std::atexit([] { (void)!write(2, "exit\n", 5); });
+            Tio_Err.Push_Destination(new Loud());
+            Tio_Err.Push_Destination(new Loud());
+            Tio_In.Set_Source(new Tio_Text_String_Input(u"x"));
+            Hst_Processes::Terminate(3);
+        },
+        ::testing::ExitedWithCode(3), "^closed\nclosed\nexit\n$");
 }
 
 TEST(Tio_Output_Stack, NewLineCounts) {
