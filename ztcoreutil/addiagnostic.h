@@ -158,7 +158,7 @@ public:
     static void Breakpoint(long Code);
 
     // ---- Control
-    static long GetDiagnosticName(Fnd_String& Name);
+    [[nodiscard]] static long GetDiagnosticName(Fnd_String& Name);
     static bool IsDiagnosticEnvVar(const Code_Unit* Name);
     static Fnd_String GetDiagnosticEnvVar(const Code_Unit* Name, bool Replace);
     static void SetDiagnosticEnvVar(const Code_Unit* Name, const Code_Unit* Value);

@@ -78,7 +78,7 @@ public:
     MxMessage& SetParam(const Code_Unit* Name, const Code_Unit* Value);
     MxMessage& SetParam(const Fnd_String& Name, const Fnd_String& Value);
     MxMessage& SetParam(const Code_Unit* Name, long Value);
-    long GetParam(const Fnd_String& Name, Fnd_String& Value) const;
+    [[nodiscard]] long GetParam(const Fnd_String& Name, Fnd_String& Value) const;
     const CMapStringToString& Params() const { return m_Params; }
 
     // The finished text: parameters replaced, or listed behind a fallback text.

@@ -24,14 +24,14 @@ public:
     // Reads Count units into Text, or with To_Line_End one line without its line feed.
     // 1 when anything (a line, even an empty one) was read; 0 at the end of the input
     // or on a failure, which Input_Condition then holds.
-    virtual long Do_Get(Fnd_String& Text, long Count, long To_Line_End) = 0;
+    [[nodiscard]] virtual long Do_Get(Fnd_String& Text, long Count, long To_Line_End) = 0;
 
     // One unit; code 0 unless exactly one came.
-    long Get(Fnd_Char& Unit);
+    [[nodiscard]] long Get(Fnd_Char& Unit);
     Fnd_Char Get();
-    long Get(Fnd_String& Text, long Count);
+    [[nodiscard]] long Get(Fnd_String& Text, long Count);
     Fnd_String Get(long Count);
-    long Get_Line(Fnd_String& Text);
+    [[nodiscard]] long Get_Line(Fnd_String& Text);
     Fnd_String Get_Line();
     void Transfer_Input_Condition(Fnd_Condition& Out);
 
