@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <ctime>
+#include <iosfwd>
 
 #include "foundation/base/fnd_code_unit.h"
 
@@ -191,3 +192,7 @@ void Hst_Free_File_Resources();
 // 1 if the file opens and is not empty. When it does not open, Too_Many tells whether
 // the process or the system ran out of descriptors.
 long Hst_Pre_Catalog_Open(const Fnd_String& Path, long& Too_Many);
+// The descriptor inside a 16-bit file stream; -1 for a stream over anything else or a
+// file that is not open.
+int Hst_Get_File_Descriptor_From_IStream(std::basic_istream<char16_t>& Stream);
+int Hst_Get_File_Descriptor_From_OStream(std::basic_ostream<char16_t>& Stream);
