@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "tests/e2e/ztint_e2e_fixture.h"
+#include "tests/support/ztint_sanitizer.h"
 #include "ztint.h"
 #include "ztint_opcodes.h"
 
@@ -147,7 +148,8 @@ TEST_F(Ztint_Logon_Cycle_Test, ThirtyThousandLogonsOfOneProcess)
     for (int i = 0; i < 29000; ++i)
         ASSERT_NO_FATAL_FAILURE(cycle()) << "cycle " << i + 1000;
     EXPECT_EQ(Open_Descriptors(), descriptors);
-    EXPECT_LT(Resident_Kilobytes() - resident, 1024);
+    if (!ZTInt_Test_Under_Asan)  // its quarantine holds freed memory for a while
+        EXPECT_LT(Resident_Kilobytes() - resident, 1024);
 }
 
 }  // namespace

@@ -7,21 +7,13 @@
 
 #include <cstddef>
 
+#include "tests/support/ztint_sanitizer.h"
 #include "tests/support/ztint_test_peer.h"
 #include "ztint.h"
 #include "ztint_utils/ztint_objects.h"
 #include "ztint_base/ztint_strings.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define ZTINT_COUNTS_MALLOC 0
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define ZTINT_COUNTS_MALLOC 0
-#endif
-#endif
-#ifndef ZTINT_COUNTS_MALLOC
-#define ZTINT_COUNTS_MALLOC 1
-#endif
+#define ZTINT_COUNTS_MALLOC (!ZTINT_TEST_UNDER_ASAN)
 
 namespace {
 thread_local bool Counting = false;
