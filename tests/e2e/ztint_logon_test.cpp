@@ -148,8 +148,9 @@ TEST_F(Ztint_Logon_Cycle_Test, ThirtyThousandLogonsOfOneProcess)
     for (int i = 0; i < 29000; ++i)
         ASSERT_NO_FATAL_FAILURE(cycle()) << "cycle " << i + 1000;
     EXPECT_EQ(Open_Descriptors(), descriptors);
-    if (!ZTInt_Test_Under_Asan)  // its quarantine holds freed memory for a while
+    if (!ZTInt_Test_Under_Asan) {  // its quarantine holds freed memory for a while
         EXPECT_LT(Resident_Kilobytes() - resident, 1024);
+    }
 }
 
 }  // namespace
