@@ -16,7 +16,7 @@
 namespace {
 
 constexpr long Child_Process_Diagnostic = 50;
-constexpr long Pipe_Buffer_Capacity = 1024;
+constexpr long Pipe_Buffer_Capacity = 65536;
 
 void Diagnose(const Code_Unit* Label, const Fnd_String& Text) {
     if (AdDiagnostic::m_DiagnosticFlags[Child_Process_Diagnostic] != 0 &&

@@ -1,6 +1,9 @@
 #include "foundation/host/hst_file_buffer.h"
 
 #include <poll.h>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <unistd.h>
 
 #include <algorithm>
@@ -28,17 +31,49 @@ bool Diagnosing(long Bit) {
            AdDiagnostic::IsEnabled(File_Buffer_Diagnostic, Bit, 1);
 }
 
-// Lines are mostly ASCII: those are widened directly, the rest go through the charset.
-bool Decode(const AdCharset& Charset, const char* Bytes, long Count, Fnd_String& Line) {
-    bool ascii = true;
-    for (long i = 0; i < Count && ascii; ++i) ascii = static_cast<unsigned char>(Bytes[i]) < 0x80;
-    if (ascii && (Charset.isDefault() || Charset == AdCharset::getUTF8Charset() ||
-                  Charset == AdCharset::getASCIICharset())) {
-        static thread_local std::u16string wide;
-        wide.resize(static_cast<size_t>(Count));
-        for (long i = 0; i < Count; ++i) wide[static_cast<size_t>(i)] = static_cast<unsigned char>(Bytes[i]);
+// Whether all Count bytes are below 0x80; sixteen at a time where the target has SSE2.
+bool Is_Ascii(const char* Bytes, long Count) {
+    long i = 0;
+#if defined(__SSE2__)
+    for (; i + 16 <= Count; i += 16)
+        if (_mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(Bytes + i))) != 0)
+            return false;
+#endif
+    for (; i < Count; ++i)
+        if (static_cast<unsigned char>(Bytes[i]) >= 0x80) return false;
+    return true;
+}
+
+// Widens Count ASCII bytes into Out.
+void Widen_Ascii(const char* Bytes, long Count, Code_Unit* Out) {
+    long i = 0;
+#if defined(__SSE2__)
+    const __m128i zero = _mm_setzero_si128();
+    for (; i + 16 <= Count; i += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(Bytes + i));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(Out + i), _mm_unpacklo_epi8(bytes, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(Out + i + 8), _mm_unpackhi_epi8(bytes, zero));
+    }
+#endif
+    for (; i < Count; ++i) Out[i] = static_cast<unsigned char>(Bytes[i]);
+}
+
+// Whether ASCII bytes stand for the same units in Charset.
+bool Ascii_Compatible(const AdCharset& Charset) {
+    return Charset.isDefault() || Charset == AdCharset::getUTF8Charset() ||
+           Charset == AdCharset::getASCIICharset();
+}
+
+// The bytes of a line as text; false, leaving Line as it was, when they do not convert.
+bool Decode(const AdCharset& Charset, bool Ascii_Fast, const char* Bytes, long Count,
+            Fnd_String& Line) {
+    // Lines are read by the million and are mostly ASCII: those skip the converter.
+    if (Ascii_Fast && Is_Ascii(Bytes, Count)) {
         Line.Make_Empty();
-        Line.Append_Data(wide.data(), Count);
+        if (Count > 0) {
+            Line.Extend(Count);
+            Widen_Ascii(Bytes, Count, &Line[0]);
+        }
         return true;
     }
     Fnd_String decoded;
@@ -166,14 +201,24 @@ void Hst_File_Buffer::Take_Bytes(long Count) {
 
 Hst_File_Buffer::Read_Status Hst_File_Buffer::Get_Line(const AdCharset& Charset, Fnd_String& Line,
                                                        Fnd_Condition& Condition) {
-    Read_Status status;
-    do {
-        status = Data_Status(true, Condition);
-    } while (status == Read_Partial);
-    if (status != Read_Ok) return status;
-    const bool whole = Have_Line();
+    // A buffered line needs no read (the common case, by far).
+    bool whole = Have_Line();
+    if (whole) {
+        Condition.Clear();
+    } else {
+        Read_Status status;
+        do {
+            status = Data_Status(true, Condition);
+        } while (status == Read_Partial);
+        if (status != Read_Ok) return status;
+        whole = Have_Line();
+    }
     const long count = (whole ? Line_Scan : Data_End) - Data_Start;
-    (void)Decode(Charset, Data_Start, count, Line);
+    if (!(Charset == Decoded_Charset)) {
+        Decoded_Charset = Charset;
+        Ascii_Fast = Ascii_Compatible(Charset);
+    }
+    (void)Decode(Charset, Ascii_Fast, Data_Start, count, Line);
     Take_Bytes(whole ? count + 1 : count);
     return Read_Ok;
 }

@@ -17,8 +17,8 @@
 #pragma once
 
 #include "foundation/base/fnd_object.h"
+#include "ztcoreutil/adcharset.h"
 
-class AdCharset;
 class Fnd_Condition;
 class Fnd_String;
 
@@ -81,4 +81,7 @@ private:
     char* Data_Start = nullptr;
     char* Data_End = nullptr;
     char* Line_Scan = nullptr;
+    // The charset of the last Get_Line, and whether ASCII lines skip the converter.
+    AdCharset Decoded_Charset;
+    bool Ascii_Fast = false;
 };
