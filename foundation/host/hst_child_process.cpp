@@ -193,6 +193,37 @@ Hst_Child_Process::Hst_Child_Process(const Code_Unit* const* Argv, long Wait) {
     Data->Wait_For_Termination = Wait;
 }
 
+namespace {
+
+// The texts of Args up to the first null element, ended by a null.
+std::vector<const Code_Unit*> Pointers_Of(const Fnd_String_Array& Args) {
+    std::vector<const Code_Unit*> argv;
+    for (long i = Args.Get_First(); i <= Args.Get_Last() && Args.Get(i); ++i)
+        argv.push_back(Args.Get(i)->Data());
+    argv.push_back(nullptr);
+    return argv;
+}
+
+}  // namespace
+
+Hst_Child_Process::Hst_Child_Process(const Fnd_String_Array& Args, long Wait) {
+    Data->Set_Command(Pointers_Of(Args).data());
+    Data->Wait_For_Termination = Wait;
+}
+
+void Hst_Child_Process::Set_New_Command(const Fnd_String_Array& Args) {
+    Set_New_Command(Pointers_Of(Args).data());
+}
+
+Fnd_String_Array Hst_Child_Process::Argv() const {
+    const Code_Unit* const* command = Data->Command();
+    if (!command) return Fnd_String_Array::Nil();
+    Fnd_String_Array args;
+    for (long i = 0; command[i]; ++i) args.Add(Fnd_String(command[i]));
+    args.Set_Temporary(1);
+    return args;
+}
+
 Hst_Child_Process::Hst_Child_Process(const Fnd_String& Command, long Wait) {
     const std::vector<Fnd_String> words = Split_Command(Command);
     std::vector<const Code_Unit*> argv;

@@ -27,6 +27,7 @@
 #include "foundation/base/fnd_condition.h"
 #include "foundation/base/fnd_object.h"
 #include "foundation/base/fnd_string.h"
+#include "foundation/base/fnd_string_array.h"
 #include "foundation/host/hst_process.h"
 #include "ztcoreutil/adcharset.h"
 
@@ -117,6 +118,8 @@ public:
     Hst_Child_Process() = default;
     // Argv null-ended; an empty one gives no command.
     Hst_Child_Process(const Code_Unit* const* Argv, long Wait);
+    // Null elements end the command.
+    Hst_Child_Process(const Fnd_String_Array& Args, long Wait);
     // Splits Command at white space; a word that begins with a double quote runs on,
     // with single blanks, to a word that ends in one. The quotes stay.
     Hst_Child_Process(const Fnd_String& Command, long Wait);
@@ -128,6 +131,7 @@ public:
     long Is_Equal(const Fnd_Object& Other) const override;
 
     void Set_New_Command(const Code_Unit* const* Argv);
+    void Set_New_Command(const Fnd_String_Array& Args);
     void Set_Wait_For_Termination(long Wait) { Data->Wait_For_Termination = Wait; }
     // Bounds Wait, Finish and the wait of Start; a negative value: no bound.
     void Set_Wait_Limit(long Milliseconds) { Data->Wait_Limit_Ms = Milliseconds; }
@@ -161,6 +165,8 @@ public:
     long Failed() const { return Data->Failed; }
     long Output_Eof() const { return Data->Output_Eof; }
     long Error_Eof() const { return Data->Error_Eof; }
+    // The command as an array; the nil array if there is none.
+    Fnd_String_Array Argv() const;
 
     // Block until something can be read; 1 if so.
     [[nodiscard]] long Wait_For_Output(Fnd_Condition& Condition, long By_Line);

@@ -282,6 +282,23 @@ TEST(HstChildProcess, CommandLineKeepsQuotedWordsTogether) {
     for (long i = 0; command[i]; ++i) words.push_back(Narrow(Fnd_String(command[i])));
     EXPECT_EQ(words, (std::vector<std::string>{"printf", "\"%s|\"", "\"two words\"", "last"}));
     EXPECT_EQ(Hst_Child_Process(Fnd_String(u"  "), 1).Command(), nullptr);
+    EXPECT_EQ(Hst_Child_Process(Fnd_String(u"  "), 1).Argv().Count(), 0);
+    const Fnd_String_Array args = child.Argv();
+    ASSERT_EQ(args.Count(), 4);
+    EXPECT_EQ(Narrow(*args.Get(2)), "\"two words\"");
+}
+
+TEST(HstChildProcess, StartsFromAStringArray) {
+    Fnd_String_Array args;
+    args.Add_Tokens(u"/bin/echo from array");
+    Hst_Child_Process child(args, 0);
+    child.Start(0, -1, 0, nullptr, nullptr);
+    EXPECT_EQ(Read_All_Lines(child).Output, std::vector<std::string>{"from array"});
+    Fnd_String_Array other;
+    other.Add_Tokens(u"/bin/echo second");
+    child.Set_New_Command(other);
+    child.Start(0, -1, 0, nullptr, nullptr);
+    EXPECT_EQ(Read_All_Lines(child).Output, std::vector<std::string>{"second"});
 }
 
 TEST(HstChildProcess, StartWaitsByDefaultAndStartsAgain) {
