@@ -46,7 +46,7 @@ public:
 
     // The element count, the strings one by one: same pointer, or for two owned arrays
     // equal text; a null matches only a null.
-    long Is_Equal_Pretest(const Fnd_Object& Other) const;
+    long Is_Equal_Pretest(const Fnd_Object& Other) const override;
     long Is_Equal(const Fnd_Object& Other) const override;
 
     // A shared empty array, made on first use.
