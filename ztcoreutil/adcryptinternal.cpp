@@ -1,6 +1,7 @@
 // The stored forms of a password. See adcryptinternal.h.
 #include "ztcoreutil/adcryptinternal.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "ztcoreutil/admbcsstring.h"

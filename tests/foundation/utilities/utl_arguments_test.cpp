@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "foundation/base/fnd_condition.h"
+#include "foundation/host/hst_child_process.h"
 #include "foundation/utilities/utl_string_map.h"
 #include "foundation/utilities/utl_type_utilities.h"
 #include "tests/support/ztint_test_text.h"
@@ -135,6 +137,20 @@ TEST(UtlArguments, FromAMapAndAsARangeKind) {
     EXPECT_EQ(Text(image), u"key ");
     deleter(range);
     deleter(0);
+}
+
+TEST(UtlArguments, HandedOnToAProcess) {
+    Fnd_String line(u"/bin/sh -c \"printf '%s|' \\\"$0\\\" \\\"$1\\\"\" \"two words\" x");
+    Utl_Arguments args(line, 0);
+    ASSERT_EQ(args.Get_Count(), 5);
+    Hst_Child_Process child(args.Get_Argv_With_Null(), 0);
+    child.Start(0, -1, 0, nullptr, nullptr);
+    Fnd_Condition cond;
+    Fnd_String output;
+    ASSERT_EQ(child.Wait_For_Output(cond, 1), 1);
+    ASSERT_EQ(child.Get_Output_Line(output, cond), 1);
+    EXPECT_EQ(Text(output), u"two words|x|");
+    child.Finish();
 }
 
 }  // namespace
