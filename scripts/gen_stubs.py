@@ -447,14 +447,22 @@ def stub_body(table, call):
     object_result = call.result in table.by_short
     out_values = ['&status'] + (['&record' if object_result else 'result'] if call.result else [])
     lines = []
-    if call.name == cls.generic_name('Free'):
+    is_free = call.name == cls.generic_name('Free')
+    if is_free:
         lines.append('    if (handle == nullptr) return 0;')
+    if call.result:
+        lines.append('    if (result == nullptr) return ZTInt_client_No_Result("%s");' % call.name)
+        lines.append('    *result = %s;' % ('nullptr' if object_result or 'String' in call.result
+                                             else '0'))
+    checks = ([('handle', cls.code, 'handle')] if call.has_handle else []) + [
+        (n, table.by_short[p].code, '%s handle' % n)
+        for p, n in zip(call.params, names) if p in table.by_short]
+    for argument, code, what in checks:
+        lines.append('    if (!ZTInt_client_Check_Handle(%s, %d, "%s", "%s")) return -1;'
+                     % (argument, code, call.name, what))
     if object_result:
         lines.append('    ZTInt_obj_struct record{};')
     lines.append('    int32_t status = -1;')
-    if call.result:
-        lines.append('    *result = %s;' % ('nullptr' if object_result or 'String' in call.result
-                                             else '0'))
     if call.hook:
         hook = 'ZTInt_client_%s' % call.name[len(cls.name) + 1:]
         arguments = ['&status', 'handle'] + (['result'] if call.result else []) + names
@@ -465,7 +473,7 @@ def stub_body(table, call):
     run = ('ZTInt_stub_Run(%s, %d, %s, in, %d, %s, out)' % (
         opcode_constant(call), len(in_values), call.list_name('In'), len(out_values),
         call.list_name('Out')))
-    if call.name == cls.generic_name('Free'):
+    if is_free:
         lines.append('    if (%s && status == 0)' % run)
         lines.append('        ZTInt_obj_Free(ZTInt_stub_Record(handle));')
     elif object_result:
