@@ -5,6 +5,8 @@
 #include <cstdio>
 
 #include "ztcoreutil/admbcsstring.h"
+#include "ztcoreutil/mxmessage.h"
+#include "ztcoreutil/mxmsgexception.h"
 
 const Code_Unit szFIPSModePrefix[] = u"FIPS";
 const Code_Unit szSHA1ModePrefix[] = u"SHA-1:";
@@ -222,4 +224,85 @@ AdCryptStatus AdCryptOccursIn(const Code_Unit* Char, const Code_Unit* Set, int& 
         }
     }
     return {};
+}
+
+// ---- The failure path: every failure is an MxMsgException of message 18019
+
+namespace {
+
+// The source text of the failures: message 18017, read again while reading fails.
+const Fnd_String& Failure_Source() {
+    static Fnd_String source;
+    static bool loaded = false;
+    if (!loaded) {
+        MxMessage message(18017);
+        source = message.Msg();
+        loaded = !message.Load_Failed();
+    }
+    return source;
+}
+
+// Throws the failure that Status holds; returns when there is none.
+void Check(const AdCryptStatus& Status) {
+    if (Status.Ok()) return;
+    MxMessage message(18019);
+    AdCryptThrowMsgExcept(message, Status.Failed_Expr, u"" __FILE__, Status.Line);
+}
+
+}  // namespace
+
+void AdCryptThrowMsgExcept(MxMessage& Message, const Code_Unit* Failed_Expr, const Code_Unit* File,
+                           int Line) {
+    Message.Source(Failure_Source().Data(), File, Line);
+    Message.Type(MxMsg_Error);
+    Message.Dest(MxMsgDest(1));
+    Message.SetParam(u"failed_expr", Failed_Expr);
+    const Fnd_String location = Message.Source();
+    Message.SetParam(u"failure_location", location.Data());
+    ThrowMxMsgException(Message);
+}
+
+unsigned long AdEncodeCharsInternal(const Code_Unit* Text, long Length, const AdCharset& Charset,
+                                    const Code_Unit* Extra) {
+    unsigned long sum = 0;
+    Check(AdCryptEncodeCharsInternal(Text, Length, Charset, Extra, sum));
+    return sum;
+}
+
+Fnd_String AdEncryptPasswordInternal(const Code_Unit* Username, const Code_Unit* Password,
+                                     const AdCharset& Charset, int Separate) {
+    Fnd_String out;
+    Check(AdCryptEncryptPassword(Username, Password, Charset, Separate, out));
+    return out;
+}
+
+Fnd_String AdEncryptStringReversiblyInternal(const Code_Unit* Text, const AdCharset& Charset,
+                                             const int Version) {
+    Fnd_String out;
+    Check(AdCryptEncryptReversibly(Text, Charset, Version, out));
+    return out;
+}
+
+Fnd_String AdEncryptSHA1Internal(const Code_Unit* Text, const AdCharset& Charset) {
+    Fnd_String out;
+    Check(AdCryptEncryptSHA1(Text, Charset, out));
+    return out;
+}
+
+Fnd_String AdDecryptStringInternal(const Code_Unit* Text, const AdCharset& Charset) {
+    Fnd_String out;
+    Check(AdCryptDecryptString(Text, Charset, out));
+    return out;
+}
+
+const Code_Unit* EncodeHex(const unsigned long Digit) {
+    const Code_Unit* text = nullptr;
+    Check(AdCryptEncodeHex(Digit, text));
+    return text;
+}
+
+int AdCryptOccursIn(const Code_Unit* Char, const Code_Unit* Set) {
+    int found = 0;
+    Check(AdCryptOccursIn(Char, Set, found));
+    return found;
 }

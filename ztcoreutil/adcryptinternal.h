@@ -2,9 +2,11 @@
 // as eight hexadecimal digits, and a reversible form, the text's bytes and a zero byte
 // combined with a fixed pad and printed as digits, the low nibble of each byte first.
 //
-//   Fnd_String stored;
-//   AdCryptStatus status = AdCryptEncryptReversibly(u"secret", AdCharset::getUTF8Charset(), 7, stored);
-//   if (!status.Ok()) ... status.Failed_Expr says what did not hold ...
+//   Fnd_String stored = AdEncryptStringReversiblyInternal(u"secret", AdCharset::getUTF8Charset(), 7);
+//   Fnd_String clear = AdDecryptStringInternal(stored.Data(), AdCharset::getUTF8Charset());
+//
+// Each routine that can fail comes in two forms: the AdCrypt... form reports the failure
+// as an AdCryptStatus, the Ad...Internal form throws it as an MxMsgException.
 //
 // The reversible form keeps a password out of plain sight only: anybody who can read
 // the stored text and has this library can read the password. The protection of a file
@@ -20,6 +22,8 @@
 #include "foundation/base/fnd_code_unit.h"
 #include "foundation/base/fnd_string.h"
 #include "ztcoreutil/adcharset.h"
+
+class MxMessage;
 
 constexpr unsigned AdRandomNumbers_Count = 2048;
 constexpr unsigned AdPad_Count = 2560;
@@ -112,3 +116,22 @@ unsigned ConvertPrintableTextToBinary(const Code_Unit* Text, unsigned char* Data
 // Whether the first character of Char stands in Set. A null or empty Char fails.
 [[nodiscard]] AdCryptStatus AdCryptOccursIn(const Code_Unit* Char, const Code_Unit* Set,
                                             int& Found);
+
+// ---- The throwing forms: a failure is an MxMsgException (thrown by pointer, ended by
+// the catcher with Delete) holding message 18019 with the parameters "failed_expr" and
+// "failure_location".
+
+// Fills Message (of number 18019) with its source, type, destination and parameters and
+// throws it.
+[[noreturn]] void AdCryptThrowMsgExcept(MxMessage& Message, const Code_Unit* Failed_Expr,
+                                        const Code_Unit* File, int Line);
+[[nodiscard]] unsigned long AdEncodeCharsInternal(const Code_Unit* Text, long Length,
+                                                  const AdCharset& Charset, const Code_Unit* Extra);
+Fnd_String AdEncryptPasswordInternal(const Code_Unit* Username, const Code_Unit* Password,
+                                     const AdCharset& Charset, int Separate);
+Fnd_String AdEncryptStringReversiblyInternal(const Code_Unit* Text, const AdCharset& Charset,
+                                             const int Version);
+Fnd_String AdEncryptSHA1Internal(const Code_Unit* Text, const AdCharset& Charset);
+Fnd_String AdDecryptStringInternal(const Code_Unit* Text, const AdCharset& Charset);
+[[nodiscard]] const Code_Unit* EncodeHex(const unsigned long Digit);
+[[nodiscard]] int AdCryptOccursIn(const Code_Unit* Char, const Code_Unit* Set);

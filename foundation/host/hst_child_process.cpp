@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr long Child_Process_Diagnostic = 50;
+constexpr long Child_Process_Diagnostic = AdDiag_CHILD_PROCESS;
 constexpr long Pipe_Buffer_Capacity = 65536;
 
 void Diagnose(const Code_Unit* Label, const Fnd_String& Text) {

@@ -23,7 +23,7 @@
 
 namespace {
 
-constexpr long File_Buffer_Diagnostic = 51;
+constexpr long File_Buffer_Diagnostic = AdDiag_FILE_BUFFER;
 constexpr int Block_Wait_Ms = 5000;
 
 bool Diagnosing(long Bit) {

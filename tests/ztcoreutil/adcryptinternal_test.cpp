@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "ztcoreutil/admbcsstring.h"
+#include "ztcoreutil/mxmessage.h"
+#include "ztcoreutil/mxmsgexception.h"
 #include "tests/support/ztint_test_text.h"
 
 namespace {
@@ -303,6 +305,59 @@ TEST(AdCryptInternal, CharacterHelpers) {
     EXPECT_EQ(found, 1);
     ASSERT_TRUE(AdCryptOccursIn(u"\xDD12", u"\U0001F512", found).Ok());
     EXPECT_EQ(found, 0);
+}
+
+// The expression and message number of the failure that Action throws.
+template <class Action>
+std::u16string Thrown(Action&& Do) {
+    try {
+        Do();
+    } catch (MxMsgException* e) {
+        MxMessage* message = e->Messages.First();
+        std::u16string result = u"<no message>";
+        if (message) {
+            Fnd_String expression, location;
+            EXPECT_TRUE(message->GetParam(u"failed_expr", expression));
+            EXPECT_TRUE(message->GetParam(u"failure_location", location));
+            result = Text(expression);
+            EXPECT_EQ(message->ID(), 18019);
+            EXPECT_NE(Text(location).find(u"adcryptinternal.cpp:"), std::u16string::npos);
+        }
+        e->Delete();
+        return result;
+    }
+    return u"<nothing thrown>";
+}
+
+TEST(AdCryptInternal, FailuresAreNumberedMessageExceptions) {
+    const AdCharset& utf8 = AdCharset::getUTF8Charset();
+    EXPECT_EQ(Thrown([&] { (void)AdEncryptPasswordInternal(u"", u"pw", utf8, 1); }),
+              u"AdCryptIsNonEmpty(username)");
+    EXPECT_EQ(Thrown([&] { (void)AdEncryptStringReversiblyInternal(u"", utf8, 7); }),
+              u"AdCryptIsNonEmpty(the_string)");
+    EXPECT_EQ(Thrown([&] { (void)AdDecryptStringInternal(u"0A", utf8); }),
+              u"AdIsReversiblyEncryptedStringInternal(reversible_str)");
+    EXPECT_EQ(Thrown([&] { (void)EncodeHex(16); }), u"digit < 16");
+    EXPECT_EQ(Thrown([&] { (void)AdCryptOccursIn(nullptr, u"a"); }), u"a_char != 0");
+    try {
+        (void)AdDecryptStringInternal(u"0A", utf8);
+        ADD_FAILURE() << "nothing thrown";
+    } catch (MxMsgException* e) {
+        int found = 0;
+        const std::u16string text = Text(e->GetErrorMessageString(&found, 0));
+        e->Delete();
+        EXPECT_NE(text.find(u"the stored password could not be read: "
+                            u"AdIsReversiblyEncryptedStringInternal(reversible_str) failed at "
+                            u"password encoding:adcryptinternal.cpp:"),
+                  std::u16string::npos);
+    }
+    // The good paths give what the status forms give.
+    const Fnd_String stored = AdEncryptStringReversiblyInternal(u"pw", utf8, 7);
+    EXPECT_EQ(Text(AdDecryptStringInternal(stored.Data(), utf8)), u"pw"s + u'\0');
+    EXPECT_EQ(Text(AdEncryptSHA1Internal(u"pw", utf8)), Text(stored));
+    EXPECT_EQ(EncodeHex(11)[0], u'b');
+    EXPECT_EQ(AdCryptOccursIn(u"c", u"abc"), 1);
+    EXPECT_EQ(AdEncodeCharsInternal(u"", 0, utf8, nullptr), AdRandomNumbers[0]);
 }
 
 }  // namespace

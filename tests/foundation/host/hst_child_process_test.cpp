@@ -9,10 +9,14 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "foundation/host/hst_file_buffer.h"
+#include "tests/support/ztint_temp_dir.h"
+#include "ztcoreutil/addiagnostic.h"
 #include "tests/foundation/host/hst_process_test_support.h"
 
 namespace {
@@ -315,6 +319,28 @@ TEST(HstChildProcess, StartWaitsByDefaultAndStartsAgain) {
     EXPECT_EQ(child.Get_Status(), 0);
     // Its output was read into the pipe before the end: it is still there.
     EXPECT_EQ(Read_All_Lines(child).Output, std::vector<std::string>{"again"});
+}
+
+TEST(HstChildProcess, DiagnosticsOfStartAndReads) {
+    ZTInt_Temp_Dir dir;
+    const std::string log = dir.Path + "/diag.log";
+    setenv("ZT_DIAG_TRACE", "CHILD_PROCESS=1;FILE_BUFFER=33", 1);
+    setenv("ZT_DIAG_OUTPUT", log.c_str(), 1);
+    AdDiagnostic::ResetDiagnosticFlags(0);
+    {
+        Hst_Child_Process child = Shell(u"echo abc");
+        child.Start(0, -1, 0, nullptr, nullptr);
+        EXPECT_EQ(Read_All_Lines(child).Output, std::vector<std::string>{"abc"});
+        child.Finish();
+    }
+    unsetenv("ZT_DIAG_TRACE");
+    unsetenv("ZT_DIAG_OUTPUT");
+    AdDiagnostic::ResetDiagnosticFlags(0);
+    std::ifstream in(log);
+    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_NE(text.find("Hst_Child_Process::Start: /bin/sh"), std::string::npos) << text;
+    EXPECT_NE(text.find("Hst_File_Buffer::Fill_Buffer: count 4 [ abc"), std::string::npos) << text;
+    EXPECT_NE(text.find("Hst_Child_Process::Wait: Status: 0"), std::string::npos) << text;
 }
 
 TEST(HstFileBuffer, SilentWriterGivesAnEmptyBlockAfterFiveSeconds) {
