@@ -535,8 +535,11 @@ long Hst_Child_Process::Wait_For_Data(Fnd_Condition& Condition, long By_Line) {
 }
 
 long Hst_Child_Process::Get_Line(const Side& S, Fnd_String& Line, Fnd_Condition& Condition) {
-    Condition.Clear();
-    if (*S.Eof) return 0;
+    if (*S.Eof) {
+        Condition.Clear();
+        return 0;
+    }
+    // The buffer clears Condition on every way through.
     const Hst_File_Buffer::Read_Status status = (*S.Buffer)->Get_Line(Data->Charset, Line, Condition);
     if (status == Hst_File_Buffer::Read_Ok) return 1;
     if (Condition.Failed()) Data->Condition.Add(Condition, 0, 0);
