@@ -18,8 +18,8 @@ for target in "$build"/fuzz/fuzz_*; do
   output=$("$target" -max_total_time="$seconds" -print_final_stats=1 "$corpus" \
            ${seeds:+"$seeds/$name"} 2>&1) || { echo "$output" | tail -n 40; exit 1; }
   echo "$output" | tail -n 12
-  stats=$(echo "$output" | grep -E '^#[0-9]+[[:space:]]+DONE' | tail -n 1 |
-          grep -oE 'cov: [0-9]+ ft: [0-9]+')
+  stats=$(echo "$output" | grep -aE '^#[0-9]+[[:space:]]+DONE' | tail -n 1 |
+          grep -aoE 'cov: [0-9]+ ft: [0-9]+')
   summary+=("$name: no finding; ${stats:-no coverage figure}")
 done
 if ((${#summary[@]} == 0)); then

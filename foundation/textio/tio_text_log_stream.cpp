@@ -73,21 +73,7 @@ void Tio_Text_Log_Stream::Put_Line(Fnd_Message_Kinds Kind, const Fnd_String& Tex
 
 void Tio_Text_Log_Stream::Put_Message(const Fnd_Message& Message,
                                       const Fnd_Message_Detail_Level Detail) {
-    Fnd_String raw;
-    Fnd_Message_Kinds kind = Fnd_Unknown_Kind_Msg;
-    Message.Raw_Image(raw, kind, Detail, 1);
-    Fnd_String text;
-    if (kind == Fnd_Text_Msg) {
-        Message.Process_Raw_Image(raw, kind, Detail, 0, 1, text);
-        Tio_Out.Put_Line(text);
-        return;
-    }
-    if (!Log_Policy.Any_Filter(kind)) return;
-    Message.Process_Raw_Image(raw, kind, Detail, 0, 1, text);
-    Fnd_String prefix;
-    long none = 1;
-    Put(kind, kind, 0, text, prefix, none);
-    Log_Policy.React(kind, prefix, text, none);
+    Emit(Message, Detail, 0, 1);
 }
 
 void Tio_Text_Log_Stream::Put_External(const Fnd_String& Text, Fnd_Message_Kinds Kind) {
