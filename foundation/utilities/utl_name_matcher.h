@@ -19,6 +19,37 @@ public:
     Utl_Name_Matcher& operator=(const Utl_Name_Matcher& Other) = delete;
     virtual ~Utl_Name_Matcher();
 
+    // The class trace level.
+    static inline int32_t trace = 0;
+    static void Set_Trace(long Level) { trace = static_cast<int32_t>(Level); }
+    // The character that marks an indirect pattern.
+    static constexpr Code_Unit Indirect_Char = u'@';
+
+    // Zeroes the flags and drops the expressions (everything matches); the texts stay.
+    void Reset();
+    // A new pattern under the same flags.
+    void Replace(const Fnd_String& Pattern);
+    // More names: cut at "|" (a text without one is one name), or with no expression
+    // yet a set in braces or one name.
+    void Add(const Fnd_String& Pattern);
+    // The other's expressions, in order, by the rules of Add; a wild one's are turned
+    // back into names first.
+    void Merge(const Utl_Name_Matcher& Other);
+    // "^" Name "$".
+    static void Make_Exact(const Fnd_String& Name, Fnd_String& Result);
+    // The flags and the source text; the expressions are not compared.
+    bool operator==(const Utl_Name_Matcher& Other) const;
+    // Appends the source with each "|" a blank.
+    void Image(Fnd_String& Out) const;
+    Fnd_String Image() const;
+    // The expression at Index (a name again when wild); empty outside 0 to count - 1.
+    void Get_Member(Fnd_String& Out, long Index) const;
+    // Replaces the expression at Index by that of Text; the source stays. Nothing
+    // happens outside the range.
+    void Set_Member(const Fnd_String& Text, long Index);
+    // A wild expression back to the name it came from.
+    static Fnd_String demassage(const Fnd_String& Expression);
+
     // 1 when the name belongs to the pattern. A pattern covers the whole name.
     long Match(const Fnd_String& Name) const;
     // 0 for no expression (all match), 1 for one, 2 for more.
@@ -40,5 +71,12 @@ private:
     void Release();
     Fnd_String Expression(const Fnd_String& Name) const;
     void Store_Name(const Fnd_String& Name);
+    void Store_Expression(const Fnd_String& Expression);
+    void Set_Items(const Fnd_String& Pattern);
+    void Keep_Invariant();
+    void Add_Items(const Fnd_String& Pattern, long Keep_First_Tail);
+    const Fnd_String& Expression_At(long Index) const {
+        return Count == 1 ? Singleton : *Regexps[Index];
+    }
     void Store_Singleton(const Fnd_String& Name);
 };

@@ -1,6 +1,7 @@
 #include "foundation/utilities/utl_type_utilities.h"
 
 #include "foundation/base/fnd_string.h"
+#include "foundation/utilities/utl_arguments.h"
 #include "foundation/utilities/utl_pointer_array.h"
 #include "foundation/utilities/utl_pointer_map.h"
 #include "foundation/utilities/utl_string_array.h"
@@ -62,6 +63,7 @@ void Utl_Type_Utilities::Set_Range_Deleter(long Kind, Utl_Range_Deleter& Out) {
     case Utl_Range_Pointer_Array: Out = Utl_Pointer_Array::Range_Delete; break;
     case Utl_Range_Pointer_Map: Out = Utl_Pointer_Map::Range_Delete; break;
     case Utl_Range_Pointer_Set: Out = Utl_Pointer_Set::Range_Delete; break;
+    case Utl_Range_Arguments: Out = Utl_Arguments::Range_Delete; break;
     default: Out = nullptr; break;
     }
 }
@@ -75,6 +77,7 @@ void Utl_Type_Utilities::Set_Range_Copier(long Kind, Utl_Range_Copier& Out) {
     case Utl_Range_Pointer_Array: Out = Utl_Pointer_Array::Range_Copy; break;
     case Utl_Range_Pointer_Map: Out = Utl_Pointer_Map::Range_Copy; break;
     case Utl_Range_Pointer_Set: Out = Utl_Pointer_Set::Range_Copy; break;
+    case Utl_Range_Arguments: Out = Utl_Arguments::Range_Copy; break;
     default: Out = nullptr; break;
     }
 }
@@ -147,6 +150,14 @@ void Utl_Type_Utilities::Range_Image(Fnd_String& Out, long Kind, long Range, lon
         if (!set) return Out.Append(Null_Word);
         if (set->Get_Count() == 0) return Out.Append(Empty_Set);
         set->Image(Out, Fnd_String::Null, Multiline, 1, deeper.Data());
+        return;
+    }
+    case Utl_Range_Arguments: {
+        const auto* arguments = static_cast<const Utl_Arguments*>(object);
+        if (!arguments) return Out.Append(Null_Word);
+        if (arguments->Get_Count() == 0) return Out.Append(Empty_Array);
+        if (Multiline) Out.Append(u"\n");
+        arguments->Image(Out, Multiline, 1, deeper.Data());
         return;
     }
     default:

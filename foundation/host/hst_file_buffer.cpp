@@ -1,0 +1,280 @@
+#include "foundation/host/hst_file_buffer.h"
+
+#include <poll.h>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "foundation/base/fnd_assert.h"
+#include "foundation/base/fnd_base_errors.h"
+#include "foundation/base/fnd_condition.h"
+#include "foundation/base/fnd_string_library.h"
+#include "foundation/host/hst_errors.h"
+#include "foundation/host/hst_safe_malloc.h"
+#include "ztcoreutil/addiagnostic.h"
+#include "ztcoreutil/admbcsstring.h"
+
+namespace {
+
+constexpr long File_Buffer_Diagnostic = AdDiag_FILE_BUFFER;
+constexpr int Block_Wait_Ms = 5000;
+
+bool Diagnosing(long Bit) {
+    return AdDiagnostic::m_DiagnosticFlags[File_Buffer_Diagnostic] != 0 &&
+           AdDiagnostic::IsEnabled(File_Buffer_Diagnostic, Bit, 1);
+}
+
+// Whether all Count bytes are below 0x80; sixteen at a time where the target has SSE2.
+bool Is_Ascii(const char* Bytes, long Count) {
+    long i = 0;
+#if defined(__SSE2__)
+    for (; i + 16 <= Count; i += 16)
+        if (_mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(Bytes + i))) != 0)
+            return false;
+#endif
+    for (; i < Count; ++i)
+        if (static_cast<unsigned char>(Bytes[i]) >= 0x80) return false;
+    return true;
+}
+
+// Widens Count ASCII bytes into Out.
+void Widen_Ascii(const char* Bytes, long Count, Code_Unit* Out) {
+    long i = 0;
+#if defined(__SSE2__)
+    const __m128i zero = _mm_setzero_si128();
+    for (; i + 16 <= Count; i += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(Bytes + i));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(Out + i), _mm_unpacklo_epi8(bytes, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(Out + i + 8), _mm_unpackhi_epi8(bytes, zero));
+    }
+#endif
+    for (; i < Count; ++i) Out[i] = static_cast<unsigned char>(Bytes[i]);
+}
+
+// Whether ASCII bytes stand for the same units in Charset.
+bool Ascii_Compatible(const AdCharset& Charset) {
+    return Charset.isDefault() || Charset == AdCharset::getUTF8Charset() ||
+           Charset == AdCharset::getASCIICharset();
+}
+
+// The bytes of a line as text; false, leaving Line as it was, when they do not convert.
+bool Decode(const AdCharset& Charset, bool Ascii_Fast, const char* Bytes, long Count,
+            Fnd_String& Line) {
+    // Lines are read by the million and are mostly ASCII: those skip the converter.
+    if (Ascii_Fast && Is_Ascii(Bytes, Count)) {
+        Line.Make_Empty();
+        if (Count > 0) {
+            Line.Extend(Count);
+            Widen_Ascii(Bytes, Count, &Line[0]);
+        }
+        return true;
+    }
+    Fnd_String decoded;
+    if (!AdMbcsString::cvtToTchar(Charset, Bytes, static_cast<int>(Count), decoded,
+                                  AdCharset::cvt_stop))
+        return false;
+    Line = std::move(decoded);
+    return true;
+}
+
+}  // namespace
+
+Hst_File_Buffer::Hst_File_Buffer(int Fd, long Capacity) : Fd(Fd), Capacity(std::max(Capacity, 1L)) {
+    Buffer = static_cast<char*>(Hst_Safe_Malloc(static_cast<size_t>(this->Capacity) + 1));
+    Buffer[0] = 0;
+    Buffer[this->Capacity] = 0;
+    Data_Start = Data_End = Line_Scan = Buffer;
+}
+
+Hst_File_Buffer::~Hst_File_Buffer() { std::free(Buffer); }
+
+long Hst_File_Buffer::Is_Equal(const Fnd_Object&) const {
+    Fnd_Assert(0, Fnd_Assertion_Message(206, My_Type), Fnd_String::Null);
+    return 0;
+}
+
+bool Hst_File_Buffer::Have_Line() {
+    if (Data_Start == Data_End || Line_Scan == Data_End) return false;
+    if (Line_Scan < Data_Start) Line_Scan = Data_Start;
+    if (*Line_Scan == '\n') return true;
+    void* newline = std::memchr(Line_Scan, '\n', static_cast<size_t>(Data_End - Line_Scan));
+    Line_Scan = newline ? static_cast<char*>(newline) : Data_End;
+    return newline != nullptr;
+}
+
+bool Hst_File_Buffer::Have_Data(bool By_Line) {
+    return By_Line ? Have_Line() : Data_Start != Data_End;
+}
+
+Hst_File_Buffer::Read_Status Hst_File_Buffer::Get_Data() {
+    if (Eof) return Read_Eof;
+    if (Data_Start != Data_End) {
+        if (Data_Start != Buffer) {
+            const long count = Data_End - Data_Start;
+            const long scanned = Line_Scan - Data_Start;
+            std::memmove(Buffer, Data_Start, static_cast<size_t>(count));
+            Data_Start = Buffer;
+            Data_End = Buffer + count;
+            Line_Scan = Buffer + scanned;
+            *Data_End = 0;
+        } else if (Data_End - Buffer == Capacity) {
+            Enlarge_Buffer();
+        }
+    } else {
+        Data_Start = Data_End = Line_Scan = Buffer;
+    }
+    return Fill_Buffer();
+}
+
+void Hst_File_Buffer::Enlarge_Buffer() {
+    const long count = Data_End - Data_Start;
+    const long scanned = Line_Scan - Data_Start;
+    char* larger = static_cast<char*>(Hst_Safe_Malloc(static_cast<size_t>(Capacity) * 2 + 1));
+    std::memcpy(larger, Data_Start, static_cast<size_t>(count));
+    std::free(Buffer);
+    Buffer = larger;
+    Capacity *= 2;
+    Data_Start = Buffer;
+    Data_End = Buffer + count;
+    Line_Scan = Buffer + scanned;
+    *Data_End = 0;
+    Buffer[Capacity] = 0;
+}
+
+Hst_File_Buffer::Read_Status Hst_File_Buffer::Fill_Buffer() {
+    const size_t room = static_cast<size_t>(Buffer + Capacity - Data_End);
+    ssize_t count;
+    do {
+        count = ::read(Fd, Data_End, room);
+    } while (count < 0 && errno == EINTR);
+    if (count < 0) return errno == EAGAIN || errno == EWOULDBLOCK ? Read_No_Data : Read_Error;
+    if (Diagnosing(1)) {
+        Fnd_String text = AdDiagnostic::Join_With_Space(u"count", static_cast<long>(count));
+        if (Diagnosing(32)) {
+            Fnd_String bytes;
+            (void)AdMbcsString::cvtToTchar(AdCharset::getDefaultCharset(), Data_End,
+                                           static_cast<int>(count), bytes,
+                                           AdCharset::cvt_substitute);
+            text.Append(u" [ ");
+            text.Append(bytes);
+            text.Append(u" ]");
+        }
+        AdDiagnostic::Report(u"Hst_File_Buffer::Fill_Buffer", text.Data());
+    }
+    if (count == 0) {
+        Eof = 1;
+        return Read_Eof;
+    }
+    Data_End += count;
+    *Data_End = 0;
+    return Read_Ok;
+}
+
+Hst_File_Buffer::Read_Status Hst_File_Buffer::Read_Failed(Fnd_Condition& Condition, int Error) {
+    Condition.Set_Error(Hst_Sys_Call_Error(141, Error, static_cast<long>(Fd), 0), 1);
+    Condition.Push_Error(Hst_Process_Error(3, 0, Fnd_String::Null), 1);
+    return Read_Error;
+}
+
+Hst_File_Buffer::Read_Status Hst_File_Buffer::Data_Status(bool By_Line, Fnd_Condition& Condition) {
+    Condition.Clear();
+    if (Have_Data(By_Line)) return Read_Ok;
+    Read_Status status = Get_Data();
+    if (status == Read_Ok && By_Line && !Have_Line()) status = Read_Partial;
+    if (status == Read_Eof && By_Line && Data_Start != Data_End) status = Read_Ok;
+    if (status == Read_Error) return Read_Failed(Condition, errno);
+    return status;
+}
+
+void Hst_File_Buffer::Take_Bytes(long Count) {
+    Data_Start += Count;
+    if (Line_Scan < Data_Start) Line_Scan = Data_Start;
+    if (Data_Start == Data_End) Data_Start = Data_End = Line_Scan = Buffer;
+}
+
+Hst_File_Buffer::Read_Status Hst_File_Buffer::Get_Line(const AdCharset& Charset, Fnd_String& Line,
+                                                       Fnd_Condition& Condition) {
+    // A buffered line needs no read (the common case, by far).
+    bool whole = Have_Line();
+    if (whole) {
+        Condition.Clear();
+    } else {
+        Read_Status status;
+        do {
+            status = Data_Status(true, Condition);
+        } while (status == Read_Partial);
+        if (status != Read_Ok) return status;
+        whole = Have_Line();
+    }
+    const long count = (whole ? Line_Scan : Data_End) - Data_Start;
+    if (!(Charset == Decoded_Charset)) {
+        Decoded_Charset = Charset;
+        Ascii_Fast = Ascii_Compatible(Charset);
+    }
+    (void)Decode(Charset, Ascii_Fast, Data_Start, count, Line);
+    Take_Bytes(whole ? count + 1 : count);
+    return Read_Ok;
+}
+
+Hst_File_Buffer::Read_Status Hst_File_Buffer::Get_Block(char* Block, long& Size,
+                                                        Fnd_Condition& Condition) {
+    Condition.Clear();
+    const long wanted = Size;
+    const long buffered = std::min(Unread_Count(), wanted);
+    std::memcpy(Block, Data_Start, static_cast<size_t>(std::max(buffered, 0L)));
+    Take_Bytes(std::max(buffered, 0L));
+    Size = std::max(buffered, 0L);
+    while (Size < wanted) {
+        if (Eof) return Size == 0 ? Read_Eof : Read_Ok;
+        pollfd ready = {Fd, POLLIN, 0};
+        int polled;
+        do {
+            polled = ::poll(&ready, 1, Block_Wait_Ms);
+        } while (polled < 0 && errno == EINTR);
+        if (polled < 0) return Read_Failed(Condition, errno);
+        if (polled == 0) return Read_Ok;
+        ssize_t count;
+        do {
+            count = ::read(Fd, Block + Size, static_cast<size_t>(wanted - Size));
+        } while (count < 0 && errno == EINTR);
+        if (count < 0) {
+            if (errno == EAGAIN || errno == EWOULDBLOCK) return Size == 0 ? Read_No_Data : Read_Ok;
+            return Read_Failed(Condition, errno);
+        }
+        if (count == 0) {
+            Eof = 1;
+            return Size == 0 ? Read_Eof : Read_Ok;
+        }
+        Size += count;
+    }
+    return Read_Ok;
+}
+
+long Hst_File_Buffer::Block_Until_Is_Readable(const int* Fds) {
+    std::vector<pollfd> watched;
+    for (const int* fd = Fds; *fd >= 1; ++fd) watched.push_back({*fd, POLLIN, 0});
+    if (watched.empty()) {
+        errno = EINVAL;
+        return -1;
+    }
+    for (;;) {
+        const int polled = ::poll(watched.data(), static_cast<nfds_t>(watched.size()), -1);
+        if (polled < 0 && errno == EINTR) continue;
+        if (polled < 0) return -1;
+        for (size_t i = 0; i < watched.size(); ++i) {
+            if (watched[i].revents & POLLNVAL) {
+                errno = EBADF;
+                return -1;
+            }
+            // A closed writer shows as POLLHUP: reading then gives the end of file.
+            if (watched[i].revents & (POLLIN | POLLHUP | POLLERR)) return static_cast<long>(i);
+        }
+    }
+}
