@@ -7,6 +7,7 @@
 #include <string>
 
 #include "server/svr_dispatch.h"
+#include "tests/support/ztint_temp_dir.h"
 #include "ztint_client/ztint_call_table.h"
 #include "ztint_string.h"
 
@@ -17,9 +18,12 @@ constexpr int32_t kServerPid = 777;
 
 class Svr_Dispatch_Test : public ::testing::Test {
 protected:
+    void SetUp() override { setenv("ZT_SERVER_STORE", (Store_Dir.Path + "/store.db").c_str(), 1); }
+
+    ZTInt_Temp_Dir Store_Dir;
     Svr_Objects Objects{kServerPid};
-    Svr_Users Users = Svr_Users::Default_Store();
-    Svr_Dispatcher Dispatcher{Objects, Users, "9.8.7"};
+    Mdl_Server Model{{Svr_Users::Default_Store(), ZTINT_SOURCE_DIR "/server/schemas/sample.json"}};
+    Svr_Dispatcher Dispatcher{Objects, Model, "9.8.7"};
     Svr_Client_State Client{1, ""};
     int32_t Sequence = 1;
 
