@@ -89,11 +89,14 @@ int32_t Svr_Dispatcher::Run(Svr_Request& request)
     if (handler == Handlers.end())
         return Not_Supported(request);
     // No failure of the model or the store ends the server: each is the call's.
+    int32_t status = -1;
     try {
-        return handler->second(request);
+        status = handler->second(request);
     } catch (const std::exception& failure) {
-        return Fail(request, std::string(request.Entry.Name) + ": " + failure.what());
+        status = Fail(request, std::string(request.Entry.Name) + ": " + failure.what());
     }
+    Model.Finish_Request();
+    return status;
 }
 
 int32_t Svr_Dispatcher::Fail(Svr_Request& request, const std::string& text)

@@ -181,6 +181,12 @@ std::shared_ptr<const Mdl_Database> Mdl_Server::Database(const std::shared_ptr<S
     return database;
 }
 
+void Mdl_Server::Finish_Request()
+{
+    for (auto& [location, store] : Stores)
+        store->Finish_Reads();
+}
+
 std::shared_ptr<Mdl_Session> Mdl_Server::Logon(const Mdl_Logon& logon, std::string& refusal)
 {
     if (logon.User.empty()) {

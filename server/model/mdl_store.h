@@ -44,6 +44,8 @@ public:
 
     // A session for the logon, or NULL with the refusal text in refusal.
     std::shared_ptr<Mdl_Session> Logon(const Mdl_Logon& logon, std::string& refusal);
+    // The end of a request: every store lets go of what it read.
+    void Finish_Request();
 
 private:
     std::shared_ptr<Sto_Connection> Store_Of(const std::string& set, std::string& error);

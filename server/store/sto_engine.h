@@ -55,6 +55,9 @@ public:
     // A statement ready to bind and run, its earlier bindings and rows gone. The
     // connection keeps it prepared for the next use of the same text.
     virtual Sto_Statement& Prepare(const std::string& sql) = 0;
+    // Ends every statement's reading, so that no read snapshot outlives the request
+    // that took it (a later read would not see other writers' commits).
+    virtual void Finish_Reads() = 0;
     // Runs statements without parameters (schema creation).
     virtual void Execute_Script(const std::string& sql) = 0;
 

@@ -134,6 +134,12 @@ public:
         return *found->second;
     }
 
+    void Finish_Reads() override
+    {
+        for (auto& [sql, statement] : Statements)
+            statement->Restart();
+    }
+
     void Execute_Script(const std::string& sql) override
     {
         char* message = nullptr;
@@ -147,7 +153,13 @@ public:
         }
     }
 
-    void Begin() override { Prepare("BEGIN IMMEDIATE").Run(); }
+    // A statement left on a row would keep an old snapshot, and a write on top of
+    // it fails at once instead of waiting for the other writer.
+    void Begin() override
+    {
+        Finish_Reads();
+        Prepare("BEGIN IMMEDIATE").Run();
+    }
     void Commit() override { Prepare("COMMIT").Run(); }
     void Rollback() noexcept override
     {
