@@ -1,6 +1,7 @@
 #include "server/model/mdl_store.h"
 
 #include <sodium.h>
+#include <unistd.h>
 
 #include <set>
 
@@ -111,11 +112,23 @@ std::shared_ptr<Sto_Connection> Mdl_Server::Store_Of(const std::string& set, std
     if (location.empty())
         return nullptr;
     auto& store = Stores[location];
+    if (store == nullptr && access(location.c_str(), F_OK) != 0 && !Seed_Names(set)) {
+        Stores.erase(location);
+        return nullptr;  // no file is made for a set that nothing names
+    }
     if (store == nullptr) {
         store = Sto_Open(location);
         Mdl_Create_Tables(*store);
     }
     return store;
+}
+
+bool Mdl_Server::Seed_Names(const std::string& set) const
+{
+    for (const Svr_Users::Entry& entry : Options.Seed.Entries())
+        if (entry.Master == set)
+            return true;
+    return false;
 }
 
 bool Mdl_Server::Set_Exists(Sto_Connection& store, const std::string& set)
@@ -193,6 +206,7 @@ std::shared_ptr<Mdl_Session> Mdl_Server::Logon(const Mdl_Logon& logon, std::stri
         refusal = "ztintsvr: logon refused: no user name given";
         return nullptr;
     }
+    Finish_Request();  // read what others have written since
     std::string error;
     const std::shared_ptr<Sto_Connection> store = Store_Of(logon.Set, error);
     if (store == nullptr || (!Set_Exists(*store, logon.Set) && !Seed_Set(*store, logon.Set, error))) {

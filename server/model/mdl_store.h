@@ -49,6 +49,7 @@ public:
 
 private:
     std::shared_ptr<Sto_Connection> Store_Of(const std::string& set, std::string& error);
+    bool Seed_Names(const std::string& set) const;
     bool Set_Exists(Sto_Connection& store, const std::string& set);
     bool Seed_Set(Sto_Connection& store, const std::string& set, std::string& error);
     std::shared_ptr<const Mdl_Database> Database(const std::shared_ptr<Sto_Connection>& store,

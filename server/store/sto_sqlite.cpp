@@ -50,7 +50,9 @@ public:
     }
     Sto_Statement& Bind_Blob(int index, const std::vector<unsigned char>& bytes) override
     {
-        Check(sqlite3_bind_blob64(Handle, index, bytes.data(), bytes.size(), SQLITE_TRANSIENT));
+        // An empty vector has no data pointer, which SQLite would store as NULL.
+        Check(bytes.empty() ? sqlite3_bind_zeroblob(Handle, index, 0)
+                            : sqlite3_bind_blob64(Handle, index, bytes.data(), bytes.size(), SQLITE_TRANSIENT));
         return *this;
     }
     Sto_Statement& Bind_Null(int index) override

@@ -227,3 +227,38 @@ TEST(Svr_Users_Test, LoadsEntriesAndRejectsBrokenLines)
 }
 
 }  // namespace
+
+namespace {
+
+// Record handles: another kind's type code, another client, or freed: each refused
+// with status -1 and a text, never a crash.
+TEST_F(Svr_Dispatch_Test, RecordHandlesAreCheckedForKindOwnerAndLife)
+{
+    const ZTInt_obj_struct zentrak = Build();
+    ZTInt_obj_struct session{};
+    ASSERT_EQ(Logon(zentrak, "zentrak", "zentrak", "DEMO", "MASTER", &session), 0) << Last_Error();
+    const char* type = "Defect";
+    const void* build_in[] = {&session, &type};
+    std::unique_ptr<Svr_Values> out;
+    ASSERT_EQ(Call("ZTSession_BuildEntity", build_in, &out), 0) << Last_Error();
+    const ZTInt_obj_struct entity = out->Object(1);
+
+    ZTInt_obj_struct retyped = entity;
+    retyped.Type = session.Type;  // the record's id under the session's type
+    const void* names_in[] = {&retyped};
+    EXPECT_EQ(Call("ZTSession_GetEntityDefNames", names_in, &out), -1);
+    EXPECT_EQ(Last_Error(), "ZTSession_GetEntityDefNames: the handle names no object of this client");
+
+    Svr_Client_State other{2, ""};
+    std::swap(Client, other);
+    const void* display_in[] = {&entity};
+    EXPECT_EQ(Call("ZTEntity_GetDisplayName", display_in, &out), -1);
+    std::swap(Client, other);
+    EXPECT_EQ(other.Last_Error, "ZTEntity_GetDisplayName: the handle names no object of this client");
+
+    EXPECT_EQ(Call("ZTInt_Entity_Free", display_in, &out), 0);
+    EXPECT_EQ(Call("ZTEntity_GetDisplayName", display_in, &out), -1);
+    EXPECT_EQ(Last_Error(), "ZTEntity_GetDisplayName: the handle names no object of this client");
+}
+
+}  // namespace
