@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <regex>
+#include <set>
 #include <sstream>
 
 #include "foundation/host/hst_switches.h"
@@ -325,6 +326,77 @@ TEST_F(Ztint_Record_Test, TheStoreIsPrivateAndAWrongPasswordIsRefused)
     EXPECT_EQ(facts.st_mode & 0777, 0600u);
     EXPECT_EQ(Logon("zentrak", "wrong"), nullptr);
     EXPECT_EQ(Server_Error(), "ztintsvr: logon refused for user \"zentrak\": wrong user name or password");
+}
+
+}  // namespace
+
+namespace {
+
+constexpr int kSubmitters = 16;
+constexpr int kRecordsEach = 500;
+
+// One client process: submits its records and writes their ids, one a line.
+int Submit_Records(int fd)
+{
+    ZTSession* session = Ztint_Tracker_Test::Logon_Default();
+    if (session == nullptr)
+        return 1;
+    int failures = 0;
+    for (int i = 0; i < kRecordsEach; ++i) {
+        ZTEntity* entity = nullptr;
+        char* answer = nullptr;
+        if (ZTSession_BuildEntity(session, &entity, "Defect") != 0 ||
+            ZTEntity_SetFieldValue(entity, &answer, "Headline", ("record " + std::to_string(i)).c_str()) != 0 ||
+            Ztint_Take(answer) != "" || ZTEntity_Commit(entity, &answer) != 0 || Ztint_Take(answer) != "") {
+            ++failures;
+        } else {
+            char* id = nullptr;
+            ZTEntity_GetFieldStringValue(entity, &id, "id");
+            const std::string line = Ztint_Take(id) + "\n";
+            if (write(fd, line.data(), line.size()) != static_cast<ssize_t>(line.size()))
+                ++failures;
+        }
+        ZTInt_Entity_Free(entity);
+    }
+    ZTInt_Session_Free(session);
+    return failures > 100 ? 100 : failures;
+}
+
+TEST_F(Ztint_Record_Test, SixteenProcessesSubmittingGetDistinctIds)
+{
+    int ids[2];
+    ASSERT_EQ(pipe(ids), 0);
+    std::vector<pid_t> children;
+    for (int n = 0; n < kSubmitters; ++n) {
+        const pid_t child = fork();
+        if (child == 0) {
+            ZTInt_Connection_Initialize(ZTInt_client_Connection_Record());
+            close(ids[0]);
+            _exit(Submit_Records(ids[1]));
+        }
+        children.push_back(child);
+    }
+    close(ids[1]);
+    std::string collected;
+    char buffer[4096];
+    for (ssize_t got; (got = read(ids[0], buffer, sizeof buffer)) > 0;)
+        collected.append(buffer, static_cast<std::size_t>(got));
+    close(ids[0]);
+    for (pid_t child : children) {
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
+    }
+    std::istringstream lines(collected);
+    std::set<std::string> distinct;
+    std::size_t count = 0;
+    for (std::string line; std::getline(lines, line); ++count)
+        distinct.insert(line);
+    EXPECT_EQ(count, std::size_t{kSubmitters * kRecordsEach});
+    EXPECT_EQ(distinct.size(), std::size_t{kSubmitters * kRecordsEach});
+    ZTInt_BOOL exists = 0;
+    EXPECT_EQ(ZTSession_EntityExists(Session, &exists, "Defect", distinct.rbegin()->c_str()), 0);
+    EXPECT_EQ(exists, 1);
 }
 
 }  // namespace

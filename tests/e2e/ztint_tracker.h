@@ -21,6 +21,10 @@ protected:
 
     // A new session of the default user, or NULL with a failure recorded.
     static ZTSession* Logon(const char* user = "zentrak", const char* password = "zentrak");
+public:
+    static ZTSession* Logon_Default() { return Logon(); }
+
+protected:
 
     // A new record of type with the values set, committed; its id, or "" with a
     // failure recorded.
