@@ -66,6 +66,32 @@ int32_t Get_Entity_By_Dbid(Svr_Call& call)
 int32_t Is_True(Svr_Call& call) { Session(call); return call.Result_Bool(true); }
 int32_t Is_False(Svr_Call& call) { Session(call); return call.Result_Bool(false); }
 
+// The members of an existing list.
+std::vector<std::string> Members(Svr_Call& call, const std::string& name)
+{
+    std::vector<std::string> members = Session(call).List_Members(name);
+    if (members.empty())
+        throw Mdl_Refusal("no list \"" + name + "\"");
+    return members;
+}
+
+int32_t Change_List(Svr_Call& call, bool add)
+{
+    const std::string name = call.Text(1), member = call.Text(2);
+    std::vector<std::string> members = Session(call).List_Members(name);
+    const auto found = std::find(members.begin(), members.end(), member);
+    if (add && found != members.end())
+        throw Mdl_Refusal("list \"" + name + "\" has the member \"" + member + "\" already");
+    if (!add && found == members.end())
+        throw Mdl_Refusal("list \"" + name + "\" has no member \"" + member + "\"");
+    if (add)
+        members.push_back(member);
+    else
+        members.erase(found);
+    Session(call).Set_List_Members(name, members);
+    return 0;
+}
+
 }  // namespace
 
 std::shared_ptr<Svr_Payload> Svr_Session_Payload(std::shared_ptr<Mdl_Session> session)
@@ -137,6 +163,31 @@ void Svr_Register_Session_Calls(Svr_Dispatcher& d)
             throw Mdl_Refusal(refusal);
         return 0;
     });
+
+    d.Add(ZTInt_op_ZTSession_GetListDefNames, [](Svr_Call& c) { return c.Result(Session(c).List_Names()); });
+    d.Add(ZTInt_op_ZTSession_GetListMembers, [](Svr_Call& c) { return c.Result(Members(c, c.Text(1))); });
+    d.Add(ZTInt_op_ZTSession_SetListMembers, [](Svr_Call& c) {
+        Session(c).Set_List_Members(c.Text(1), c.Texts(2));
+        return 0;
+    });
+    d.Add(ZTInt_op_ZTSession_AddListMember, [](Svr_Call& c) { return Change_List(c, true); });
+    d.Add(ZTInt_op_ZTSession_DeleteListMember, [](Svr_Call& c) { return Change_List(c, false); });
+    d.Add(ZTInt_op_ZTSession_GetSessionDatabase, [](Svr_Call& c) {
+        const Mdl_Session& session = Session(c);
+        return c.Result(std::make_shared<Pl_Item<Database_Desc>>(
+            Shared_Session(c),
+            Database_Desc{session.Database().Name, session.Database().Set, session.Current_User().Login}));
+    });
+    d.Add(ZTInt_op_ZTDatabaseDesc_GetDatabaseName,
+          [](Svr_Call& c) { return c.Result(c.Object<Pl_Item<Database_Desc>>(0).Item.Name); });
+    d.Add(ZTInt_op_ZTDatabaseDesc_GetDatabaseSetName,
+          [](Svr_Call& c) { return c.Result(c.Object<Pl_Item<Database_Desc>>(0).Item.Set); });
+    d.Add(ZTInt_op_ZTDatabaseDesc_GetLogin,
+          [](Svr_Call& c) { return c.Result(c.Object<Pl_Item<Database_Desc>>(0).Item.Login); });
+    d.Add(ZTInt_op_ZTDatabaseDesc_GetIsMaster,
+          [](Svr_Call& c) { c.Object<Pl_Item<Database_Desc>>(0); return c.Result_Bool(false); });
+    d.Add(ZTInt_op_ZTDatabaseDesc_GetDescription,
+          [](Svr_Call& c) { c.Object<Pl_Item<Database_Desc>>(0); return c.Result(std::string()); });
 
     d.Add(ZTInt_op_ZTSession_HasValue,
           [](Svr_Call& c) { return c.Result_Bool(Session(c).Name_Values.count(c.Text(1)) != 0); });

@@ -55,6 +55,10 @@ struct Link_Snapshot {
 
 using Record_Type_Ref = const Mdl_Record_Type*;
 
+struct Database_Desc {
+    std::string Name, Set, Login;
+};
+
 // One item of a list, and a list: both keep the session (and with it the schema).
 template <class T>
 struct Pl_Item : Svr_Payload {

@@ -838,3 +838,43 @@ std::vector<Mdl_History_Entry> Mdl_Session::History(const Mdl_Record& record)
     }
     return entries;
 }
+
+// ---- list definitions -----------------------------------------------------------
+
+std::vector<std::string> Mdl_Session::List_Names()
+{
+    Sto_Statement& query = Store().Prepare(
+        "SELECT DISTINCT name FROM zt_lists WHERE dbset = ? AND database = ? ORDER BY name");
+    query.Bind(1, Db->Set).Bind(2, Db->Name);
+    std::vector<std::string> names;
+    while (query.Next())
+        names.push_back(query.Text(0));
+    return names;
+}
+
+std::vector<std::string> Mdl_Session::List_Members(const std::string& name)
+{
+    Sto_Statement& query = Store().Prepare(
+        "SELECT member FROM zt_lists WHERE dbset = ? AND database = ? AND name = ? ORDER BY position");
+    query.Bind(1, Db->Set).Bind(2, Db->Name).Bind(3, name);
+    std::vector<std::string> members;
+    while (query.Next())
+        members.push_back(query.Text(0));
+    return members;
+}
+
+void Mdl_Session::Set_List_Members(const std::string& name, const std::vector<std::string>& members)
+{
+    if (!User.Super_User)
+        throw Mdl_Refusal("only a superuser changes list definitions");
+    if (name.empty())
+        throw Mdl_Refusal("a list needs a name");
+    Sto_Transaction transaction(Store());
+    Store().Prepare("DELETE FROM zt_lists WHERE dbset = ? AND database = ? AND name = ?")
+        .Bind(1, Db->Set).Bind(2, Db->Name).Bind(3, name).Run();
+    int64_t position = 0;
+    for (const std::string& member : members)
+        Store().Prepare("INSERT INTO zt_lists(dbset, database, name, position, member) VALUES(?, ?, ?, ?, ?)")
+            .Bind(1, Db->Set).Bind(2, Db->Name).Bind(3, name).Bind(4, position++).Bind(5, member).Run();
+    transaction.Commit();
+}

@@ -110,6 +110,12 @@ public:
 
     std::vector<Mdl_History_Entry> History(const Mdl_Record& record);
 
+    // Named lists of the database (list definitions). A list exists while it has
+    // members; only a superuser changes them.
+    std::vector<std::string> List_Names();
+    std::vector<std::string> List_Members(const std::string& name);
+    void Set_List_Members(const std::string& name, const std::vector<std::string>& members);
+
     // Name values: the session's own small key-value store, kept in memory.
     std::map<std::string, std::string> Name_Values;
 

@@ -55,6 +55,11 @@ CREATE TABLE IF NOT EXISTS zt_attachments(
   field TEXT NOT NULL, file_name TEXT NOT NULL, description TEXT NOT NULL,
   size INTEGER NOT NULL, data BLOB NOT NULL);
 CREATE INDEX IF NOT EXISTS zt_attachments_record ON zt_attachments(record);
+CREATE TABLE IF NOT EXISTS zt_lists(
+  dbset TEXT NOT NULL, database TEXT NOT NULL, name TEXT NOT NULL,
+  position INTEGER NOT NULL, member TEXT NOT NULL,
+  PRIMARY KEY(dbset, database, name, position),
+  FOREIGN KEY(dbset, database) REFERENCES zt_databases(dbset, name));
 CREATE TABLE IF NOT EXISTS zt_duplicates(
   duplicate INTEGER PRIMARY KEY REFERENCES zt_records(dbid) ON DELETE CASCADE,
   original INTEGER NOT NULL REFERENCES zt_records(dbid) ON DELETE CASCADE);

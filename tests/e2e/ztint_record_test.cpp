@@ -400,3 +400,35 @@ TEST_F(Ztint_Record_Test, SixteenProcessesSubmittingGetDistinctIds)
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(Ztint_Record_Test, ListDefinitionsAndTheSessionDatabase)
+{
+    char* const members[] = {const_cast<char*>("alpha"), const_cast<char*>("beta; 'gamma'"), nullptr};
+    ASSERT_EQ(ZTSession_SetListMembers(Session, "Platforms", members), 0) << Server_Error();
+    ASSERT_EQ(ZTSession_AddListMember(Session, "Platforms", "delta"), 0);
+    ASSERT_EQ(ZTSession_DeleteListMember(Session, "Platforms", "alpha"), 0);
+    char** names = nullptr;
+    ASSERT_EQ(ZTSession_GetListMembers(Session, &names, "Platforms"), 0);
+    EXPECT_EQ(Ztint_Take(names), (std::vector<std::string>{"beta; 'gamma'", "delta"}));
+    ASSERT_EQ(ZTSession_GetListDefNames(Session, &names), 0);
+    EXPECT_EQ(Ztint_Take(names), std::vector<std::string>{"Platforms"});
+    EXPECT_EQ(ZTSession_DeleteListMember(Session, "Platforms", "alpha"), -1);
+    EXPECT_EQ(Server_Error(), "ZTSession_DeleteListMember: list \"Platforms\" has no member \"alpha\"");
+    EXPECT_EQ(ZTSession_GetListMembers(Session, &names, "Nothing"), -1);
+    EXPECT_EQ(Server_Error(), "ZTSession_GetListMembers: no list \"Nothing\"");
+
+    ZTDatabaseDesc* database = nullptr;
+    char* text = nullptr;
+    ASSERT_EQ(ZTSession_GetSessionDatabase(Session, &database), 0);
+    ASSERT_EQ(ZTDatabaseDesc_GetDatabaseName(database, &text), 0);
+    EXPECT_EQ(Ztint_Take(text), "DEMO");
+    ASSERT_EQ(ZTDatabaseDesc_GetDatabaseSetName(database, &text), 0);
+    EXPECT_EQ(Ztint_Take(text), "MASTER");
+    ZTInt_DatabaseDesc_Free(database);
+    ASSERT_EQ(ZTSession_GetInstalledDbSets(Session, &names), 0);
+    EXPECT_EQ(Ztint_Take(names), std::vector<std::string>{"MASTER"});
+}
+
+}  // namespace
