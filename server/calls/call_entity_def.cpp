@@ -107,7 +107,7 @@ void Svr_Register_Entity_Def_Calls(Svr_Dispatcher& d)
         return c.Result(action.From.empty() && action.Type != ZTInt_ACTION_SUBMIT ? Type(c).States : action.From);
     });
     d.Add(ZTInt_op_ZTEntityDef_GetActionTypeName, [](Svr_Call& c) {
-        const char* name = Mdl_Action_Type_Name(static_cast<ZTInt_Action_Type>(c.Number(1)));
+        const char* name = Mdl_Action_Type_Name(c.Number(1));
         if (std::string(name) == "none")
             throw Mdl_Refusal("no action type " + std::to_string(c.Number(1)));
         return c.Result(std::string(name));

@@ -292,7 +292,7 @@ const Mdl_Record_Type* Mdl_Schema::Type(const std::string& name) const
     return nullptr;
 }
 
-const char* Mdl_Type_Name(ZTInt_Field_Type type)
+const char* Mdl_Type_Name(int type)
 {
     for (const Named_Type& entry : kFieldTypes)
         if (entry.Value == type)
@@ -300,7 +300,7 @@ const char* Mdl_Type_Name(ZTInt_Field_Type type)
     return "unknown";
 }
 
-const char* Mdl_Action_Type_Name(ZTInt_Action_Type type)
+const char* Mdl_Action_Type_Name(int type)
 {
     for (const Named_Type& entry : kActionTypes)
         if (entry.Value == type)

@@ -97,5 +97,5 @@ public:
 };
 
 // The name of a type, action type or requiredness as schema files and messages spell it.
-const char* Mdl_Type_Name(ZTInt_Field_Type type);
-const char* Mdl_Action_Type_Name(ZTInt_Action_Type type);
+const char* Mdl_Type_Name(int type);
+const char* Mdl_Action_Type_Name(int type);  // "none" for a number that is none

@@ -62,6 +62,11 @@ TEST_F(Ztint_Record_Test, TheSessionKnowsItsUserAndTheSampleSchema)
     EXPECT_EQ(Ztint_Take(text), "Opened");
     EXPECT_EQ(ZTEntityDef_DoesTransitionExist(defect, &names, "Resolved", "Opened"), 0);
     EXPECT_EQ(Ztint_Take(names), std::vector<std::string>{"Re_open"});
+    EXPECT_EQ(ZTEntityDef_GetActionTypeName(defect, &text, ZTInt_ACTION_CHANGE_STATE), 0);
+    EXPECT_EQ(Ztint_Take(text), "change_state");
+    EXPECT_EQ(ZTEntityDef_GetActionTypeName(defect, &text, -2131490051), -1);
+    Ztint_Take(text);
+    EXPECT_EQ(Server_Error(), "ZTEntityDef_GetActionTypeName: no action type -2131490051");
     EXPECT_EQ(ZTEntityDef_GetFieldDefType(defect, &number, "Nonsense"), -1);
     EXPECT_EQ(Server_Error(), "ZTEntityDef_GetFieldDefType: record type Defect has no field \"Nonsense\"");
     ZTInt_EntityDef_Free(defect);
@@ -417,6 +422,7 @@ TEST_F(Ztint_Record_Test, ListDefinitionsAndTheSessionDatabase)
     EXPECT_EQ(ZTSession_DeleteListMember(Session, "Platforms", "alpha"), -1);
     EXPECT_EQ(Server_Error(), "ZTSession_DeleteListMember: list \"Platforms\" has no member \"alpha\"");
     EXPECT_EQ(ZTSession_GetListMembers(Session, &names, "Nothing"), -1);
+    EXPECT_EQ(Ztint_Take(names), std::vector<std::string>{});  // a failed call's result is empty
     EXPECT_EQ(Server_Error(), "ZTSession_GetListMembers: no list \"Nothing\"");
 
     ZTDatabaseDesc* database = nullptr;

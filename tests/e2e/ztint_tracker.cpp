@@ -69,25 +69,25 @@ ZTEntity* Ztint_Tracker_Test::Get(const std::string& id, const char* type)
 std::string Ztint_Tracker_Test::Value(ZTEntity* entity, const char* field)
 {
     char* text = nullptr;
-    if (ZTEntity_GetFieldStringValue(entity, &text, field) != 0)
-        return "(failed: " + Server_Error() + ")";
-    return Ztint_Take(text);
+    const int32_t status = ZTEntity_GetFieldStringValue(entity, &text, field);
+    std::string value = Ztint_Take(text);
+    return status == 0 ? value : "(failed: " + Server_Error() + ")";
 }
 
 std::string Ztint_Tracker_Test::Set(ZTEntity* entity, const char* field, const std::string& value)
 {
     char* answer = nullptr;
-    if (ZTEntity_SetFieldValue(entity, &answer, field, value.c_str()) != 0)
-        return "(failed: " + Server_Error() + ")";
-    return Ztint_Take(answer);
+    const int32_t status = ZTEntity_SetFieldValue(entity, &answer, field, value.c_str());
+    std::string reason = Ztint_Take(answer);
+    return status == 0 ? reason : "(failed: " + Server_Error() + ")";
 }
 
 std::string Ztint_Tracker_Test::Commit(ZTEntity* entity)
 {
     char* answer = nullptr;
-    if (ZTEntity_Commit(entity, &answer) != 0)
-        return "(failed: " + Server_Error() + ")";
-    return Ztint_Take(answer);
+    const int32_t status = ZTEntity_Commit(entity, &answer);
+    std::string reason = Ztint_Take(answer);
+    return status == 0 ? reason : "(failed: " + Server_Error() + ")";
 }
 
 std::string Ztint_Tracker_Test::Edit(ZTEntity* entity, const char* action)
