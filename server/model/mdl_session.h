@@ -75,14 +75,14 @@ public:
     void Reload(Mdl_Record& record);
 
     // "" when the value is taken, else the reason it is refused (nothing changes).
-    std::string Set_Value(Mdl_Record& record, const std::string& field, const std::string& value);
-    std::string Add_Value(Mdl_Record& record, const std::string& field, const std::string& value);
-    std::string Delete_Value(Mdl_Record& record, const std::string& field, const std::string& value);
-    std::string Add_Attachment(Mdl_Record& record, const std::string& field, const std::string& path,
+    [[nodiscard]] std::string Set_Value(Mdl_Record& record, const std::string& field, const std::string& value);
+    [[nodiscard]] std::string Add_Value(Mdl_Record& record, const std::string& field, const std::string& value);
+    [[nodiscard]] std::string Delete_Value(Mdl_Record& record, const std::string& field, const std::string& value);
+    [[nodiscard]] std::string Add_Attachment(Mdl_Record& record, const std::string& field, const std::string& path,
                                const std::string& description);
-    std::string Delete_Attachment(Mdl_Record& record, const std::string& field,
+    [[nodiscard]] std::string Delete_Attachment(Mdl_Record& record, const std::string& field,
                                   const std::string& file_name);
-    std::string Describe_Attachment(Mdl_Record& record, const std::string& field,
+    [[nodiscard]] std::string Describe_Attachment(Mdl_Record& record, const std::string& field,
                                     const std::string& file_name, const std::string& description);
     // Writes a stored attachment's bytes to path, whole or not at all.
     void Load_Attachment(const Mdl_Attachment& attachment, const std::string& path);
@@ -91,21 +91,21 @@ public:
     std::vector<std::string> Values(const Mdl_Record& record, const std::string& field) const;
     std::vector<std::string> Original_Values(const Mdl_Record& record, const std::string& field) const;
     // "" when the field's value is acceptable in the record's target state, else why not.
-    std::string Field_Problem(const Mdl_Record& record, const Mdl_Field_Def& field) const;
+    [[nodiscard]] std::string Field_Problem(const Mdl_Record& record, const Mdl_Field_Def& field) const;
     ZTInt_Requiredness Requiredness(const Mdl_Record& record, const Mdl_Field_Def& field) const;
-    std::string Validate(const Mdl_Record& record) const;
+    [[nodiscard]] std::string Validate(const Mdl_Record& record) const;
     std::string Display_Name(const Mdl_Record& record) const;
     std::vector<std::string> Legal_Actions(const Mdl_Record& record) const;
 
     // "" when stored, else the reason; a refused commit stores nothing.
-    std::string Commit(Mdl_Record& record);
+    [[nodiscard]] std::string Commit(Mdl_Record& record);
     // Deletes a stored record by a delete action: "" or the reason.
-    std::string Delete(Mdl_Record& record, const std::string& action_name);
+    [[nodiscard]] std::string Delete(Mdl_Record& record, const std::string& action_name);
     // Marks duplicate as a duplicate of original (or no longer one) by the action, and
     // commits it.
-    std::string Mark_Duplicate(Mdl_Record& duplicate, const Mdl_Record& original,
+    [[nodiscard]] std::string Mark_Duplicate(Mdl_Record& duplicate, const Mdl_Record& original,
                                const std::string& action_name);
-    std::string Unmark_Duplicate(Mdl_Record& duplicate, const std::string& action_name);
+    [[nodiscard]] std::string Unmark_Duplicate(Mdl_Record& duplicate, const std::string& action_name);
     std::vector<int64_t> Duplicates_Of(int64_t dbid);
 
     std::vector<Mdl_History_Entry> History(const Mdl_Record& record);

@@ -43,7 +43,7 @@ public:
     explicit Mdl_Server(Mdl_Server_Options options) : Options(std::move(options)) {}
 
     // A session for the logon, or NULL with the refusal text in refusal.
-    std::shared_ptr<Mdl_Session> Logon(const Mdl_Logon& logon, std::string& refusal);
+    [[nodiscard]] std::shared_ptr<Mdl_Session> Logon(const Mdl_Logon& logon, std::string& refusal);
     // The end of a request: every store lets go of what it read.
     void Finish_Request();
 
