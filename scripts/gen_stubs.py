@@ -57,7 +57,7 @@ class Call:
         self.opcode = opcode
         self.name = name
         self.params = params    # type names after the handle
-        self.names = names or [None] * len(params)  # their names, None where the row has none
+        self.names = names or []  # their names
         self.result = result    # type name or None
         self.kind = kind        # 'special', 'generic', 'row', 'declared'
         self.hand = mark == 'hand'  # function written by hand
@@ -144,12 +144,14 @@ def parse_parameters(column, where):
     types, names = [], []
     for item in column.split(','):
         type_name, _, name = item.partition(':')
-        if name and (not NAME_PATTERN.fullmatch(name) or name in RESERVED_NAMES):
+        if not name:
+            raise TableError('%s: parameter "%s" has no name (write Type:name)' % (where, item))
+        if not NAME_PATTERN.fullmatch(name) or name in RESERVED_NAMES:
             raise TableError('%s: bad parameter name "%s"' % (where, name))
-        if name and name in names:
+        if name in names:
             raise TableError('%s: parameter name "%s" twice' % (where, name))
         types.append(type_name)
-        names.append(name or None)
+        names.append(name)
     return types, names
 
 
@@ -283,15 +285,8 @@ def c_result_type(table, name):
 
 
 def param_names(call):
-    """The row's parameter names; where a row names none, text, value, flag, texts or the
-    class, numbered if repeated."""
-    bases = [{'LONG': 'value', 'BOOL': 'flag', 'String': 'text', 'StringArray': 'texts'}.get(p)
-             or p[0].lower() + p[1:] for p in call.params]
-    names = []
-    for i, base in enumerate(bases):
-        fallback = '%s%d' % (base, bases[:i + 1].count(base)) if bases.count(base) > 1 else base
-        names.append(call.names[i] or fallback)
-    return names
+    """The row's parameter names (the table names every parameter)."""
+    return call.names
 
 
 def c_parameters(call):
@@ -452,14 +447,22 @@ def stub_body(table, call):
     object_result = call.result in table.by_short
     out_values = ['&status'] + (['&record' if object_result else 'result'] if call.result else [])
     lines = []
-    if call.name == cls.generic_name('Free'):
+    is_free = call.name == cls.generic_name('Free')
+    if is_free:
         lines.append('    if (handle == nullptr) return 0;')
+    if call.result:
+        lines.append('    if (result == nullptr) return ZTInt_client_No_Result("%s");' % call.name)
+        lines.append('    *result = %s;' % ('nullptr' if object_result or 'String' in call.result
+                                             else '0'))
+    checks = ([('handle', cls.code, 'handle')] if call.has_handle else []) + [
+        (n, table.by_short[p].code, '%s handle' % n)
+        for p, n in zip(call.params, names) if p in table.by_short]
+    for argument, code, what in checks:
+        lines.append('    if (!ZTInt_client_Check_Handle(%s, %d, "%s", "%s")) return -1;'
+                     % (argument, code, call.name, what))
     if object_result:
         lines.append('    ZTInt_obj_struct record{};')
     lines.append('    int32_t status = -1;')
-    if call.result:
-        lines.append('    *result = %s;' % ('nullptr' if object_result or 'String' in call.result
-                                             else '0'))
     if call.hook:
         hook = 'ZTInt_client_%s' % call.name[len(cls.name) + 1:]
         arguments = ['&status', 'handle'] + (['result'] if call.result else []) + names
@@ -470,7 +473,7 @@ def stub_body(table, call):
     run = ('ZTInt_stub_Run(%s, %d, %s, in, %d, %s, out)' % (
         opcode_constant(call), len(in_values), call.list_name('In'), len(out_values),
         call.list_name('Out')))
-    if call.name == cls.generic_name('Free'):
+    if is_free:
         lines.append('    if (%s && status == 0)' % run)
         lines.append('        ZTInt_obj_Free(ZTInt_stub_Record(handle));')
     elif object_result:

@@ -1,19 +1,30 @@
 #!/usr/bin/env bash
-# Runs every fuzz target of a build folder for the given number of seconds each.
+# Runs every fuzz target of a build folder for the given number of seconds each,
+# starting from the seed corpus kept in fuzz/corpus/<target> (read only) and a
+# working corpus in the build folder, and ends with each target's coverage.
 # Usage: scripts/run-fuzzers.sh <build-dir> <seconds>
 set -euo pipefail
 build=$1
 seconds=$2
+seeds=$(cd "$(dirname "$0")/.." && pwd)/fuzz/corpus
 shopt -s nullglob
-found=0
+summary=()
 for target in "$build"/fuzz/fuzz_*; do
   [[ -x $target && ! -d $target ]] || continue
-  found=1
   name=$(basename "$target")
   corpus="$build/fuzz/corpus/$name"
   mkdir -p "$corpus"
   echo "== $name for ${seconds}s"
-  "$target" -max_total_time="$seconds" -print_final_stats=1 "$corpus" 2>&1 | tail -n 12
-  echo "== $name: no finding"
+  output=$("$target" -max_total_time="$seconds" -print_final_stats=1 "$corpus" \
+           ${seeds:+"$seeds/$name"} 2>&1) || { echo "$output" | tail -n 40; exit 1; }
+  echo "$output" | tail -n 12
+  stats=$(echo "$output" | grep -E '^#[0-9]+[[:space:]]+DONE' | tail -n 1 |
+          grep -oE 'cov: [0-9]+ ft: [0-9]+')
+  summary+=("$name: no finding; ${stats:-no coverage figure}")
 done
-((found)) || echo "no fuzz targets"
+if ((${#summary[@]} == 0)); then
+  echo "no fuzz targets"
+  exit 0
+fi
+echo "== fuzzing summary (cov: edges covered, ft: features)"
+printf '  %s\n' "${summary[@]}"

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Builds libztint twice and runs every test in both builds:
-#   build/release   g++, optimised, warnings as errors
+#   build/release   g++, optimised, warnings as errors; then the tests that need an
+#                   unprivileged user, an application built against an installation
+#                   (pkg-config and CMake), and the .deb
 #   build/sanitize  clang, AddressSanitizer + UndefinedBehaviorSanitizer, with the fuzzers
 # then runs each fuzz target for FUZZ_SECONDS (default 60) under the sanitizers.
 set -euo pipefail
@@ -14,6 +16,10 @@ cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
       -DCMAKE_C_COMPILER=gcc -DCMAKE_CXX_COMPILER=g++ -DZTINT_WERROR=ON
 cmake --build build/release -j "$jobs"
 ctest --test-dir build/release --output-on-failure -j "$jobs"
+scripts/run-unprivileged-tests.sh build/release
+scripts/check-install.sh build/release
+(cd build/release && cpack -G DEB >/dev/null && echo "package: $(ls ztint_*.deb)" &&
+ dpkg-deb --info ztint_*.deb | sed -n 's/^ Depends: /  depends: /p')
 
 cmake -S . -B build/sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug \
       -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \

@@ -200,12 +200,13 @@ int32_t Svr_Dispatcher::Session_Logon(Svr_Request& request)
     return Return_New_Object(request, user + "@" + request.In.Text(4), std::move(session));
 }
 
-// In-values: the entry object, the session, flags.
+// In-values: the entry object, the session, flags. The session's handle stays valid
+// until the client frees it, so that the client's Free of it succeeds and releases the
+// client's entry too.
 int32_t Svr_Dispatcher::Session_Logoff(Svr_Request& request)
 {
     if (Object_Argument(request, 0) == nullptr || Object_Argument(request, 1) == nullptr)
         return -1;
-    Objects.Release(request.In.Object(1), request.Client.Number);
     return 0;
 }
 

@@ -1,5 +1,6 @@
 #include "server/svr_loop.h"
 
+#include <malloc.h>
 #include <poll.h>
 #include <signal.h>
 #include <unistd.h>
@@ -15,6 +16,8 @@
 volatile int Svr_Stop_Signal = 0;
 
 namespace {
+
+constexpr int32_t kLargestKeptBuffer = 8 * 1024 * 1024;
 
 void On_Stop_Signal(int number)
 {
@@ -110,6 +113,7 @@ std::string Svr_Loop::Serve()
         }
         if (wanted[0].revents != 0)
             On_Point_Ready();
+        Give_Back_Large_Buffers();
         if (Clients.empty() && Idle_Since == std::chrono::steady_clock::time_point())
             Idle_Since = std::chrono::steady_clock::now();
     }
@@ -167,6 +171,14 @@ void Svr_Loop::Start_Client(ZTInt_msg_struct* startup)
     Clients.push_back(std::move(client));
     Idle_Since = std::chrono::steady_clock::time_point();
     Publish_Status();
+}
+
+// Buffers of huge messages go back to the system once the messages are done; the
+// smaller ones stay in the pool for the next calls.
+void Svr_Loop::Give_Back_Large_Buffers()
+{
+    if (ZTInt_msg_buffer_Trim(kLargestKeptBuffer) > 0)
+        malloc_trim(0);
 }
 
 void Svr_Loop::Drop_Client(std::size_t index)

@@ -43,6 +43,7 @@ private:
     void Drain_Point();
     int Idle_Timeout_Ms() const;
     void Drop_Client(std::size_t index);
+    void Give_Back_Large_Buffers();
     void Publish_Status() const;
 
     ZTInt_Connection Point;

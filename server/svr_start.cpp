@@ -31,6 +31,7 @@
 #include "ztint_client/ztint_special.h"
 #include "ztint_string.h"
 #include "ztint_utils/ztint_connect.h"
+#include "ztint_utils/ztint_private_files.h"
 
 namespace {
 
@@ -120,9 +121,22 @@ private:
     {
         if (Fd >= 0)
             close(Fd);
+        Fd = -1;
+        // A lock file that is not ours alone is refused at once: another user could hold
+        // it, or read and remove it.
+        Error = ZTInt_Private_File_Problem(Path, S_IFREG, "start lock");
+        if (!Error.empty())
+            return;
         Fd = open(Path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
         if (Fd < 0) {
             Error = System_Text("cannot open the lock " + Path);
+            return;
+        }
+        struct stat facts;
+        if (fstat(Fd, &facts) != 0 || facts.st_uid != geteuid()) {
+            Error = ZTInt_Private_File_Problem(Path, S_IFREG, "start lock");
+            if (Error.empty())
+                Error = "ztintsvr: " + Path + ", the start lock, changed while it was opened";
             return;
         }
         while (flock(Fd, LOCK_EX | LOCK_NB) != 0) {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "server/svr_start.h"
+#include "ztint_utils/ztint_private_files.h"
 
 namespace {
 
@@ -36,6 +37,10 @@ int main(int argc, char** argv)
     if (command == "--help" || command == "-h" || command == "help") {
         std::fputs(kUsage, stdout);
         return 0;
+    }
+    if (const std::string problem = ZTInt_Server_User_Problem(); !problem.empty()) {
+        std::fprintf(stderr, "%s\n", problem.c_str());
+        return 1;
     }
     if (command == "stop")
         return Svr_Stop_Command();

@@ -19,7 +19,17 @@ public:
     // A flag of a conversion: blank, '#', '+', '-', '0'.
     static bool isFlags(Code_Unit Unit);
 
+    // The prepared format as ICU is to receive it. A specification that the format's
+    // end cuts short ("50%", "%5", "%ll") is made literal text by doubling its '%':
+    // ICU would take the terminator for its conversion and read on behind it. Zero
+    // units behind the terminator keep any other reading past it inside this string.
+    const Code_Unit* Icu_Format();
+
 private:
+    // The position of a '%' whose specification the end of the format cuts short,
+    // or -1.
+    long Unfinished = -1;
+
     long Index = 0;     // the scan position
     long Percent = 0;   // the position of the '%' being read
     long Length = 0;    // the format's length

@@ -47,13 +47,35 @@ bool Strict_Ascii(const Code_Unit* Text, std::string& Bytes) {
     return true;
 }
 
+// Parses the number at the start of Text; *End, if End is given, is Text plus the units
+// read. The end pointer starts at the first byte, so that a parser that does not set
+// it counts as having read nothing. A null Text reads nothing.
 template <class Parse>
 auto Parse_Prefix(const Code_Unit* Text, Code_Unit** End, Parse parse) {
+    decltype(parse("", nullptr)) value{};
+    if (!Text) {
+        if (End) *End = nullptr;
+        return value;
+    }
     std::string bytes = Number_Prefix(Text);
-    char* end = nullptr;
-    auto value = parse(bytes.c_str(), &end);
+    char* end = bytes.data();
+    value = parse(bytes.c_str(), &end);
     if (End) *End = const_cast<Code_Unit*>(Text) + (end - bytes.c_str());
     return value;
+}
+
+// A base the C library rejects is answered here, as glibc answers it (0, errno
+// EINVAL, nothing read): what strtol leaves in its end pointer then is not the same
+// under every build (a sanitizer's wrapper stores an unset pointer there).
+template <class Integer, class Parse>
+Integer Parse_Integer(const Code_Unit* Text, Code_Unit** End, int Base, Parse parse) {
+    if (Base != 0 && (Base < 2 || Base > 36)) {
+        if (End) *End = const_cast<Code_Unit*>(Text);
+        errno = EINVAL;
+        return 0;
+    }
+    return Parse_Prefix(Text, End,
+                        [Base, parse](const char* p, char** e) { return parse(p, e, Base); });
 }
 
 }  // namespace
@@ -71,12 +93,15 @@ long _ttol(const Code_Unit* S) {
 }
 
 long _tcstol(const Code_Unit* S, Code_Unit** End, int Base) {
-    return Parse_Prefix(S, End, [Base](const char* p, char** e) { return std::strtol(p, e, Base); });
+    return Parse_Integer<long>(S, End, Base, [](const char* p, char** e, int b) {
+        return std::strtol(p, e, b);
+    });
 }
 
 unsigned long _tcstoul(const Code_Unit* S, Code_Unit** End, int Base) {
-    return Parse_Prefix(S, End,
-                        [Base](const char* p, char** e) { return std::strtoul(p, e, Base); });
+    return Parse_Integer<unsigned long>(S, End, Base, [](const char* p, char** e, int b) {
+        return std::strtoul(p, e, b);
+    });
 }
 
 double _tcstod(const Code_Unit* S, Code_Unit** End) {

@@ -71,6 +71,7 @@ std::string Default_Codepage() {
 // Runs Write on a UFILE wrapping File for this one call.
 template <class Write>
 auto With_Ufile(FILE* File, Write write) -> decltype(write(static_cast<UFILE*>(nullptr))) {
+    if (!File) return -1;
     UFILE* ufile = u_finit(File, nullptr, Default_Codepage().c_str());
     if (!ufile) return -1;
     auto result = write(ufile);
@@ -81,6 +82,7 @@ auto With_Ufile(FILE* File, Write write) -> decltype(write(static_cast<UFILE*>(n
 }  // namespace
 
 unsigned int _gettc(FILE* File) {
+    if (!File) return TCHAR_EOF;
     auto& pending = Pending_Units();
     auto found = pending.find(File);
     if (found != pending.end()) {
@@ -132,7 +134,7 @@ int _ftprintf(FILE* File, const Code_Unit* Format, ...) {
     va_list args;
     va_start(args, Format);
     int result = With_Ufile(File, [&format, &args](UFILE* ufile) {
-        return static_cast<int>(u_vfprintf_u(ufile, format.Data(), args));
+        return static_cast<int>(u_vfprintf_u(ufile, format.Icu_Format(), args));
     });
     va_end(args);
     return result;
@@ -143,7 +145,7 @@ int _tprintf(const Code_Unit* Format, ...) {
     va_list args;
     va_start(args, Format);
     int result = With_Ufile(stdout, [&format, &args](UFILE* ufile) {
-        return static_cast<int>(u_vfprintf_u(ufile, format.Data(), args));
+        return static_cast<int>(u_vfprintf_u(ufile, format.Icu_Format(), args));
     });
     va_end(args);
     return result;

@@ -2,9 +2,21 @@
 #include <unicode/uchar.h>
 #include <unicode/ustring.h>
 
+#include <cstdint>
 #include <cstdlib>
 
 #include "ztcoreutil/tchar.h"
+
+namespace {
+
+// A count for ICU's 32-bit length parameters. A count above INT32_MAX cannot be
+// reached before a terminator anyway; a plain cast would turn it negative, which ICU
+// takes as "nothing to do" (and _tcsncmp would call different texts equal).
+int32_t Icu_Count(size_t Count) {
+    return Count > static_cast<size_t>(INT32_MAX) ? INT32_MAX : static_cast<int32_t>(Count);
+}
+
+}  // namespace
 
 Code_Unit* _tcscat(Code_Unit* Dest, const Code_Unit* Src) { return u_strcat(Dest, Src); }
 
@@ -19,23 +31,23 @@ const Code_Unit* _tcsrchr(const Code_Unit* S, unsigned int C) {
 int _tcscmp(const Code_Unit* A, const Code_Unit* B) { return u_strcmp(A, B); }
 
 int _tcsncmp(const Code_Unit* A, const Code_Unit* B, size_t Count) {
-    return u_strncmp(A, B, static_cast<int32_t>(Count));
+    return u_strncmp(A, B, Icu_Count(Count));
 }
 
 int _tcsicmp(const Code_Unit* A, const Code_Unit* B) { return u_strcasecmp(A, B, 0); }
 
 int _tcsnicmp(const Code_Unit* A, const Code_Unit* B, size_t Count) {
-    return u_strncasecmp(A, B, static_cast<int32_t>(Count), 0);
+    return u_strncasecmp(A, B, Icu_Count(Count), 0);
 }
 
 Code_Unit* _tcscpy(Code_Unit* Dest, const Code_Unit* Src) { return u_strcpy(Dest, Src); }
 
 Code_Unit* _tcsncpy(Code_Unit* Dest, const Code_Unit* Src, size_t Count) {
-    return u_strncpy(Dest, Src, static_cast<int32_t>(Count));
+    return u_strncpy(Dest, Src, Icu_Count(Count));
 }
 
 Code_Unit* lstrcpyn(Code_Unit* Dest, const Code_Unit* Src, size_t Count) {
-    return u_strncpy(Dest, Src, static_cast<int32_t>(Count));
+    return u_strncpy(Dest, Src, Icu_Count(Count));
 }
 
 size_t _tcscspn(const Code_Unit* S, const Code_Unit* Reject) {

@@ -44,6 +44,8 @@ extern "C" long ZTInt_String_Length(const char* s)
 
 extern "C" void ZTInt_String_Append(char** s, const char* t)
 {
+    if (s == nullptr)
+        return;  // no string to append to
     size_t old_length = *s == nullptr ? 0 : std::strlen(*s);
     size_t added = t == nullptr ? 0 : std::strlen(t);
     char* joined = static_cast<char*>(std::malloc(old_length + added + 1));
@@ -108,9 +110,11 @@ extern "C" char* ZTInt_StringArray_At(char* const* a, long i)
 
 extern "C" char** ZTInt_StringArray_Alloc(long n)
 {
-    if (n < 0)
+    size_t bytes = 0;
+    // n elements and the terminating NULL; a count whose size does not fit is refused.
+    if (n < 0 || __builtin_mul_overflow(static_cast<size_t>(n) + 1, sizeof(char*), &bytes))
         return nullptr;
-    char** a = static_cast<char**>(std::malloc((static_cast<size_t>(n) + 1) * sizeof(char*)));
+    char** a = static_cast<char**>(std::malloc(bytes));
     if (a != nullptr)
         a[n] = nullptr;
     return a;

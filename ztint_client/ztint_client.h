@@ -36,6 +36,15 @@ void ZTInt_client_Error(ZTInt_Connection* connection, ZTInt_msg_struct* message,
                         const ZTInt_rpc_type* types, void* const* values);
 // Sets the slot to "unsupported operation: " and name.
 void ZTInt_client_Unsupported(const char* name);
+// The checks of a stub before anything goes on the wire. A handle argument (the call's
+// own, what = "handle", or a parameter, what = "<name> handle") must be a live entry of
+// the table with the class's type code: NULL, an address the table never gave out, a
+// freed entry or one of another class leaves a text naming the call in the client error
+// slot and gives false, and nothing behind the address is read unless it is an entry.
+bool ZTInt_client_Check_Handle(const void* handle, int32_t type, const char* call,
+                               const char* what);
+// A NULL result address: the text in the slot, and -1 for the stub to return.
+int32_t ZTInt_client_No_Result(const char* call);
 
 // Replaces the slot's text by a copy of text (NULL empties it).
 void ZTInt_Set_Client_Error(const char* text);

@@ -47,7 +47,7 @@ int ZTInt_do_Call_Send(ZTInt_Connection* connection, ZTInt_Error_Sink set_error,
     ZTInt_msg_struct* call = nullptr;
     char* error = nullptr;
     if (!ZTInt_msg_Encode_Params(&call, &error, count, types, values)) {
-        ZTInt_String_Free(error);
+        Report_Protocol_Error(set_error, error);
         ZTInt_msg_Free(call);
         return 0;
     }
@@ -65,10 +65,10 @@ int ZTInt_do_Call_Send(ZTInt_Connection* connection, ZTInt_Error_Sink set_error,
 }
 
 int ZTInt_do_Call_Recv(ZTInt_Connection* connection, ZTInt_Error_Sink set_error,
-                       ZTInt_msg_struct** message)
+                       ZTInt_msg_struct** message, const ZTInt_transport_Limits& limits)
 {
     char* error = nullptr;
-    if (ZTInt_transport_Recv(&connection->Handle, message, &error) != ZTInt_transport_Done) {
+    if (ZTInt_transport_Recv(&connection->Handle, message, &error, limits) != ZTInt_transport_Done) {
         Report_Protocol_Error(set_error, error);
         return 0;
     }

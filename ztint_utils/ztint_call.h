@@ -4,6 +4,7 @@
 #pragma once
 
 #include "ztint_utils/ztint_connect.h"
+#include "ztint_utils/ztint_transport.h"
 #include "ztint_utils/ztint_message.h"
 
 // The process id put into every call: -1 until Set_My_Pid reads it from the
@@ -27,7 +28,7 @@ int ZTInt_do_Call_Send(ZTInt_Connection* connection, ZTInt_Error_Sink set_error,
 // behind the same prefix in set_error. A message whose data failed stays in
 // *message for the caller's ZTInt_msg_Free.
 int ZTInt_do_Call_Recv(ZTInt_Connection* connection, ZTInt_Error_Sink set_error,
-                       ZTInt_msg_struct** message);
+                       ZTInt_msg_struct** message, const ZTInt_transport_Limits& limits = {});
 
 // Turns the answer into results and status. A Reply is checked against the call
 // (sequence, procedure, count) and decoded; an Error message gives nil results and

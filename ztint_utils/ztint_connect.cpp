@@ -22,6 +22,7 @@
 #include "ztcoreutil/admbcsstring.h"
 #include "ztint_base/ztint_assert.h"
 #include "ztint_base/ztint_strings.h"
+#include "ztint_utils/ztint_private_files.h"
 #include "ztint_utils/ztint_text.h"
 #include "ztint_utils/ztint_transport.h"
 
@@ -33,6 +34,7 @@ constexpr long kOpenNoDelay = 8;
 
 ZTInt_Connection_Opener The_Opener = nullptr;
 int Accept_Timeout_Ms = 10 * 1000;
+int Message_Timeout_Ms = 30 * 1000;
 
 const char16_t* const Type_Images[] = {u"nil",     u"point",  u"startup",
                                        u"shutdown", u"server", u"client"};
@@ -210,6 +212,16 @@ void ZTInt_Set_Accept_Timeout_Milliseconds(int milliseconds)
     Accept_Timeout_Ms = milliseconds;
 }
 
+int ZTInt_Message_Timeout_Milliseconds()
+{
+    return Message_Timeout_Ms;
+}
+
+void ZTInt_Set_Message_Timeout_Milliseconds(int milliseconds)
+{
+    Message_Timeout_Ms = milliseconds;
+}
+
 void ZTInt_Server_Connection_Name(char** name)
 {
     const char* user = std::getenv("ZTT_USER");
@@ -242,10 +254,19 @@ int ZTInt_Create_Connection_Un(ZTInt_Connection* connection, char** name, char**
     if (The_Opener != nullptr)
         return The_Opener(connection, name, error, start);
 
+    std::string problem = ZTInt_Server_User_Problem();
     char* pipe_path = nullptr;
     char* socket_path = nullptr;
-    ZTInt_Server_Connection_Name(&pipe_path);
     ZTInt_Server_USocket_Path(&socket_path);
+    if (problem.empty())
+        problem = ZTInt_Private_File_Problem(socket_path, S_IFSOCK, "client's socket");
+    if (!problem.empty()) {
+        ZTInt_String_Free(socket_path);
+        Internal_Close_Connection(connection, ZTInt_Connection_State_Error);
+        *error = ZTInt_String_New(problem.c_str());
+        return -1;
+    }
+    ZTInt_Server_Connection_Name(&pipe_path);
     Fnd_Condition condition;
     char* failure = nullptr;
     int pipe = kInvalid;

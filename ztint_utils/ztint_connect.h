@@ -110,6 +110,10 @@ int ZTInt_Accept_Connections(ZTInt_Connection* connection, char** error);
 // The bound of that wait, 10 seconds unless set otherwise (for tests).
 int ZTInt_Accept_Timeout_Milliseconds();
 void ZTInt_Set_Accept_Timeout_Milliseconds(int milliseconds);
+// How long the rest of an answer may keep a caller waiting once it has begun to
+// arrive, and how long the answer to the startup call may take: 30 seconds unless set.
+int ZTInt_Message_Timeout_Milliseconds();
+void ZTInt_Set_Message_Timeout_Milliseconds(int milliseconds);
 
 // The startup call was answered with status 0: Type client, State ready.
 void ZTInt_Change_Startup_to_Client(ZTInt_Connection* connection);

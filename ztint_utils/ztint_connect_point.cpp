@@ -5,15 +5,19 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <thread>
 
 #include "foundation/base/fnd_condition.h"
 #include "foundation/base/fnd_sys_call_error.h"
+#include "foundation/host/hst_errors.h"
 #include "foundation/host/hst_filesystem.h"
 #include "foundation/host/hst_socket.h"
 #include "ztint_base/ztint_assert.h"
 #include "ztint_string.h"
 #include "ztint_utils/ztint_connect.h"
 #include "ztint_utils/ztint_message.h"
+#include "ztint_utils/ztint_private_files.h"
 #include "ztint_utils/ztint_text.h"
 #include "ztint_utils/ztint_transport.h"
 
@@ -61,11 +65,37 @@ void Restrict_To_Owner(int fd, const Fnd_String& path, Fnd_Condition& condition)
         condition.Set(new Fnd_Sys_Call_Error(u"fchmod", errno, path, 0));
 }
 
+// Connects to a client's socket without ever blocking the server: a socket whose
+// queue is full (a client that does not accept, or one naming a socket not its own)
+// is tried for a short while and then given up.
+void Connect_Without_Blocking(int socket, Hst_Sockaddr_Un& address, Fnd_Condition& condition)
+{
+    constexpr int kAttempts = 20;
+    constexpr auto kPause = std::chrono::milliseconds(5);
+    if (!Hst_Socket::Set_Blocking(socket, 0, condition))
+        return;
+    for (int attempt = 1; !Hst_Socket::Connect(socket, address, condition); ++attempt) {
+        if (attempt == kAttempts || !Fnd_Sys_Call_Error::Is_Errno(condition, EAGAIN))
+            return;
+        std::this_thread::sleep_for(kPause);
+    }
+}
+
 }  // namespace
 
 int ZTInt_Create_Connection_Point(ZTInt_Connection* point, char** error)
 {
     ZTInt_Connection_Initialize(point);
+    char* narrow = nullptr;
+    ZTInt_Server_Connection_Name(&narrow);
+    std::string problem = ZTInt_Server_User_Problem();
+    if (problem.empty())
+        problem = ZTInt_Private_File_Problem(narrow, S_IFIFO, "server's pipe");
+    ZTInt_String_Free(narrow);
+    if (!problem.empty()) {
+        *error = ZTInt_String_New(problem.c_str());
+        return -1;
+    }
     const Fnd_String path = Pipe_Path();
     Fnd_Condition condition;
     int fd = kInvalid;
@@ -128,8 +158,7 @@ int ZTInt_Open_Reply_Connection_Un(ZTInt_Connection* point, ZTInt_Connection* re
         address.Set_Sun_Addr(ZTInt_Wide(path));
         ZTInt_String_Free(host);
         ZTInt_String_Free(path);
-        if (Hst_Socket::Connect(socket, address, condition))
-            Hst_Socket::Set_Blocking(socket, 0, condition);
+        Connect_Without_Blocking(socket, address, condition);
     }
     ZTInt_Connection_Initialize(reply);
     if (condition.Failed()) {

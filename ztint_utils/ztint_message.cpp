@@ -253,6 +253,21 @@ extern "C" void ZTInt_msg_buffer_Put(void* buffer)
     std::free(buffer);
 }
 
+extern "C" int64_t ZTInt_msg_buffer_Trim(int32_t largest_kept)
+{
+    int64_t released = 0;
+    for (int i = 0; i < msg_buffers_next; ++i) {
+        ZTInt_msg_buffer_struct& slot = msg_buffers[i];
+        if (slot.In_Use || slot.Size <= largest_kept)
+            continue;
+        released += slot.Size;
+        std::free(slot.Buffer);
+        slot.Buffer = nullptr;
+        slot.Size = 0;
+    }
+    return released;
+}
+
 extern "C" int ZTInt_msg_buffer_Open_Slots(void)
 {
     return msg_buffers_next;

@@ -79,6 +79,10 @@ void ZTInt_msg_buffer_Alloc(ZTInt_msg_buffer_struct* slot, int32_t size);
 void ZTInt_msg_buffer_Put(void* buffer);
 // Introspection of the pool, for diagnostics and tests.
 int ZTInt_msg_buffer_Open_Slots(void);                 // slots ever opened, 0 to 16
+// Frees the buffers of free slots larger than largest_kept bytes (their slots stay open,
+// empty); returns the bytes given back. A server calls it so that one huge message
+// does not keep its memory for good.
+int64_t ZTInt_msg_buffer_Trim(int32_t largest_kept);
 int ZTInt_msg_buffer_Slot_Of(const void* buffer);      // slot holding buffer, or -1
 const ZTInt_msg_buffer_struct* ZTInt_msg_buffer_Slot(int slot);  // NULL out of range
 

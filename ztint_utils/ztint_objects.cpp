@@ -1,5 +1,6 @@
 #include "ztint_utils/ztint_objects.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -10,6 +11,7 @@ namespace {
 // a 32-bit Id cannot hold an address.
 ZTInt_obj_struct** The_Objects = nullptr;
 int32_t The_Objects_Size = 0;
+int32_t The_Objects_Used = 0;  // slots below this may hold chunks; none above
 ZTInt_obj_struct* The_Objects_Free = nullptr;
 
 constexpr size_t kChunkBytes = sizeof(ZTInt_obj_struct) * ZTInt_obj_Chunk_Entries;
@@ -35,7 +37,11 @@ bool Alloc_More_Objects()
     if (chunk == nullptr)
         return false;
     The_Objects[slot] = chunk;
+    The_Objects_Used = std::max(The_Objects_Used, slot + 1);
     const uint32_t first_number = static_cast<uint32_t>(slot * ZTInt_obj_Chunk_Entries) + 1;
+    // Free entries are marked as freed ones are, so that freeing one is refused.
+    for (int32_t i = 0; i < ZTInt_obj_Chunk_Entries; ++i)
+        chunk[i].Owner_Pid = -1;
     for (int32_t i = 0; i + 1 < ZTInt_obj_Chunk_Entries; ++i)
         chunk[i].Id = first_number + static_cast<uint32_t>(i) + 1;
     chunk[ZTInt_obj_Chunk_Entries - 1].Id = 0;
@@ -49,6 +55,7 @@ ZTInt_obj_struct* Pop_Free()
         return nullptr;
     ZTInt_obj_struct* entry = The_Objects_Free;
     The_Objects_Free = entry->Id == 0 ? nullptr : ZTInt_obj_Lookup(static_cast<int32_t>(entry->Id));
+    entry->Owner_Pid = 0;  // no longer marked free
     return entry;
 }
 
@@ -70,8 +77,8 @@ extern "C" ZTInt_obj_struct* ZTInt_obj_New(const ZTInt_obj_struct* record)
 extern "C" void ZTInt_obj_Free(ZTInt_obj_struct* entry)
 {
     const int32_t number = ZTInt_obj_Index(entry);
-    if (number == 0)
-        return;  // not ours: linking it would corrupt the free list
+    if (number == 0 || entry->Owner_Pid == -1)
+        return;  // not ours, or free already: linking it would corrupt the free list
     entry->Type = 0;
     entry->Reserved = 0;
     entry->Owner_Pid = -1;
@@ -101,7 +108,7 @@ extern "C" int32_t ZTInt_obj_Index(const ZTInt_obj_struct* entry)
         return 0;
     // Compare as integers: the entry may lie in no chunk at all.
     const auto address = reinterpret_cast<uintptr_t>(entry);
-    for (int32_t slot = 0; slot < The_Objects_Size; ++slot) {
+    for (int32_t slot = 0; slot < The_Objects_Used; ++slot) {
         const ZTInt_obj_struct* chunk = The_Objects[slot];
         if (chunk == nullptr)
             continue;

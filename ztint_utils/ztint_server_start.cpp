@@ -2,6 +2,11 @@
 // user's pipe, "<product home>/bin/ztintsvr start" runs and ends only once a server
 // reads the pipe (or with a failure); the library waits for the command, never for
 // the server.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstring>
+
 #include "foundation/base/fnd_condition.h"
 #include "foundation/base/fnd_sys_call_error.h"
 #include "foundation/host/hst_filesystem.h"
@@ -36,6 +41,18 @@ Fnd_String Path_List(const Fnd_String& first, const Fnd_String& rest)
     return list;
 }
 
+// The first line of what was written to fd, at most 1 KiB of it.
+Fnd_String First_Line_Of(int fd)
+{
+    char text[1024];
+    const ssize_t count = pread(fd, text, sizeof text - 1, 0);
+    if (count <= 0)
+        return Fnd_String();
+    text[count] = '\0';
+    text[std::strcspn(text, "\n")] = '\0';
+    return ZTInt_Wide(text);
+}
+
 }  // namespace
 
 void Internal_Server_Pre_Exec(void*, Fnd_Condition& condition)
@@ -53,12 +70,22 @@ void Internal_Start_Server(Fnd_Condition& condition)
     const Code_Unit* argv[] = {path.Data(), u"start", nullptr};
     long pid = 0;
     int status = 0;
-    Hst_Process::Run(argv, nullptr, nullptr, pid, status, condition, -1, -1, -1, 1,
+    // What the start command says on its standard error is kept, to tell why it failed.
+    const int said = memfd_create("ztintsvr-start", MFD_CLOEXEC);
+    Hst_Process::Run(argv, nullptr, nullptr, pid, status, condition, -1, -1, said, 1,
                      Internal_Server_Pre_Exec, nullptr, 0, 1, kStartLimitMs);
+    const Fnd_String reason = said >= 0 ? First_Line_Of(said) : Fnd_String();
+    if (said >= 0)
+        close(said);
     if (condition.Failed() || status == 0)
         return;
     Fnd_String doing = u"starting server ";
     doing += path;
+    if (!reason.Is_Empty()) {
+        doing += u" (";
+        doing += reason;
+        doing += u")";
+    }
     doing += u",";
     condition.Set(new Fnd_Sys_Call_Error(u"exec", status, doing, 0));
 }

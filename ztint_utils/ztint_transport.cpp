@@ -10,7 +10,17 @@
 #include "ztcoreutil/admbcsstring.h"
 #include "ztint_base/ztint_strings.h"
 
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <string>
+
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 constexpr int32_t kHeaderSize = sizeof(ZTInt_msg_struct);
 
@@ -73,6 +83,66 @@ void Add_System_Text(const Fnd_Condition& condition, Fnd_String& image)
         return;
     image.Append(u": ");
     image.Append(text);
+}
+
+// "30 seconds" or "250 ms".
+std::string Duration_Text(int ms)
+{
+    return ms % 1000 == 0 ? std::to_string(ms / 1000) + (ms == 1000 ? " second" : " seconds")
+                          : std::to_string(ms) + " ms";
+}
+
+// Milliseconds left until deadline, at least 0; -1 when there is no deadline.
+int Left_Ms(const Clock::time_point* deadline)
+{
+    if (deadline == nullptr)
+        return -1;
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(*deadline - Clock::now());
+    return static_cast<int>(std::max<long long>(0, left.count()));
+}
+
+// The smaller of two bounds, -1 standing for none.
+int Tighter(int a, int b)
+{
+    return a < 0 ? b : b < 0 ? a : std::min(a, b);
+}
+
+enum class Read_Outcome { Read, Failed, Timed_Out };
+
+// One read of up to length bytes that waits at most limit_ms for a first byte (-1: as
+// long as it takes). A socket is tried without waiting first, so that data already
+// there cost no more than a plain read; only when nothing is there does it poll.
+Read_Outcome Read_Within(int fd, void* data, int32_t length, int limit_ms, long& count,
+                         Fnd_Condition& condition)
+{
+    if (limit_ms < 0) {
+        count = Hst_Filesystem::Read(fd, data, length, condition);
+        return condition.Failed() ? Read_Outcome::Failed : Read_Outcome::Read;
+    }
+    condition.Clear();
+    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(limit_ms);
+    for (;;) {
+        const ssize_t got = ::recv(fd, data, static_cast<size_t>(length), MSG_DONTWAIT);
+        if (got >= 0) {
+            count = got;
+            return Read_Outcome::Read;
+        }
+        if (errno == ENOTSOCK)
+            return Read_Within(fd, data, length, -1, count, condition);
+        if (errno == EINTR)
+            continue;
+        if (errno != EAGAIN && errno != EWOULDBLOCK)
+            break;
+        pollfd wanted = {fd, POLLIN, 0};
+        const int ready = ::poll(&wanted, 1, Left_Ms(&deadline));
+        if (ready == 0)
+            return Read_Outcome::Timed_Out;
+        if (ready < 0 && errno != EINTR)
+            break;
+    }
+    count = -1;
+    condition.Set_Error(Hst_Sys_Call_Error(141, errno, length, 0), 1);
+    return Read_Outcome::Failed;
 }
 
 }  // namespace
@@ -151,15 +221,21 @@ int ZTInt_transport_Recv_Data(ZTInt_RPC_Handle* handle, ZTInt_msg_struct*, char*
     return Step(handle, true, error);
 }
 
-int ZTInt_transport_Recv_Header(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out,
-                                char** error, int wait)
+namespace {
+
+// The header read, waiting at most limit_ms for it (-1: no bound); -2 when that ran out.
+int Recv_Header_Within(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out, char** error,
+                       int wait, int limit_ms)
 {
     *error = nullptr;
     ZTInt_msg_struct header;
     bool dropped = false;  // a short read was dropped while waiting
     for (;;) {
         Fnd_Condition condition;
-        const long count = Hst_Filesystem::Read(handle->Read_File, &header, kHeaderSize, condition);
+        long count = 0;
+        if (Read_Within(handle->Read_File, &header, kHeaderSize, limit_ms, count, condition) ==
+            Read_Outcome::Timed_Out)
+            return -2;
         handle->Last_Count = static_cast<int32_t>(count);
         int result;
         if (Set_Result(condition, result, error) != ZTInt_transport_Done)
@@ -182,15 +258,59 @@ int ZTInt_transport_Recv_Header(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg
     return ZTInt_transport_Done;
 }
 
-int ZTInt_transport_Recv(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out, char** error)
+}  // namespace
+
+int ZTInt_transport_Recv_Header(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out,
+                                char** error, int wait)
+{
+    return Recv_Header_Within(handle, msg_out, error, wait, -1);
+}
+
+int ZTInt_transport_Recv(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out, char** error,
+                         const ZTInt_transport_Limits& limits)
 {
     *error = nullptr;
-    const int result = ZTInt_transport_Recv_Header(handle, msg_out, error, 0);
+    Clock::time_point whole_deadline;
+    if (limits.Whole_Ms >= 0)
+        whole_deadline = Clock::now() + std::chrono::milliseconds(limits.Whole_Ms);
+    const Clock::time_point* whole = limits.Whole_Ms >= 0 ? &whole_deadline : nullptr;
+    auto whole_ran_out = [&] {
+        *error = ZTInt_String_Format("the server sent no answer within %s (%s)",
+                                     Duration_Text(limits.Whole_Ms).c_str(), limits.Whole_Name);
+        return ZTInt_transport_Failed;
+    };
+
+    const int header_limit = Tighter(limits.Header_Ms, Left_Ms(whole));
+    const int result = Recv_Header_Within(handle, msg_out, error, 0, header_limit);
+    if (result == -2) {
+        if (header_limit == limits.Header_Ms)
+            return Fail(error, ("the server sent no answer within " +
+                                Duration_Text(limits.Header_Ms)).c_str());
+        return whole_ran_out();
+    }
     if (result != ZTInt_transport_Done)
         return result;
     ZTInt_transport_Start_Data(handle, *msg_out);
     while (handle->Length != 0) {
-        const int step = Step(handle, true, error);
+        const int limit = Tighter(limits.Stall_Ms, Left_Ms(whole));
+        Fnd_Condition condition;
+        long count = 0;
+        if (Read_Within(handle->Read_File, handle->Data, handle->Length, limit, count, condition) ==
+            Read_Outcome::Timed_Out) {
+            if (limit != limits.Stall_Ms)
+                return whole_ran_out();
+            const int32_t size = ZTInt_msg_Full_Size(*msg_out);
+            *error = ZTInt_String_Format(
+                "the server sent %d of the %d bytes of its answer and then nothing for %s",
+                static_cast<int>(size - handle->Length), static_cast<int>(size),
+                Duration_Text(limits.Stall_Ms).c_str());
+            return ZTInt_transport_Failed;
+        }
+        Advance(handle, count);
+        int step = ZTInt_transport_Done;
+        Set_Result(condition, step, error);
+        if (step == ZTInt_transport_Done && count == 0 && handle->Length > 0)
+            return Fail(error, "incomplete data");
         if (step != ZTInt_transport_Done)
             return step;
     }

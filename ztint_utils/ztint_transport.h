@@ -26,9 +26,22 @@ int ZTInt_transport_Send(ZTInt_RPC_Handle* handle, ZTInt_msg_struct* msg, char**
 // so that writers sharing one descriptor never interleave. Leaves Data and Length.
 int ZTInt_transport_Send_Atomic(ZTInt_RPC_Handle* handle, const ZTInt_msg_struct* msg,
                                 char** error);
+// How long a receive may wait, in milliseconds; -1 for no bound. On a socket, a
+// message that has begun to arrive must go on arriving: Stall_Ms bounds each wait for
+// more of it. Header_Ms bounds the wait for its first bytes, Whole_Ms the whole
+// receive. A bound that runs out fails the receive with a text that says which.
+// Descriptors that are no sockets (pipes, files) are read without bounds.
+struct ZTInt_transport_Limits {
+    int Stall_Ms = -1;
+    int Header_Ms = -1;
+    int Whole_Ms = -1;
+    const char* Whole_Name = "";  // where Whole_Ms comes from, for the text
+};
+
 // Receives one message into a new pool buffer in *msg_out. If the data fail after
 // the header, the message stays in *msg_out for the caller to free.
-int ZTInt_transport_Recv(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out, char** error);
+int ZTInt_transport_Recv(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out, char** error,
+                         const ZTInt_transport_Limits& limits = {});
 // Reads and checks a 32-byte header and allocates a message for it; *msg_out is
 // left alone unless this succeeds. With wait 0 the header must come in one read;
 // with wait nonzero short reads are dropped until one brings all 32 bytes. End of

@@ -2,6 +2,7 @@
 
 #include <unicode/ustring.h>
 
+#include <climits>
 #include <cstdint>
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -27,6 +28,13 @@ namespace {
 
 void Copy_Units(Code_Unit* Dest, const Code_Unit* Src, unsigned long Count) {
     if (Count) std::memmove(Dest, Src, Count * sizeof(Code_Unit));
+}
+
+// The index reported for a range that ends out of reach; huge arguments must not
+// overflow on the way to the report.
+long Saturated_Sum(long A, long B) {
+    long sum = 0;
+    return __builtin_add_overflow(A, B, &sum) ? (B > 0 ? LONG_MAX : LONG_MIN) : sum;
 }
 
 unsigned long Terminated_Length(const Code_Unit* Text) {
@@ -279,8 +287,10 @@ void Fnd_Char_Buffer::Delete(const long First, const long Count) {
     if (Count <= 0) return;
     if (First < 0)
         Fnd_Assert(0, Fnd_Array_Constraint_Error(0, First), Fnd_String::Null);
-    if (First + Count > static_cast<long>(Size))
-        Fnd_Assert(0, Fnd_Array_Constraint_Error(static_cast<long>(Size), First + Count),
+    // Count > Size - First rather than First + Count > Size, which can overflow.
+    if (Count > static_cast<long>(Size) - First)
+        Fnd_Assert(0,
+                   Fnd_Array_Constraint_Error(static_cast<long>(Size), Saturated_Sum(First, Count)),
                    Fnd_String::Null);
     unsigned long first = static_cast<unsigned long>(First);
     unsigned long count = static_cast<unsigned long>(Count);
@@ -318,7 +328,8 @@ void Fnd_Char_Buffer::Range_Error(const long Index) const {
 }
 
 void Fnd_Char_Buffer::Range_Error(const long First, const long Count) const {
-    Range_Error(First < 0 || First >= static_cast<long>(Size) ? First : First + Count - 1);
+    const bool first_outside = First < 0 || First >= static_cast<long>(Size);
+    Range_Error(first_outside ? First : Saturated_Sum(First, Count - 1));
 }
 
 void Fnd_Char_Buffer::Check_Range(const long First, const long Count) const {
@@ -543,6 +554,17 @@ long Hash_Units(const Code_Unit* Text, unsigned long Count, uint32_t Start) {
 
 }  // namespace
 
+namespace {
+
+// The start value of a range's hash, Last - First + 1 in 32 bits, computed without
+// overflow for any Last.
+uint32_t Range_Start(long First, long Last) {
+    return static_cast<uint32_t>(static_cast<unsigned long>(Last) -
+                                 static_cast<unsigned long>(First) + 1);
+}
+
+}  // namespace
+
 long Fnd_Char_Buffer::Hash() const {
     return Hash_Units(Data, Size, static_cast<uint32_t>(Size));
 }
@@ -552,7 +574,7 @@ long Fnd_Char_Buffer::Hash(long First, long Last) const {
     long stop = Last < static_cast<long>(Size) ? Last : static_cast<long>(Size) - 1;
     unsigned long count = stop >= First ? static_cast<unsigned long>(stop - First + 1) : 0;
     return Hash_Units(Data + (count ? First : 0), count,
-                      static_cast<uint32_t>(Last - First + 1));
+                      Range_Start(First, Last));
 }
 
 long Fnd_Char_Buffer::Hash(const Code_Unit* Text) {
@@ -561,12 +583,17 @@ long Fnd_Char_Buffer::Hash(const Code_Unit* Text) {
     return Hash_Units(Text, count, static_cast<uint32_t>(count));
 }
 
+// A 0 unit ends the hash, so only the units in front of the terminator count. They
+// are measured first: the block-wise hash reads a whole block before it tests for a
+// 0, which would read behind the terminator of a text shorter than Last. First must
+// lie in the text (its terminator included).
 long Fnd_Char_Buffer::Hash(const Code_Unit* Text, long First, long Last) {
     if (First < 0) First = 0;
-    if (!Text || Last < First) return static_cast<int32_t>(static_cast<uint32_t>(Last - First + 1));
-    // A 0 unit ends the hash, so the units behind the terminator are never read.
-    return Hash_Units(Text + First, static_cast<unsigned long>(Last - First + 1),
-                      static_cast<uint32_t>(Last - First + 1));
+    const uint32_t start = Range_Start(First, Last);
+    if (!Text || Last < First) return static_cast<int32_t>(start);
+    long end = First;  // the terminator, or Last + 1 if that comes first
+    while (end <= Last && Text[end] != 0) ++end;
+    return Hash_Units(Text + First, static_cast<unsigned long>(end - First), start);
 }
 
 // ---- Concatenation

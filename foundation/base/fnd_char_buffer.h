@@ -121,6 +121,8 @@ public:
     long Hash() const override;
     long Hash(long First, long Last) const;
     static long Hash(const Code_Unit* Text);
+    // Units First to Last of a terminated text, up to its terminator; First must lie
+    // in the text, Last may lie behind it.
     static long Hash(const Code_Unit* Text, long First, long Last);
 
     long Is_Equal(const Fnd_Object& Other) const override;

@@ -4,6 +4,7 @@
 
 #include <unicode/ustring.h>
 
+#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -20,6 +21,13 @@ namespace {
 [[noreturn]] void Range_Check_Failure(const long Last_Valid, const long Index) {
     Fnd_Assert(0, Fnd_Array_Range_Error(0, Last_Valid, Index), Fnd_String::Null);
     __builtin_unreachable();
+}
+
+// The index reported for a range that ends out of reach; huge arguments must not
+// overflow on the way to the report.
+long Saturated_Sum(long A, long B) {
+    long sum = 0;
+    return __builtin_add_overflow(A, B, &sum) ? (B > 0 ? LONG_MAX : LONG_MIN) : sum;
 }
 
 bool Same_Units(const Code_Unit* A, const Code_Unit* B, long Count) {
@@ -120,7 +128,9 @@ void Fnd_String::Get(Fnd_String& Out, const long First, const long Count) const 
     Out.Make_Empty();
     if (Count <= 0) return;
     if (First < 0) Range_Check_Failure(Length - 1, First);
-    if (First + Count - 1 > Length - 1) Range_Check_Failure(Length - 1, First + Count - 1);
+    // Count > Length - First rather than First + Count > Length, which can overflow.
+    if (Count > Length - First)
+        Range_Check_Failure(Length - 1, Saturated_Sum(First, Count - 1));
     Out.Append_Data(Data() + First, Count);
 }
 
@@ -132,7 +142,7 @@ Fnd_String Fnd_String::Get(const long First, const long Count) const {
 
 long Fnd_String::Compare(const long First, const long Count, const Fnd_String& Other,
                          const long Ignore_Case) const {
-    if (First < 0 || Count < 0 || First + Count - 1 >= Length) return 0;
+    if (First < 0 || Count < 0 || Count > Length - First || First >= Length) return 0;
     if (Count != Other.Length) return 0;
     const Code_Unit* mine = Data() + First;
     return Ignore_Case ? Same_Caseless(mine, Other.Data(), Count)
@@ -141,7 +151,7 @@ long Fnd_String::Compare(const long First, const long Count, const Fnd_String& O
 
 long Fnd_String::Compare(const long First, const long Count, const Code_Unit* Other,
                          const long Ignore_Case) const {
-    if (!Other || First < 0 || Count < 0 || First + Count - 1 >= Length) return 0;
+    if (!Other || First < 0 || Count < 0 || Count > Length - First || First >= Length) return 0;
     // Other must hold exactly Count units before its terminator.
     for (long i = 0; i < Count; ++i)
         if (Other[i] == 0) return 0;
@@ -152,6 +162,8 @@ long Fnd_String::Compare(const long First, const long Count, const Code_Unit* Ot
 
 bool Fnd_String::operator==(const Fnd_Substring& Other) const {
     if (!Other.String) return Length == 0;
+    // A view that reaches outside its string equals nothing.
+    if (Other.First < 0 || Other.Last >= Other.String->Length) return false;
     return Length == Other.Get_Length() &&
            Same_Units(Data(), Other.String->Data() + Other.First, Length);
 }

@@ -15,8 +15,18 @@ namespace {
 
 const Code_Unit* Or_Empty(const Code_Unit* Text) { return Text ? Text : u""; }
 
-int Index_Or_None(const Code_Unit* Found, const Code_Unit* Start) {
-    return Found ? static_cast<int>(Found - Start) : -1;
+// The index of Count units found at Found in a text of Length units at Start, or -1.
+// The terminated-string functions run to the buffer's terminator, which lies behind
+// Length while a string is truncated: a find there is no find in the text.
+int Index_Or_None(const Code_Unit* Found, const Code_Unit* Start, long Length, long Count = 1) {
+    if (!Found || Found - Start > Length - Count) return -1;
+    return static_cast<int>(Found - Start);
+}
+
+// A copy of the Length units of a string whose buffer runs on behind Length, for the
+// terminated-string functions that would otherwise read that tail.
+Fnd_String Terminated_At_Length(const Fnd_String& Text) {
+    return Fnd_String(Text.Data(), Text.Get_Length());
 }
 
 }  // namespace
@@ -45,9 +55,13 @@ Fnd_String Fnd_String::Right(int Count) const {
     return Fnd_String(Data() + Length - count, count);
 }
 
-int Fnd_String::Compare(const Code_Unit* Other) const { return _tcscmp(Data(), Or_Empty(Other)); }
+int Fnd_String::Compare(const Code_Unit* Other) const {
+    if (Length != Buffer.Get_Size()) return Terminated_At_Length(*this).Compare(Other);
+    return _tcscmp(Data(), Or_Empty(Other));
+}
 
 int Fnd_String::CompareNoCase(const Code_Unit* Other) const {
+    if (Length != Buffer.Get_Size()) return Terminated_At_Length(*this).CompareNoCase(Other);
     return _tcsicmp(Data(), Or_Empty(Other));
 }
 
@@ -57,7 +71,7 @@ int Fnd_String::Collate(const Code_Unit* Other) const {
 
 int Fnd_String::Find(Code_Unit Unit) const {
     if (Unit == 0) return -1;
-    return Index_Or_None(_tcschr(Data(), Unit), Data());
+    return Index_Or_None(_tcschr(Data(), Unit), Data(), Length);
 }
 
 int Fnd_String::Find(const Code_Unit* Text) const { return Find(Text, 0); }
@@ -66,17 +80,19 @@ int Fnd_String::Find(const Code_Unit* Text, int Start) const {
     if (!Text || !Text[0]) return -1;
     Start = std::max(Start, 0);
     if (Start >= Length) return -1;
-    return Index_Or_None(_tcsstr(Data() + Start, Text), Data());
+    return Index_Or_None(_tcsstr(Data() + Start, Text), Data(), Length,
+                         static_cast<long>(_tcslen(Text)));
 }
 
 int Fnd_String::ReverseFind(Code_Unit Unit) const {
     if (Unit == 0) return -1;
-    return Index_Or_None(_tcsrchr(Data(), Unit), Data());
+    if (Length != Buffer.Get_Size()) return Terminated_At_Length(*this).ReverseFind(Unit);
+    return Index_Or_None(_tcsrchr(Data(), Unit), Data(), Length);
 }
 
 int Fnd_String::FindOneOf(const Code_Unit* Set) const {
     if (!Set || !Set[0]) return -1;
-    return Index_Or_None(_tcspbrk(Data(), Set), Data());
+    return Index_Or_None(_tcspbrk(Data(), Set), Data(), Length);
 }
 
 Fnd_String Fnd_String::SpanIncluding(const Code_Unit* Set) const {

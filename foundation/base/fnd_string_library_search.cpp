@@ -15,8 +15,13 @@ Iterator Past_End(const Iterator& From) { return Iterator(From.String, From.Stri
 
 Iterator At(const Iterator& From, long Position) { return Iterator(From.String, Position); }
 
-Iterator Found_Or_Past_End(const Iterator& From, const Code_Unit* Found) {
-    return Found ? At(From, From.String->Byte_To_Char(Found)) : Past_End(From);
+// The terminated-string searches run to the buffer's terminator, which lies behind
+// Length while a string is truncated: a find there is no find in the text.
+// Found_Count is the number of units found.
+Iterator Found_Or_Past_End(const Iterator& From, const Code_Unit* Found, long Found_Count = 1) {
+    const long length = From.String->Get_Length();
+    const long at = Found ? Found - From.String->Data() : length;
+    return at <= length - Found_Count ? At(From, at) : Past_End(From);
 }
 
 long Contains(const Fnd_String& Set, Code_Unit Unit) {
@@ -56,7 +61,8 @@ Iterator Fnd_String_Library::Next(const Fnd_Char Unit, const Iterator& From) {
 
 Iterator Fnd_String_Library::Next(const Fnd_String& Text, const Iterator& From) {
     if (!From.Is_Valid() || Text.Is_Empty()) return From;
-    return Found_Or_Past_End(From, _tcsstr(static_cast<const Code_Unit*>(From), Text.Data()));
+    return Found_Or_Past_End(From, _tcsstr(static_cast<const Code_Unit*>(From), Text.Data()),
+                             static_cast<long>(_tcslen(Text.Data())));
 }
 
 Iterator Fnd_String_Library::Next(Predicate Test, const Iterator& From) {
@@ -123,7 +129,7 @@ long Fnd_String_Library::Search(const Fnd_String& S, const long From, const Fnd_
     const long count = Text.Get_Length();
     if (count > 0) {
         const Code_Unit* data = S.Data();
-        for (long i = From < 0 ? 0 : From; i + count <= length; ++i) {
+        for (long i = From < 0 ? 0 : From; i <= length - count; ++i) {
             if (data[i] == Text.Data()[0] && Same_Units(data + i, Text.Data(), count)) {
                 At = i;
                 return 1;
@@ -137,7 +143,7 @@ long Fnd_String_Library::Search(const Fnd_String& S, const long From, const Fnd_
 void Fnd_String_Library::Replace(Fnd_String& S, long& Next, const Fnd_String& From,
                                  const long At, const Fnd_String& To) {
     const long count = From.Get_Length();
-    if (At < 0 || At + count > S.Get_Length()) {
+    if (At < 0 || At > S.Get_Length() - count) {
         Next = At;
         return;
     }
@@ -204,7 +210,9 @@ long Bisect(const long Count, Compare Order) {
 long Fnd_String_Library::Binary_Search(const Code_Unit* Key, const long Count,
                                        const Code_Unit* const* Table) {
     if (!Key || !Table || Count <= 0) return -1;
+    // A null entry has no place in the order: the search ends with -1.
     return Bisect(Count, [Key, Table](long I, int& Order) {
+        if (!Table[I]) return false;
         Order = _tcscmp(Key, Table[I]);
         return true;
     });

@@ -7,10 +7,20 @@
 
 namespace {
 
-// The position behind a number that ended at End, as an iterator on From's string.
+// The position behind a number that ended at Stop, as an iterator on From's string.
+// A Stop outside the text (which a parser must never give) counts as nothing read, so
+// that a parser's fault cannot end the process through Byte_To_Char.
 void Set_End(const Const_Fnd_String_Iterator& From, Const_Fnd_String_Iterator* End,
              const Code_Unit* Stop) {
-    if (End) *End = Const_Fnd_String_Iterator(From.String, From.String->Byte_To_Char(Stop));
+    if (!End) return;
+    const auto start = reinterpret_cast<uintptr_t>(static_cast<const Code_Unit*>(From));
+    const auto limit =
+        reinterpret_cast<uintptr_t>(From.String->Data() + From.String->Get_Length());
+    const auto stop = reinterpret_cast<uintptr_t>(Stop);
+    if (stop < start || stop > limit)
+        *End = From;
+    else
+        *End = Const_Fnd_String_Iterator(From.String, From.String->Byte_To_Char(Stop));
 }
 
 // Formats one value into a work buffer of Size units.

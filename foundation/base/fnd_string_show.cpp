@@ -50,9 +50,11 @@ void Fnd_String::Show() const { Print_On_Console(Show_Text()); }
 
 void Fnd_String::Show_State() { Print_On_Console(Show_State_Text()); }
 
+// A view that reaches outside its string shows no text.
 Fnd_String Fnd_Substring::Show_Text() const {
     const long length = Get_Length();
-    return Show_Image(this, String && length > 0 ? String->Data() + First : nullptr, length,
+    const bool inside = String && First >= 0 && Last < String->Get_Length();
+    return Show_Image(this, inside && length > 0 ? String->Data() + First : nullptr, length,
                       length);
 }
 

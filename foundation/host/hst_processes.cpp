@@ -60,9 +60,10 @@ void Hst_Processes::Terminate(int Status) {
         pre_terminate(Status, &veto);
         if (veto) return;
     }
-    Tio_Out.Set_Destination(nullptr);
-    Tio_Err.Set_Destination(nullptr);
-    Tio_Dialog.Set_Destination(nullptr);
+    Tio_Out.Close_Destinations();
+    Tio_Err.Close_Destinations();
+    Tio_Dialog.Close_Destinations();
+    Tio_In.Set_Source(nullptr);
     std::exit(Status);
 }
 

@@ -31,6 +31,7 @@ Switch User_Switch = {u"USER", Env, false, nullptr, nullptr};
 
 Switch Architecture_Switch = {u"ARCH", Session, false, nullptr, nullptr};
 Switch Base_Dir_Switch = {u"BASE_DIR", Session, false, nullptr, nullptr};
+Switch Call_Timeout_Switch = {u"CALL_TIMEOUT", Session, false, nullptr, nullptr};
 Switch Databases_Switch = {u"DATABASES", Session, true, nullptr, nullptr};
 Switch Db_Driver_Switch = {u"DB_DRIVER", Session, true, nullptr, nullptr};
 Switch Db_Vendor_Switch = {u"DB_VENDOR", Session, true, nullptr, nullptr};
@@ -52,10 +53,13 @@ Switch* const All_Switches[] = {
     &Architecture_Switch, &Base_Dir_Switch,   &Databases_Switch,    &Db_Driver_Switch,
     &Db_Vendor_Switch,    &Editor_Switch,     &Local_Dirs_Switch,   &Messages_Switch,
     &Product_Home_Switch, &Morvane_Dir_Switch, &Script_Path_Switch, &Temp_Dir_Switch,
-    &Tool_Path_Switch,    &Ui_Path_Switch,    &User_Dir_Switch,     &Xterm_Switch};
+    &Tool_Path_Switch,    &Ui_Path_Switch,    &User_Dir_Switch,     &Xterm_Switch,
+    &Call_Timeout_Switch};
 
 constexpr Code_Unit Default_Prefix[] = u"ZT_";
-constexpr Code_Unit Default_Product_Home[] = u"/opt/morvane/zentrak";
+// The build gives the default home (ZTINT_DEFAULT_PRODUCT_HOME in the top CMakeLists.txt),
+// so that a default install and the library agree.
+constexpr Code_Unit Default_Product_Home[] = u"" ZTINT_DEFAULT_PRODUCT_HOME;
 
 Fnd_String* envvar_prefix = nullptr;
 Fnd_String* user_dir = nullptr;
@@ -162,6 +166,8 @@ HST_SWITCH_NAME(Db_Vendor_Switch_Name, Db_Vendor_Switch)
 HST_SWITCH_VALUE(Db_Vendor_Switch_Value, Db_Vendor_Switch)
 HST_SWITCH_VALUE(Editor_Switch_Value, Editor_Switch)
 HST_SWITCH_VALUE(Local_Dirs_Switch_Value, Local_Dirs_Switch)
+HST_SWITCH_NAME(Call_Timeout_Switch_Name, Call_Timeout_Switch)
+HST_SWITCH_VALUE(Call_Timeout_Switch_Value, Call_Timeout_Switch)
 HST_SWITCH_NAME(Messages_Switch_Name, Messages_Switch)
 HST_SWITCH_VALUE(Messages_Switch_Value, Messages_Switch)
 HST_SWITCH_NAME(Product_Home_Switch_Name, Product_Home_Switch)

@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <ctime>
+#include <iosfwd>
 
 #include "foundation/base/fnd_code_unit.h"
 
@@ -45,6 +46,10 @@ public:
     static const Fnd_String& Architecture_Switch_Name();
     static const Fnd_String& Architecture_Switch_Value();
     static const Fnd_String& Base_Dir_Switch_Value();
+    // CALL_TIMEOUT: seconds a call of the RPC core may wait for its answer; empty (the
+    // default) for as long as it takes.
+    static const Fnd_String& Call_Timeout_Switch_Name();
+    static const Fnd_String& Call_Timeout_Switch_Value();
     static const Fnd_String& Databases_Switch_Name();
     static const Fnd_String& Databases_Switch_Value();
     static const Fnd_String& Db_Driver_Switch_Name();
@@ -187,3 +192,7 @@ void Hst_Free_File_Resources();
 // 1 if the file opens and is not empty. When it does not open, Too_Many tells whether
 // the process or the system ran out of descriptors.
 long Hst_Pre_Catalog_Open(const Fnd_String& Path, long& Too_Many);
+// The descriptor inside a 16-bit file stream; -1 for a stream over anything else or a
+// file that is not open.
+int Hst_Get_File_Descriptor_From_IStream(std::basic_istream<char16_t>& Stream);
+int Hst_Get_File_Descriptor_From_OStream(std::basic_ostream<char16_t>& Stream);

@@ -14,6 +14,7 @@
 
 #include "foundation/base/fnd_string.h"
 #include "foundation/host/hst_switches.h"
+#include "foundation/streams/ztfstream.h"
 #include "ztcoreutil/admbcsstring.h"
 
 namespace {
@@ -163,4 +164,19 @@ long Hst_Pre_Catalog_Open(const Fnd_String& Path, long& Too_Many) {
     const long result = fstat(fd, &status) == 0 && status.st_size > 0;
     close(fd);
     return result;
+}
+
+namespace {
+int Descriptor_Of(std::basic_streambuf<char16_t>* Buffer) {
+    const ztfilebuf* file = dynamic_cast<const ztfilebuf*>(Buffer);
+    return file ? file->fd() : -1;
+}
+}  // namespace
+
+int Hst_Get_File_Descriptor_From_IStream(std::basic_istream<char16_t>& Stream) {
+    return Descriptor_Of(Stream.rdbuf());
+}
+
+int Hst_Get_File_Descriptor_From_OStream(std::basic_ostream<char16_t>& Stream) {
+    return Descriptor_Of(Stream.rdbuf());
 }

@@ -28,6 +28,8 @@ public:
     // Sends pending output and closes the file; null when either fails or none is open.
     ztfilebuf* close();
     bool is_open() const { return File != nullptr; }
+    // The descriptor of the open file; -1 when none is open.
+    int fd() const { return File ? File->fd() : -1; }
 
     // At the start of the file: takes a byte-order mark, if any, and sets the charset
     // from it. False only when bytes that were looked at could not be put back.

@@ -1,6 +1,10 @@
 #include "foundation/textio/tio_text_log_stream.h"
 
+#include "foundation/base/fnd_collection.h"
+#include "foundation/base/fnd_sequence.h"
 #include "foundation/textio/tio_streams.h"
+
+#include <initializer_list>
 
 Tio_Text_Log_Stream::Tio_Text_Log_Stream(const Tio_Log_Policy& Policy) : Log_Policy(Policy) {}
 
@@ -84,4 +88,88 @@ void Tio_Text_Log_Stream::Put_Message(const Fnd_Message& Message,
     long none = 1;
     Put(kind, kind, 0, text, prefix, none);
     Log_Policy.React(kind, prefix, text, none);
+}
+
+void Tio_Text_Log_Stream::Put_External(const Fnd_String& Text, Fnd_Message_Kinds Kind) {
+    Fnd_Message_Kinds found = Kind;
+    Put_External(Text, Kind, found);
+}
+
+void Tio_Text_Log_Stream::Put_External(const Fnd_String& Text, Fnd_Message_Kinds Kind,
+                                       Fnd_Message_Kinds& Found) {
+    Fnd_String rest;
+    Fnd_Message_Kinds prefixed = Fnd_Unknown_Kind_Msg;
+    Fnd_Message_Kind::Remove_Canonical_Prefix(Text, rest, prefixed);
+    Found = prefixed != Fnd_Unknown_Kind_Msg ? prefixed : Kind;
+    Put_Line(Found, prefixed != Fnd_Unknown_Kind_Msg ? rest : Text);
+}
+
+void Tio_Text_Log_Stream::Put_Condition(const Fnd_Condition& Condition,
+                                        const Fnd_Message_Detail_Level Detail,
+                                        long With_Information) {
+    const bool has_information = With_Information && Condition.Get_Information() != nullptr;
+    if (!Condition.Failed() && Condition.Get_Subordinate() == nullptr && !has_information) return;
+    Emit(Condition, 0, Detail, With_Information, 0, 1);
+}
+
+void Tio_Text_Log_Stream::Emit(const Fnd_Condition& Condition, long Kind,
+                               const Fnd_Message_Detail_Level Detail, long With_Information,
+                               long Level, long React) {
+    if (!Condition.Failed() || Condition.Is_Generic(1, 1)) {
+        // No error of its own: the subordinates stand at the level of their parent.
+        Emit_Subordinate_And_Information(Condition, Kind, Detail, With_Information, Level - 1, 1);
+        return;
+    }
+    const Fnd_Message& error = *Condition.Get_Error();
+    Fnd_String raw;
+    Fnd_Message_Kinds message_kind = Fnd_Unknown_Kind_Msg;
+    error.Raw_Image(raw, message_kind, Detail, 1);
+    const long kind = Kind ? Kind : long{message_kind};
+    Fnd_String text;
+    if (Kind == 0 && message_kind == Fnd_Text_Msg) {
+        error.Process_Raw_Image(raw, message_kind, Detail, 0, 1, text);
+        Tio_Out.Put_Line(text);
+        Emit_Subordinate_And_Information(Condition, kind, Detail, With_Information, Level, 0);
+        return;
+    }
+    if (!Log_Policy.Any_Filter(kind)) return;
+    error.Process_Raw_Image(raw, message_kind, Detail, 0, 1, text);
+    Fnd_String prefix;
+    long none = 1;
+    Put(kind, message_kind, Level, text, prefix, none);
+    Emit_Subordinate_And_Information(Condition, kind, Detail, With_Information, Level, 0);
+    if (React) Log_Policy.React(kind, prefix, text, none);
+}
+
+void Tio_Text_Log_Stream::Emit_Subordinate_And_Information(const Fnd_Condition& Condition,
+                                                           long Kind,
+                                                           const Fnd_Message_Detail_Level Detail,
+                                                           long With_Information, long Level,
+                                                           long React) {
+    for (const Fnd_Sequence* list : {Condition.Get_Subordinate(),
+                                     With_Information ? Condition.Get_Information() : nullptr}) {
+        if (!list) continue;
+        for (Fnd_Iterator it(list); !it.Done(); it.Next())
+            if (const Fnd_Condition* element = Fnd_Condition::Convert(it.Get(1)))
+                Emit(*element, Kind, Detail, With_Information, Level + 1, React);
+    }
+}
+
+void Tio_Text_Log_Stream::Emit(const Fnd_Message& Message, const Fnd_Message_Detail_Level Detail,
+                               long Level, long React) {
+    Fnd_String raw;
+    Fnd_Message_Kinds kind = Fnd_Unknown_Kind_Msg;
+    Message.Raw_Image(raw, kind, Detail, 1);
+    Fnd_String text;
+    if (kind == Fnd_Text_Msg) {
+        Message.Process_Raw_Image(raw, kind, Detail, 0, 1, text);
+        Tio_Out.Put_Line(text);
+        return;
+    }
+    if (!Log_Policy.Any_Filter(kind)) return;
+    Message.Process_Raw_Image(raw, kind, Detail, 0, 1, text);
+    Fnd_String prefix;
+    long none = 1;
+    Put(kind, kind, Level, text, prefix, none);
+    if (React) Log_Policy.React(kind, prefix, text, none);
 }

@@ -3,6 +3,10 @@
 // console's output or error side).
 #pragma once
 
+#include <memory>
+#include <vector>
+
+#include "foundation/base/fnd_char.h"
 #include "foundation/base/fnd_condition.h"
 #include "foundation/base/fnd_message.h"
 #include "foundation/base/fnd_string.h"
@@ -28,6 +32,19 @@ public:
     // 0 for a Count below 1; else Count line ends.
     long New_Line(long Count);
     long Endl();
+    void Transfer_Output_Condition(Fnd_Condition& Out);
+
+    // All by Put: a unit, a text, a pointer in hexadecimal, numbers in decimal.
+    Tio_Text_Output_Base& operator<<(Fnd_Char Unit);
+    Tio_Text_Output_Base& operator<<(Code_Unit Unit);
+    Tio_Text_Output_Base& operator<<(const Code_Unit* Text);
+    Tio_Text_Output_Base& operator<<(const Fnd_String& Text);
+    Tio_Text_Output_Base& operator<<(const void* Pointer);
+    Tio_Text_Output_Base& operator<<(int Value);
+    Tio_Text_Output_Base& operator<<(long Value);
+    Tio_Text_Output_Base& operator<<(Tio_Text_Output_Base& (*Function)(Tio_Text_Output_Base&)) {
+        return Function(*this);
+    }
 
 protected:
     Tio_Text_Output_Base() = default;
@@ -52,7 +69,11 @@ public:
 };
 
 // Forwards to its destination, which it owns; without one it makes the default: the
-// console's output side when Standard_Out is 1, its error side when it is 0.
+// console's output side when Standard_Out is 1, its error side when it is 0. Pushed
+// destinations wait on a stack until the one in force is popped:
+//
+//   Tio_Out.Push_Destination(new My_Capture());   // ... writes go to the capture
+//   Tio_Out.Pop_Destination();                    // the capture is destroyed
 class Tio_Text_Output_Stream : public Tio_Text_Output_Base {
     FND_OBJECT_MEMBERS(Tio_Text_Output_Stream, Tio_Text_Output_Base)
 public:
@@ -65,10 +86,26 @@ public:
     Tio_Text_Output_Base* Get_Destination();
     // Destroys the destination in force and takes Destination (null allowed).
     void Set_Destination(Tio_Text_Output_Base* Destination);
+    // Puts the destination in force, if any, on the stack and takes Destination.
+    void Push_Destination(Tio_Text_Output_Base* Destination);
+    // Destroys the destination in force; the top of the stack, if any, takes its place.
+    void Pop_Destination();
+    // Destroys the destination in force and every one on the stack.
+    void Close_Destinations();
+    // 0 without destination; the stack's size + 1 with a stack; else 0 for the console's
+    // output side and 1 for anything else.
+    long Stack_Size() const;
+    long Is_Redirected() const;
     long Do_Put(const Fnd_String& Text, long New_Line) override;
 
     long Standard_Out;
+    // At 3 or above, destination changes and writes print a trace line on the console.
+    static inline int32_t trace = 0;
 
 private:
-    Tio_Text_Output_Base* Destination = nullptr;
+    bool Is_Console_Out() const;
+    void Trace(const Code_Unit* Label, const Fnd_String& Text) const;
+
+    std::unique_ptr<Tio_Text_Output_Base> Destination;
+    std::vector<std::unique_ptr<Tio_Text_Output_Base>> Stack;
 };

@@ -93,6 +93,36 @@ bool Mdl_Password_Matches(const std::string& hash, const std::string& password)
            crypto_pwhash_str_verify(hash.c_str(), password.data(), password.size()) == 0;
 }
 
+Mdl_Verified_Passwords::Mdl_Verified_Passwords() : Key(crypto_generichash_KEYBYTES, '\0')
+{
+    if (sodium_init() < 0)
+        throw Sto_Error("cannot start libsodium");
+    randombytes_buf(Key.data(), Key.size());
+}
+
+std::string Mdl_Verified_Passwords::Digest(const std::string& password) const
+{
+    std::string digest(crypto_generichash_BYTES, '\0');
+    crypto_generichash(reinterpret_cast<unsigned char*>(digest.data()), digest.size(),
+                       reinterpret_cast<const unsigned char*>(password.data()), password.size(),
+                       reinterpret_cast<const unsigned char*>(Key.data()), Key.size());
+    return digest;
+}
+
+bool Mdl_Verified_Passwords::Matches(const std::string& who, const std::string& hash,
+                                     const std::string& password)
+{
+    const std::string digest = Digest(password);
+    const auto known = Verified.find(who);
+    if (known != Verified.end() && known->second.first == hash &&
+        sodium_memcmp(known->second.second.data(), digest.data(), digest.size()) == 0)
+        return true;
+    if (!Mdl_Password_Matches(hash, password))
+        return false;
+    Verified[who] = {hash, digest};
+    return true;
+}
+
 void Mdl_Create_Tables(Sto_Connection& store)
 {
     store.Execute_Script(kTables);
@@ -221,7 +251,7 @@ std::shared_ptr<Mdl_Session> Mdl_Server::Logon(const Mdl_Logon& logon, std::stri
         return nullptr;
     }
     const std::optional<Mdl_User> user = Mdl_Read_User(*store, logon.Set, logon.User);
-    if (!user || !Mdl_Password_Matches(user->Password_Hash, logon.Password)) {
+    if (!user || !Passwords.Matches(logon.Set + "\n" + logon.User, user->Password_Hash, logon.Password)) {
         refusal = Refused(logon, "wrong user name or password");
         return nullptr;
     }

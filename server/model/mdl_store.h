@@ -38,6 +38,22 @@ struct Mdl_Logon {
 
 class Mdl_Session;
 
+// The passwords this process has verified, each kept as a digest under a random key of
+// the process (keyed BLAKE2b), never as text: a client that logs on and off in a loop
+// pays the slow hash once. An entry holds only while the stored hash is the one it was
+// verified against; a wrong password always takes the slow way.
+class Mdl_Verified_Passwords {
+public:
+    Mdl_Verified_Passwords();
+    [[nodiscard]] bool Matches(const std::string& who, const std::string& hash, const std::string& password);
+
+private:
+    std::string Digest(const std::string& password) const;
+
+    std::string Key;
+    std::map<std::string, std::pair<std::string, std::string>> Verified;  // who -> hash, digest
+};
+
 class Mdl_Server {
 public:
     explicit Mdl_Server(Mdl_Server_Options options) : Options(std::move(options)) {}
@@ -56,6 +72,7 @@ private:
                                                  const std::string& set, const std::string& name);
 
     Mdl_Server_Options Options;
+    Mdl_Verified_Passwords Passwords;
     std::map<std::string, std::shared_ptr<Sto_Connection>> Stores;  // by location
     std::map<std::string, std::shared_ptr<const Mdl_Database>> Databases;  // by set/name
 };

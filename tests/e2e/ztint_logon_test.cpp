@@ -1,6 +1,10 @@
 // The logon stages against the real server: which values reach the wire, and in how
 // many calls.
+#include <unistd.h>
+
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 
 #include "tests/e2e/ztint_e2e_fixture.h"
 #include "ztint.h"
@@ -8,7 +12,7 @@
 
 namespace {
 
-constexpr int kLogon = 7 * 1024 + 10;
+constexpr int kLogon = ZTInt_op_ZTZentrak_SessionLogon;
 constexpr int kGetError = ZTInt_op_ZTInt_GetError;
 
 class Ztint_Logon_Test : public Ztint_E2E {
@@ -98,6 +102,52 @@ TEST_F(Ztint_Logon_Test, AWrongPasswordGivenWithAllValuesIsTriedInEachStage)
     // Without the environment stage, once.
     EXPECT_EQ(Logon("zentrak", "wrong", "DEMO", "MASTER", 8), -1);
     EXPECT_EQ(Count_Calls(kLogon), 3);
+}
+
+}  // namespace
+
+namespace {
+
+int Open_Descriptors()
+{
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        (void)entry;
+        ++count;
+    }
+    return count;
+}
+
+long Resident_Kilobytes()
+{
+    std::ifstream statm("/proc/self/statm");
+    long pages = 0, resident = 0;
+    statm >> pages >> resident;
+    return resident * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+using Ztint_Logon_Cycle_Test = Ztint_Logon_Test;
+
+// A handle stays valid until it is freed, whatever happened to the session behind it:
+// the free after a logoff releases the client's entry, so one process can log on more
+// often than its table has entries, with flat descriptors and memory.
+TEST_F(Ztint_Logon_Cycle_Test, ThirtyThousandLogonsOfOneProcess)
+{
+    auto cycle = [this] {
+        ZTSession* session = nullptr;
+        ASSERT_EQ(ZTZentrak_SessionLogon(Zentrak, &session, "", "zentrak", "zentrak", "DEMO", "MASTER", 8),
+                  0) << Server_Error();
+        ASSERT_EQ(ZTZentrak_SessionLogoff(Zentrak, session, 0), 0) << Server_Error();
+        ASSERT_EQ(ZTInt_Session_Free(session), 0) << Server_Error();
+    };
+    for (int i = 0; i < 1000; ++i)
+        ASSERT_NO_FATAL_FAILURE(cycle());
+    const int descriptors = Open_Descriptors();
+    const long resident = Resident_Kilobytes();
+    for (int i = 0; i < 29000; ++i)
+        ASSERT_NO_FATAL_FAILURE(cycle()) << "cycle " << i + 1000;
+    EXPECT_EQ(Open_Descriptors(), descriptors);
+    EXPECT_LT(Resident_Kilobytes() - resident, 1024);
 }
 
 }  // namespace

@@ -84,6 +84,33 @@ TEST_F(Ztint_Start_Test, ASecondProcessFindsTheRunningServer)
     EXPECT_EQ(Count_Calls(kBuild), 2);
 }
 
+// A child made by fork shares its parent's socket: its calls are refused, so that the
+// two never read each other's replies, until it closes the connection and opens its own.
+TEST_F(Ztint_Start_Test, AChildMadeByForkMustOpenAConnectionOfItsOwn)
+{
+    ZTZentrak* zentrak = nullptr;
+    ASSERT_EQ(ZTZentrak_Build(&zentrak), 0) << Server_Error();
+    EXPECT_TRUE(In_Child([zentrak] {
+        char* echo = nullptr;
+        if (ZTZentrak_EchoString(zentrak, &echo, "child") != -1 || echo != nullptr)
+            return false;
+        const std::string expected = "ztint: process " + std::to_string(getpid()) +
+                                     " inherited its connection from its parent through fork; "
+                                     "close it with ZTInt_Close_Connection to open one of its own";
+        if (Server_Error() != expected)
+            return false;
+        ZTInt_Close_Connection(ZTInt_client_Connection_Record());
+        ZTZentrak* own = nullptr;
+        return ZTZentrak_Build(&own) == 0 && ZTZentrak_EchoString(own, &echo, "child") == 0 &&
+               std::string(echo) == "child";
+    }));
+    char* echo = nullptr;
+    ASSERT_EQ(ZTZentrak_EchoString(zentrak, &echo, "parent"), 0) << Server_Error();
+    EXPECT_STREQ(echo, "parent");
+    ZTInt_String_Free(echo);
+    EXPECT_EQ(ZTInt_Zentrak_Free(zentrak), 0);
+}
+
 TEST_F(Ztint_Start_Test, AFailingStartCommandIsAnExecFailureWithItsStatus)
 {
     const std::string runs = Dir + "/runs";
@@ -164,6 +191,8 @@ TEST_F(Ztint_Start_Test, ARefusedStartupClosesAndTheNextCallOpensAnew)
     ZTZentrak* zentrak = nullptr;
     EXPECT_EQ(ZTZentrak_Build(&zentrak), -1);
     EXPECT_EQ(ZTInt_client_Connection_Record()->State, ZTInt_Connection_State_Nil);
+    EXPECT_EQ(Server_Error(), "ztintsvr: the server refused this client (startup status -1): it "
+                              "serves as many clients at once as ZT_SERVER_MAX_CLIENTS allows");
 
     ASSERT_EQ(write(to_child[1], "x", 1), 1);
     int status = 0;

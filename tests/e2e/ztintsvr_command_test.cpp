@@ -1,10 +1,12 @@
 // The commands of ztintsvr as a user runs them: help, status, stop and run, with their
 // output and exit codes, and the trace of a client's connect, calls and disconnect.
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -14,6 +16,8 @@
 #include "ztint.h"
 #include "ztint_client/ztint_client.h"
 #include "ztint_utils/ztint_connect.h"
+#include "ztint_utils/ztint_private_files.h"
+#include "foundation/host/hst_switches.h"
 
 namespace {
 
@@ -160,6 +164,68 @@ TEST_F(Ztintsvr_Command_Test, RunReportsConnectsAndDisconnects)
                            "ztintsvr: client 2 (pid ", 0), 0u) << report;
     EXPECT_NE(report.find(") disconnected\nztintsvr: shut down by a client\n"), std::string::npos)
         << report;
+}
+
+// A ZTT_USER that would move the pipe out of /tmp, or make its name too long, is refused
+// by client and server alike, and nothing is made or replaced.
+TEST_F(Ztintsvr_Command_Test, AServerUserThatLeavesTmpOrIsTooLongIsRefused)
+{
+    const std::string outside = Dir + "/victim";
+    std::ofstream(outside) << "keep me";
+    const std::string escaping = "x/../.." + outside;
+    const std::string long_user(300, 'u');
+    const std::string uid = std::to_string(geteuid());
+    const struct {
+        std::string user, text;
+    } cases[] = {
+        {escaping, "ztintsvr: ZTT_USER may not contain \"/\" (it is \"" + escaping + "\")"},
+        {long_user, "ztintsvr: ZTT_USER is too long: the pipe's name would have " +
+                        std::to_string(9 + uid.size() + 300) + " characters, more than 244"},
+    };
+    for (const auto& c : cases) {
+        setenv("ZTT_USER", c.user.c_str(), 1);
+        EXPECT_EQ(Run("start"), (Outcome{1, "", c.text + "\n"}));
+        ZTInt_Close_Connection(ZTInt_client_Connection_Record());
+        ZTZentrak* zentrak = nullptr;
+        EXPECT_EQ(ZTZentrak_Build(&zentrak), -1);
+        EXPECT_EQ(Server_Error(), c.text);
+    }
+    EXPECT_EQ(Contents(outside), "keep me");
+    EXPECT_TRUE(Server_Pids().empty());
+}
+
+// A start lock or client socket path that another user put there first fails at once
+// with a text that names the path and its owner.
+TEST_F(Ztintsvr_Command_Test, SquattedPathsAreRefusedAtOnceNamingTheirOwner)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "making a file of another user needs root";
+    const std::string lock = Pipe + ".lock";
+    std::ofstream(lock) << "";
+    ASSERT_EQ(chmod(lock.c_str(), 0666), 0);
+    ASSERT_EQ(chown(lock.c_str(), 65534, 65534), 0);
+    const std::string text = "ztintsvr: " + lock + ", the start lock, is a file of user " +
+                             ZTInt_User_Name(65534) + "; remove it, or set ZTT_USER to use other names";
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Run("start"), (Outcome{1, "", text + "\n"}));
+    ZTZentrak* zentrak = nullptr;
+    EXPECT_EQ(ZTZentrak_Build(&zentrak), -1);
+    EXPECT_NE(Server_Error().find("(" + text + ")"), std::string::npos) << Server_Error();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    std::filesystem::remove(lock);
+
+    // The client's socket path is a directory of another user.
+    ZTInt_Close_Connection(ZTInt_client_Connection_Record());
+    Hst_Switches::Clear_Cache();
+    const std::string socket = "/tmp/ZTIntSvr_USock_" + std::to_string(geteuid()) + "_" +
+                               std::to_string(getpid());
+    ASSERT_EQ(mkdir(socket.c_str(), 0777), 0);
+    ASSERT_EQ(chown(socket.c_str(), 65534, 65534), 0);
+    EXPECT_EQ(ZTZentrak_Build(&zentrak), -1);
+    EXPECT_EQ(Server_Error(), "ztintsvr: " + socket + ", the client's socket, is a directory of user " +
+                                  ZTInt_User_Name(65534) +
+                                  "; remove it, or set ZTT_USER to use other names");
+    rmdir(socket.c_str());
 }
 
 }  // namespace

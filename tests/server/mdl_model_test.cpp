@@ -179,3 +179,24 @@ TEST_F(Mdl_Store_Test, RefusedCommitsLeaveNoTrace)
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Mdl_Password_Test, VerifiedPasswordsAreRememberedOnlyForTheirHash)
+{
+    Mdl_Verified_Passwords verified;
+    const std::string hash = Mdl_Hash_Password("secret"), other = Mdl_Hash_Password("other");
+    const struct {
+        const std::string& Hash;
+        const char* Password;
+        bool Matches;
+    } cases[] = {
+        {hash, "secret", true}, {hash, "secret", true},  // the second from memory
+        {hash, "Secret", false}, {other, "secret", false},  // a changed hash forgets the first
+        {other, "other", true}, {hash, "other", false},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(verified.Matches("MASTER\nann", c.Hash, c.Password), c.Matches) << c.Password;
+}
+
+}  // namespace

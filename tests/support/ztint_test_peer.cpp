@@ -330,6 +330,8 @@ void ZTInt_Test_Peer::Answer(ZTInt_msg_struct* call_message, const ZTInt_Test_Ca
         Write_All(bytes.data(), 32 + (size - 32) / 2);
         shutdown(Far, SHUT_RDWR);
         Close(Far);
+    } else if (fault == ZTInt_Test_Fault::Stall_Mid_Message) {
+        Write_All(bytes.data(), 32 + (size - 32) / 2);
     } else {
         Write_All(bytes.data(), size);
     }

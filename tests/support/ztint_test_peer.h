@@ -58,6 +58,7 @@ enum class ZTInt_Test_Fault {
     Bad_Framing,        // the first framing word is broken
     Split_Header,       // the header goes out in two writes, 16 bytes first
     Close_Mid_Message,  // the header and half the data, then the peer closes
+    Stall_Mid_Message,  // the header and half the data, then nothing; the peer stays open
     Close_Without_Reply,
     No_Reply,           // the call is read and never answered; the peer goes on reading
 };

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <string>
@@ -12,6 +13,7 @@
 #include <utility>
 
 #include "foundation/base/fnd_string.h"
+#include "tests/support/ztint_guarded_text.h"
 #include "tests/support/ztint_temp_dir.h"
 #include "tests/support/ztint_test_locale.h"
 #include "ztcoreutil/prepformat.h"
@@ -65,6 +67,56 @@ TEST_F(Tchar, PrintfIntoBuffers) {
     EXPECT_EQ(number, 12);
     EXPECT_EQ(std::u16string(word), u"w\u00F6rd");
     EXPECT_EQ(big, 5000000000L);
+}
+
+// A count is a size_t; ICU takes 32 bits. A count above that range reaches the
+// terminator first, as in the C library, and must not wrap to "compare nothing".
+TEST_F(Tchar, CountsAboveThe32BitRangeActLikeUnlimitedOnes) {
+    for (size_t count : {size_t{1} << 32, (size_t{1} << 32) + 1, SIZE_MAX}) {
+        SCOPED_TRACE(count);
+        EXPECT_LT(_tcsncmp(u"ab", u"ac", count), 0);
+        EXPECT_GT(_tcsnicmp(u"AC", u"ab", count), 0);
+        EXPECT_EQ(_tcsnicmp(u"AB", u"ab", count), 0);
+        Code_Unit copy[4] = {u'#', u'#', u'#', u'#'};
+        EXPECT_EQ(std::u16string(_tcsncpy(copy, u"xy", count)), u"xy");
+        EXPECT_EQ(std::u16string(lstrcpyn(copy, u"z", count)), u"z");
+    }
+}
+
+// A negative size must not let the formatter write without a limit.
+TEST_F(Tchar, FormattingIntoABadBufferWritesNothing) {
+    Code_Unit buffer[8] = {u'#', u'#', u'#', u'#', u'#', u'#', u'#', 0};
+    EXPECT_EQ(_sntprintf(buffer, -1, u"%s", u"abc"), -1);
+    EXPECT_EQ(_sntprintf(buffer, INT_MIN, u"x"), -1);
+    EXPECT_EQ(_sntprintf(nullptr, 4, u"x"), -1);
+    EXPECT_EQ(std::u16string(buffer), u"#######");
+    EXPECT_EQ(_sntprintf(nullptr, 0, u"%d", 1234), 4);  // measuring only
+    int number = 0;
+    EXPECT_EQ(_stscanf(nullptr, u"%d", &number), EOF);
+}
+
+// A format whose end cuts a conversion short prints that specification literally and
+// is never read past its terminator (the text ends in front of an inaccessible page).
+TEST_F(Tchar, FormatsCutShortAreReadOnlyUpToTheirEnd) {
+    const std::pair<std::u16string, std::u16string> cases[] = {
+        {u"50%", u"50%"},     {u"a%5", u"a%5"},   {u"a%-08.", u"a%-08."},
+        {u"a%5.2", u"a%5.2"}, {u"a%*", u"a%*"},   {u"a%l", u"a%l"},
+        {u"a%ll", u"a%ll"},   {u"a%h", u"a%h"},   {u"a%L", u"a%L"},
+        {u"%d%", u"7%"},      {u"%%%", u"%%"},    {u"a%(", u"a"},
+    };
+    for (const auto& [format, expected] : cases) {
+        SCOPED_TRACE(std::string(format.begin(), format.end()));
+        ZTInt_Guarded_Text guarded(format + u'\0');
+        ASSERT_NE(guarded.Data(), nullptr);
+        Code_Unit buffer[32];
+        int length = _sntprintf(buffer, 32, guarded.Data(), 7);
+        if (format != u"a%(") {
+            EXPECT_EQ(length, static_cast<int>(expected.size()));
+            EXPECT_EQ(std::u16string(buffer), expected);
+        }
+        int number = 0;
+        (void)_stscanf(u"a 12", guarded.Data(), &number);
+    }
 }
 
 TEST_F(Tchar, StringFunctions) {
@@ -125,6 +177,29 @@ TEST_F(Tchar, NumbersStopAtTheFirstForeignUnit) {
     errno = 0;
     EXPECT_EQ(_tcstol(u"99999999999999999999", nullptr, 10), LONG_MAX);
     EXPECT_EQ(errno, ERANGE);
+}
+
+// A base the C library rejects reads nothing: the end is the text itself, the value 0
+// and errno EINVAL, as strtol gives them.
+TEST_F(Tchar, UnsupportedBasesReadNothing) {
+    const std::u16string texts[] = {u"", u"12", u"  -7z", u"0x1F"};
+    for (int base : {-1, 1, 37, 64, INT_MIN, INT_MAX}) {
+        for (const std::u16string& text : texts) {
+            SCOPED_TRACE(testing::Message() << "base " << base << ", length " << text.size());
+            Code_Unit* end = reinterpret_cast<Code_Unit*>(0x10);  // must be overwritten
+            errno = 0;
+            EXPECT_EQ(_tcstol(text.c_str(), &end, base), 0);
+            EXPECT_EQ(end, text.c_str());
+            EXPECT_EQ(errno, EINVAL);
+            end = reinterpret_cast<Code_Unit*>(0x10);
+            EXPECT_EQ(_tcstoul(text.c_str(), &end, base), 0u);
+            EXPECT_EQ(end, text.c_str());
+        }
+    }
+    Code_Unit* end = reinterpret_cast<Code_Unit*>(0x10);
+    EXPECT_EQ(_tcstol(nullptr, &end, 10), 0);
+    EXPECT_EQ(end, nullptr);
+    EXPECT_EQ(_tcstod(nullptr, nullptr), 0.0);
 }
 
 TEST_F(Tchar, LongToText) {
@@ -257,6 +332,34 @@ TEST_F(Tchar, DebugOutputIsSilentWhileItsDiagnosticIsOff) {
     OutputDebugString(Fnd_String(u"not shown"));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+// The capacity a caller claims bounds the result, not the work buffer: a huge one
+// must not become one allocation (which failed and ended the process).
+TEST_F(Tchar, TimeTextsWithAHugeCapacity) {
+    const time_t when = 86400 * 365;
+    struct tm broken;
+    gmtime_r(&when, &broken);
+    Code_Unit buffer[32];
+    for (size_t size : {SIZE_MAX, SIZE_MAX / 2, size_t{1} << 40}) {
+        EXPECT_EQ(_tcsftime(buffer, size, u"%Y-%m-%d", &broken), 10u);
+        EXPECT_EQ(std::u16string(buffer), u"1971-01-01");
+    }
+    // A result longer than the first try still arrives whole.
+    std::u16string longer;
+    for (int i = 0; i < 100; ++i) longer += u"%Y";
+    std::u16string big(401, u'#');
+    EXPECT_EQ(_tcsftime(big.data(), big.size(), longer.c_str(), &broken), 400u);
+    EXPECT_EQ(big.substr(0, 8), u"19711971");
+}
+
+// A null stream is a failed call, not a crash.
+TEST_F(Tchar, NullStreamsFail) {
+    EXPECT_EQ(_gettc(nullptr), TCHAR_EOF);
+    Code_Unit buffer[4];
+    EXPECT_EQ(_fgetts(buffer, 4, nullptr), nullptr);
+    EXPECT_LT(_fputts(u"x", nullptr), 0);
+    EXPECT_LT(_ftprintf(nullptr, u"x"), 0);
 }
 
 TEST_F(Tchar, TimeTexts) {

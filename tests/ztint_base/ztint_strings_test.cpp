@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+
 TEST(ZTIntString, CopiesAppendsAndMeasures)
 {
     const char original[] = "day";
@@ -34,6 +36,15 @@ TEST(ZTIntString, FormatGrowsToAnyLength)
     ASSERT_NE(text, nullptr);
     EXPECT_EQ(std::string(text), "<" + long_arg + "> -12");
     ZTInt_String_Free(text);
+}
+
+TEST(ZTIntStringArray, ImpossibleSizesAndANullStringAddressAreRefused)
+{
+    // (2^61 - 1 + 1) * 8 wraps to 0: the array would be a zero-byte block written past.
+    for (long count : {(1L << 61) - 1, (1L << 61), LONG_MAX, -1L})
+        EXPECT_EQ(ZTInt_StringArray_Alloc(count), nullptr) << count;
+    EXPECT_EQ(ZTInt_String_Alloc(-1), nullptr);
+    ZTInt_String_Append(nullptr, "text");  // nothing to append to, and no crash
 }
 
 TEST(ZTIntStringArray, BuildsIndexesAndCopiesDeeply)

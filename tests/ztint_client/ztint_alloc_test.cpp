@@ -9,6 +9,7 @@
 
 #include "tests/support/ztint_test_peer.h"
 #include "ztint.h"
+#include "ztint_utils/ztint_objects.h"
 #include "ztint_base/ztint_strings.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -73,8 +74,8 @@ TEST(SteadyState, EchoCallsAllocateOnlyTheirResults)
     if (!ZTINT_COUNTS_MALLOC) GTEST_SKIP() << "the sanitizer's allocator is not counted";
     ZTInt_Test_Peer peer;
     peer.Install();
-    ZTInt_obj_struct handle{27, 0, 1, 1};
-    ZTZentrak* zentrak = reinterpret_cast<ZTZentrak*>(&handle);
+    const ZTInt_obj_struct record{27, 0, 1, 1};
+    ZTZentrak* zentrak = reinterpret_cast<ZTZentrak*>(ZTInt_obj_New(&record));
     auto echo = [&] {
         char* result = nullptr;
         EXPECT_EQ(ZTZentrak_EchoString(zentrak, &result, "steady state"), 0);

@@ -6,16 +6,22 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
+#include "foundation/host/hst_switches.h"
+#include "tests/support/ztint_temp_dir.h"
 #include "tests/support/ztint_test_peer.h"
 #include "ztint.h"
 #include "ztint_base/ztint_strings.h"
 #include "ztint_client/ztint_call_table.h"
 #include "ztint_client/ztint_client.h"
 #include "ztint_opcodes.h"
+#include "ztint_utils/ztint_objects.h"
 
 namespace {
 
@@ -29,11 +35,13 @@ using Outcome = std::pair<int32_t, std::string>;
 // ZTZentrak_EchoString of "hello" on a Zentrak handle: the status and the result.
 Outcome Echo_Hello()
 {
-    ZTInt_obj_struct handle = Zentrak_Record();
+    const ZTInt_obj_struct record = Zentrak_Record();
+    ZTInt_obj_struct* handle = ZTInt_obj_New(&record);
     char* text = reinterpret_cast<char*>(1);  // must be overwritten
-    const int32_t status = ZTZentrak_EchoString(reinterpret_cast<ZTZentrak*>(&handle), &text, "hello");
+    const int32_t status = ZTZentrak_EchoString(reinterpret_cast<ZTZentrak*>(handle), &text, "hello");
     Outcome outcome{status, text != nullptr ? text : "<null>"};
     ZTInt_String_Free(text);
+    ZTInt_obj_Free(handle);
     return outcome;
 }
 
@@ -149,8 +157,96 @@ TEST_F(Frame, AFullHandleTableFailsTheCallAndTheProcessGoesOn)
     EXPECT_EQ(built, held.back());
 }
 
+// Two threads on the one connection would interleave their messages and corrupt the
+// heap; the second call is refused, with a text in its own thread, and the first goes on.
+TEST_F(Frame, ACallWhileAnotherThreadsCallIsInFlightIsRefused)
+{
+    std::atomic<bool> answering{false};
+    peer.Set_Responder([&](const ZTInt_Test_Call& call, std::vector<ZTInt_Test_Value>& results) {
+        answering = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        ZTInt_Test_Peer::Echo(call, results);
+    });
+    const ZTInt_obj_struct record = Zentrak_Record();
+    auto* zentrak = reinterpret_cast<ZTZentrak*>(ZTInt_obj_New(&record));
+    auto echo = [zentrak](const char* what) {
+        char* text = nullptr;
+        const int32_t status = ZTZentrak_EchoString(zentrak, &text, what);
+        Outcome outcome{status, text != nullptr ? text : "<null>"};
+        ZTInt_String_Free(text);
+        return outcome;
+    };
+    Outcome first, second;
+    std::string second_text;
+    std::thread caller([&] { first = echo("first"); });
+    while (!answering)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    std::thread other([&] {
+        second = echo("second");
+        second_text = Slot();
+    });
+    other.join();
+    caller.join();
+    EXPECT_EQ(first, Outcome(0, "first"));
+    EXPECT_EQ(second, Outcome(-1, "<null>"));
+    EXPECT_EQ(second_text,
+              "ztint: a call was made while another thread's call was in flight; calls on the "
+              "process's one connection must not overlap");
+    EXPECT_EQ(peer.Call_Count(), 1u);
+    peer.Set_Responder(ZTInt_Test_Peer::Echo);
+    EXPECT_EQ(echo("third"), Outcome(0, "third"));
+}
+
+// An answer that stops coming fails the call once the bound for the rest of it has run
+// out; a caller's bound for whole calls (ZT_CALL_TIMEOUT) ends the wait for an answer
+// that never starts. Without it, that wait has no bound.
+TEST_F(Frame, AnAnswerThatStallsOrNeverComesEndsWithinItsBound)
+{
+    const int saved = ZTInt_Message_Timeout_Milliseconds();
+    ZTInt_Set_Message_Timeout_Milliseconds(200);
+    peer.Set_Fault(ZTInt_Test_Fault::Stall_Mid_Message);
+    EXPECT_EQ(Echo_Hello(), Outcome(-1, "<null>"));
+    EXPECT_EQ(Slot(), "ztintsvr RPC protocol error: the server sent 39 of the 47 bytes of its "
+                      "answer and then nothing for 200 ms");
+    ZTInt_Set_Message_Timeout_Milliseconds(saved);
+
+    ZTInt_Test_Peer fresh;  // the stalled connection is out of step: a new peer
+    fresh.Install();
+    setenv("ZT_CALL_TIMEOUT", "1", 1);
+    Hst_Switches::Clear_Cache();
+    fresh.Set_Fault(ZTInt_Test_Fault::No_Reply);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Echo_Hello(), Outcome(-1, "<null>"));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_EQ(Slot(), "ztintsvr RPC protocol error: the server sent no answer within 1 second "
+                      "(ZT_CALL_TIMEOUT)");
+    unsetenv("ZT_CALL_TIMEOUT");
+    Hst_Switches::Clear_Cache();
+}
+
+// A call too large to encode says so, and nothing goes on the wire.
+TEST_F(Frame, ACallTooLargeToEncodeSaysWhy)
+{
+    const ZTInt_obj_struct record = Zentrak_Record();
+    auto* zentrak = reinterpret_cast<ZTZentrak*>(ZTInt_obj_New(&record));
+    const std::string huge(64 * 1024 * 1024, 'x');
+    char* text = nullptr;
+    EXPECT_EQ(ZTZentrak_EchoString(zentrak, &text, huge.c_str()), -1);
+    EXPECT_EQ(text, nullptr);
+    EXPECT_EQ(Slot(), "ztintsvr RPC protocol error: ztintsvr encode: data size 67108882 exceeds "
+                      "the limit of 67108864 bytes");
+    EXPECT_EQ(peer.Call_Count(), 0u);
+    ZTInt_obj_Free(reinterpret_cast<ZTInt_obj_struct*>(zentrak));
+}
+
 TEST(FrameWithoutServer, OpeningFailsOnceThenTheStateStaysError)
 {
+    // A pipe of its own, and a product home with no server to start: a server of the
+    // user's own, or one installed in the default home, is never reached.
+    const ZTInt_Temp_Dir home;
+    setenv("ZT_HOME", home.Path.c_str(), 1);
+    setenv("ZTT_USER", ("_frame_" + std::to_string(getpid())).c_str(), 1);
+    Hst_Switches::Clear_Cache();
     EXPECT_EQ(Echo_Hello(), Outcome(-1, "<null>"));
     const std::string first = Slot();
     EXPECT_NE(first, "<empty>");

@@ -81,7 +81,7 @@ class TableChecks(unittest.TestCase):
                      'ZTProductInfo: methods [8, 9, 10] are missing')
 
     def test_a_longer_in_list(self):
-        self.refused(self.edit(r'(^2083 +\S+ +)', r'\1String,'),
+        self.refused(self.edit(r'(^2083 +\S+ +)', r'\1String:extra,'),
                      'longest in list is ZTAdminSession_InstallAddDbSetEx with 9 entries')
 
     def test_bad_parameter_names(self):
@@ -90,6 +90,7 @@ class TableChecks(unittest.TestCase):
         self.refused(self.edit(row, r'\1String:result,LONG:db_id'), 'bad parameter name "result"')
         self.refused(self.edit(row, r'\1String:DbId,LONG:db_id'), 'bad parameter name "DbId"')
         self.refused(self.edit(row, r'\1String:db_id,LONG:db_id'), 'parameter name "db_id" twice')
+        self.refused(self.edit(row, r'\1String,LONG:db_id'), 'parameter "String" has no name')
 
 
 if __name__ == '__main__':

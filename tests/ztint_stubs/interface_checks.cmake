@@ -33,3 +33,7 @@ add_dependencies(test_ztint_stubs ztint_generated)
 add_test(NAME ztint_opcode_literals
          COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/check_opcode_literals.py
                  ${PROJECT_SOURCE_DIR})
+
+add_test(NAME ztint_header_names
+         COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/check_header_names.py
+                 ${ZTINT_GENERATED_DIR}/include/ztint_api.h)

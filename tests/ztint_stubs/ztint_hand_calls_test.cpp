@@ -167,6 +167,61 @@ TEST(GenericCalls, FreeKeepsTheHandleUntilTheServerAgrees)
     EXPECT_EQ(Record_Of(entity)->Owner_Pid, -1);
 }
 
+// A handle that is NULL, never given out, freed or of another class, and a NULL result
+// address, fail the call before the wire with a text of the call's own.
+TEST(GenericCalls, MisusedHandlesAndResultAddressesAreRefusedWithTheirReason)
+{
+    Start_Afresh();
+    Server server;
+    ZTZentrak* zentrak = Handle_Of<ZTZentrak>(27, 1);
+    ZTSession* session = Handle_Of<ZTSession>(58, 2);
+    ZTEntity* entity = Handle_Of<ZTEntity>(33, 3);
+    ZTInt_obj_struct junk{27, 0, 1, 77};
+    EXPECT_EQ(ZTInt_Session_Free(session), 0);
+    char* text = nullptr;
+    const struct {
+        int32_t status;
+        const char* reason;
+    } cases[] = {
+        {ZTZentrak_EchoString(zentrak, nullptr, "x"),
+         "ZTZentrak_EchoString: the result address is NULL"},
+        {ZTZentrak_Build(nullptr), "ZTZentrak_Build: the result address is NULL"},
+        {ZTZentrak_EchoString(nullptr, &text, "x"), "ZTZentrak_EchoString: the handle is NULL"},
+        {ZTZentrak_EchoString(reinterpret_cast<ZTZentrak*>(&junk), &text, "x"),
+         "ZTZentrak_EchoString: the handle is not a handle this library gave out"},
+        {ZTZentrak_EchoString(reinterpret_cast<ZTZentrak*>(entity), &text, "x"),
+         "ZTZentrak_EchoString: the handle is a ZTEntity handle, not a ZTZentrak handle"},
+        {ZTZentrak_SessionLogoff(zentrak, session, 0),
+         "ZTZentrak_SessionLogoff: the session handle has been freed"},
+        {ZTInt_Session_Free(session), "ZTInt_Session_Free: the handle has been freed"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.status, -1) << c.reason;
+    }
+    // Each text was the one of its call when it failed; the last one is still there.
+    EXPECT_EQ(Error_Text(), cases[6].reason);
+    EXPECT_EQ(text, nullptr);
+    EXPECT_EQ(server.Call_Count(), 1u);  // only the first Free went out
+    ZTZentrak_EchoString(zentrak, nullptr, "x");
+    EXPECT_EQ(Error_Text(), cases[0].reason);
+}
+
+// A second free of a handle the server acknowledges twice links the entry into the
+// free list once: the next two handles are two different entries.
+TEST(GenericCalls, ASecondFreeDoesNotCorruptTheTable)
+{
+    Start_Afresh();
+    Server server;
+    ZTEntity* entity = Handle_Of<ZTEntity>(33, 4);
+    EXPECT_EQ(ZTInt_Entity_Free(entity), 0);
+    EXPECT_EQ(ZTInt_Entity_Free(entity), -1);
+    ZTInt_obj_Free(Record_Of(entity));
+    ZTEntity* first = Handle_Of<ZTEntity>(33, 5);
+    ZTEntity* second = Handle_Of<ZTEntity>(33, 6);
+    EXPECT_EQ(first, entity);
+    EXPECT_NE(second, first);
+}
+
 TEST(GenericCalls, UnbuildLeavesTheLocalHandle)
 {
     Server server;

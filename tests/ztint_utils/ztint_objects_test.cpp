@@ -84,6 +84,14 @@ TEST(ObjectTable, AllocatedAndFreedEntriesAreReusedLastFreedFirst)
         ZTInt_obj_Free(nullptr);
         EXPECT_EQ(outside.Owner_Pid, 4321);
         EXPECT_EQ(ZTInt_obj_New(&record), c + 2);
+
+        // A second free of an entry, or a free of one never handed out, links nothing:
+        // the entry comes back once, not twice.
+        ZTInt_obj_Free(b);
+        ZTInt_obj_Free(b);
+        ZTInt_obj_Free(c + 10);
+        EXPECT_EQ(ZTInt_obj_New(&record), b);
+        EXPECT_EQ(ZTInt_obj_New(&record), c + 3);
     });
 }
 
@@ -108,8 +116,8 @@ TEST(ObjectTable, IterateSkipsFreedEntriesAndStopsOnZero)
 
         Seen all{{}, 1000};
         ZTInt_obj_Iterate(collect, &all);
-        // Never-used entries of the chunk (Owner_Pid 0) are passed too; the freed one is not.
-        ASSERT_EQ(all.entries.size(), 49u);
+        // Only live entries are passed: never-used entries are free ones too.
+        ASSERT_EQ(all.entries.size(), 3u);
         EXPECT_EQ(all.entries[0], entries[0]);
         EXPECT_EQ(all.entries[1], entries[2]);
         EXPECT_EQ(all.entries[2], entries[3]);

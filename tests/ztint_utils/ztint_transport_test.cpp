@@ -256,3 +256,24 @@ TEST_F(Transport, StepwiseReceiveOfHeaderThenData)
     ZTInt_msg_Free(out);
     ZTInt_msg_Free(sent);
 }
+
+// The wait for the first bytes of a message can be bounded (the answer to a startup
+// call comes at once from a server that works); without a bound it waits on.
+TEST(TransportLimits, AHeaderThatNeverComesEndsTheWaitAtItsBound)
+{
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    ZTInt_RPC_Handle handle;
+    ZTInt_RPC_Handle_Initialize(&handle);
+    handle.Read_File = ends[0];
+    ZTInt_transport_Limits limits;
+    limits.Header_Ms = 100;
+    ZTInt_msg_struct* received = nullptr;
+    char* error = nullptr;
+    EXPECT_EQ(ZTInt_transport_Recv(&handle, &received, &error, limits), -1);
+    EXPECT_STREQ(error, "the server sent no answer within 100 ms");
+    EXPECT_EQ(received, nullptr);
+    ZTInt_String_Free(error);
+    close(ends[0]);
+    close(ends[1]);
+}

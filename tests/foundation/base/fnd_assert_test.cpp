@@ -13,6 +13,7 @@
 #include "foundation/base/fnd_assertion_error.h"
 #include "foundation/base/fnd_semaphore.h"
 #include "foundation/base/fnd_thread.h"
+#include "foundation/textio/tio_log_policy.h"
 #include "message_test_support.h"
 
 using namespace message_test;
@@ -104,12 +105,15 @@ TEST_F(Assert_Test, AFailureWritesItsTextToStandardErrorAndAborts) {
 
 TEST_F(Assert_Test, AFailureGoesToTheLogStreamBeforeStandardError) {
     // Standard output, where the log stream writes, joins standard error in the child.
+    // The log line carries the time (pinned: 22:13:20 UTC), the last resort does not.
     EXPECT_EXIT(
         {
             dup2(2, 1);
+            Tio_Log_Policy::Set_Clock([] { return Hst_Timestamp(1700000000); });
             Fnd_Assert(0, u"logged");
         },
-        Aborted, "^\\*\\*\\* internal error: logged\n\\*\\*\\* internal error: logged\n$");
+        Aborted,
+        "^22:13:20 \\*\\*\\* internal error: logged\n\\*\\*\\* internal error: logged\n$");
 }
 
 TEST_F(Assert_Test, WithoutCatalogAnAssertionPrintsOnlyItsKind) {

@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "tests/support/ztint_guarded_text.h"
 #include "tests/support/ztint_test_locale.h"
 
 namespace {
@@ -164,6 +166,35 @@ TEST(FndCharBuffer, EqualityAndOrderSeeThroughEmbeddedZeros) {
     EXPECT_EQ(Buf::Caseless_Compare(Buf(u"A\0b", 3), Buf(u"a\0B", 3)), Fnd_Equal);
     EXPECT_EQ(Buf::Caseless_Compare(Buf(u"a\0b", 3), Buf(u"A\0C", 3)), Fnd_Less);
     EXPECT_EQ(Buf::Caseless_Compare(Buf(u"a\0b", 3), Buf(u"A")), Fnd_Greater);
+}
+
+// A range that runs on behind the terminator hashes the units in front of it, and
+// nothing behind it is read (the text ends in front of an inaccessible page; the
+// block-wise hash used to read whole blocks there).
+TEST(FndCharBuffer, HashOfARangeReadsNothingBehindTheTerminator) {
+    std::u16string units;
+    for (int i = 0; i < 300; ++i) units += static_cast<char16_t>(u'a' + i % 26);
+    for (size_t length : {size_t{0}, size_t{3}, size_t{20}, size_t{250}}) {
+        SCOPED_TRACE(length);
+        const std::u16string text = units.substr(0, length);
+        ZTInt_Guarded_Text guarded(text + u'\0');
+        ASSERT_NE(guarded.Data(), nullptr);
+        for (long last : {static_cast<long>(length) + 5, static_cast<long>(length) + 400}) {
+            // The same as hashing a copy with zeros behind it, which stop the hash.
+            std::u16string padded = text + std::u16string(static_cast<size_t>(last) + 1, u'\0');
+            for (long first : {0L, 1L}) {
+                if (first > static_cast<long>(length)) continue;
+                EXPECT_EQ(Buf::Hash(guarded.Data(), first, last),
+                          Buf::Hash(padded.c_str(), first, last));
+            }
+        }
+        // A Last at the top of the long range: the start value wraps to 32 bits (both
+        // start as 0 here) instead of overflowing.
+        EXPECT_EQ(Buf::Hash(guarded.Data(), 0, LONG_MAX),
+                  Buf::Hash(guarded.Data(), 0, 0xFFFFFFFFL));
+        Buf whole(text.c_str());
+        EXPECT_EQ(whole.Hash(0, LONG_MAX), whole.Hash(0, 0xFFFFFFFFL));
+    }
 }
 
 TEST(FndCharBuffer, HashFollowsTheShiftRule) {

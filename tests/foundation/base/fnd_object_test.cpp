@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "foundation/textio/tio_log_policy.h"
 #include "message_test_support.h"
 
 using namespace message_test;
@@ -189,11 +190,14 @@ using FndReportTest = FndObjectDeathTest;
 
 // What Action writes to standard output, where the log goes; standard error stays empty.
 template <class Action>
+// What Run writes to the log stream, with its clock pinned at 22:13:20 (UTC).
 std::string Logged(Action Run) {
+    Tio_Log_Policy::Set_Clock([] { return Hst_Timestamp(1700000000); });
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();
     Run();
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+    Tio_Log_Policy::Set_Clock(nullptr);
     return ::testing::internal::GetCapturedStdout();
 }
 
@@ -246,8 +250,8 @@ TEST_F(FndReportTest, NonFatalCheckerLogsOrStaysSilent) {
                   EXPECT_EQ(checker.Type_Check(&derived), 0);
                   EXPECT_EQ(checker.Type_Check(Square::My_Type, Circle::My_Type), 0);
               }),
-              "*** Fnd_Is_Checker: an object of type Circle where Shape is required\n"
-              "*** Fnd_Is_Checker: an object of type Square where Shape is required\n");
+              "22:13:20 *** Fnd_Is_Checker: an object of type Circle where Shape is required\n"
+              "22:13:20 *** Fnd_Is_Checker: an object of type Square where Shape is required\n");
     checker.Report = 0;
     EXPECT_EQ(Logged([&] { EXPECT_EQ(checker.Type_Check(&derived), 0); }), "");
 }
@@ -272,7 +276,7 @@ TEST_F(FndReportTest, DyingWithReferencesIsLoggedAndSurvived) {
     Pointee copy(*p);
     EXPECT_EQ(copy.Reference_Count, 0);  // a copy is a new, unreferenced object
     EXPECT_EQ(Logged([&] { delete p; }),
-              "*** an object of class Fnd_Counted_Pointee was destroyed while 2 references "
+              "22:13:20 *** an object of class Fnd_Counted_Pointee was destroyed while 2 references "
               "to it remained\n");
     EXPECT_EQ(Pointee::Destroyed, 1);
 

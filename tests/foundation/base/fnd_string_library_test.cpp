@@ -120,6 +120,22 @@ TEST_F(FndStringLibrary, NumbersFromIterators) {
     EXPECT_EQ(end.Position, 0);
 }
 
+// A base the parsers reject reads nothing: 0, and the end stays at the start.
+TEST_F(FndStringLibrary, NumbersWithAnUnsupportedBaseReadNothing) {
+    Fnd_String text(u"x12 ");
+    for (int base : {-1, 1, 37, 64}) {
+        SCOPED_TRACE(base);
+        const Const_Fnd_String_Iterator from(&text, 1);
+        Const_Fnd_String_Iterator end;
+        EXPECT_EQ(Lib::To_Long(from, &end, base), 0);
+        EXPECT_EQ(end, from);
+        end = Const_Fnd_String_Iterator();
+        EXPECT_EQ(Lib::To_Unsigned_Long(from, &end, base), 0u);
+        EXPECT_EQ(end, from);
+        EXPECT_EQ(Lib::To_Long(from, nullptr, base), 0);
+    }
+}
+
 TEST_F(FndStringLibrary, ToStringByBase) {
     const struct {
         long Value, Base, Prefix;
@@ -314,6 +330,38 @@ TEST_F(FndStringLibrary, SearchingWithIterators) {
     EXPECT_EQ(Lib::Next(Fnd_Char(u'a'), invalid), invalid);
 }
 
+// Between Truncate and Expunge the buffer runs on behind Length; what lies there is
+// no part of the text, so a search finds nothing in it (it used to end the process
+// through Byte_To_Char).
+TEST_F(FndStringLibrary, SearchesStopAtTheLengthOfATruncatedString) {
+    Fnd_String text(u"ab|cdX");
+    text.Truncate(3);
+    const Const_Fnd_String_Iterator start(&text);
+    EXPECT_EQ(Lib::Next(Fnd_Char(u'X'), start).Position, 3);
+    EXPECT_EQ(Lib::Next(Fnd_Char(u'b'), start).Position, 1);
+    EXPECT_EQ(Lib::Next(Fnd_String(u"cd"), start).Position, 3);
+    EXPECT_EQ(Lib::Next(Fnd_String(u"|c"), start).Position, 3);  // would end behind Length
+    EXPECT_EQ(Lib::Next(Fnd_String(u"b|"), start).Position, 1);
+}
+
+// Positions near the top of the long range must not overflow into reads far outside.
+TEST_F(FndStringLibrary, SearchAndReplaceAtPositionsFarOutside) {
+    Fnd_String text(u"abcabc");
+    long at = 0;
+    for (long from : {7L, LONG_MAX, LONG_MAX - 1}) {
+        EXPECT_EQ(Lib::Search(text, from, Fnd_String(u"bc"), at), 0);
+        EXPECT_EQ(at, 7);
+    }
+    long next = 0;
+    for (long where : {LONG_MAX, LONG_MAX - 1, -1L, 5L}) {
+        Lib::Replace(text, next, Fnd_String(u"bc"), where, Fnd_String(u"X"));
+        EXPECT_EQ(Text(text), u"abcabc");
+        EXPECT_EQ(next, where);
+    }
+    Lib::Replace(text, next, Fnd_String(u"bc"), 4, Fnd_String(u"X"));
+    EXPECT_EQ(Text(text), u"abcaX");
+}
+
 TEST_F(FndStringLibrary, SearchAndReplace) {
     Fnd_String text(u"a\0b a\0b", 7);
     long at = -1;
@@ -358,6 +406,15 @@ TEST_F(FndStringLibrary, TableLookUp) {
 }
 
 // ---- Escapes and quoting
+
+TEST_F(FndStringLibrary, BinarySearchEndsAtANullEntry) {
+    const Code_Unit* const table[] = {u"a", u"b", nullptr, u"d", u"e"};
+    EXPECT_EQ(Lib::Binary_Search(u"c", 5, table), -1);
+    EXPECT_EQ(Lib::Binary_Search(u"d", 5, table), -1);
+    EXPECT_EQ(Lib::Binary_Search(u"a", 2, table), 0);
+    const Code_Unit* const pair[] = {nullptr, u"b"};
+    EXPECT_EQ(Lib::Binary_Search(u"b", 2, pair), -1);
+}
 
 TEST_F(FndStringLibrary, RemoveEscapes) {
     EXPECT_EQ(Text(Lib::Remove_Escapes(Fnd_String(u"\\101\\x41\\9"), 1)), u"AA9");

@@ -10,6 +10,7 @@
 
 #include "foundation/base/fnd_string_iterator.h"
 #include "tests/foundation/base/message_test_support.h"
+#include "tests/support/ztint_guarded_text.h"
 #include "tests/support/ztint_test_text.h"
 
 namespace {
@@ -90,6 +91,61 @@ TEST_F(FndString, GetTakesUnitsAndChecksTheRange) {
     EXPECT_TRUE(out.Is_Empty());
     text.Get(text, 1, 2);  // into itself
     EXPECT_EQ(Text(text), u"bc");
+}
+
+// The compatibility searches see Length units also while the buffer runs on behind
+// it (between Truncate and Expunge); the tail used to give indices outside the text.
+TEST_F(FndString, CompatibilitySearchesSeeOnlyTheLengthOfATruncatedString) {
+    Fnd_String text(u"abca|Xbc");
+    text.Truncate(4);
+    EXPECT_EQ(text.Find(u'X'), -1);
+    EXPECT_EQ(text.Find(u'b'), 1);
+    EXPECT_EQ(text.Find(u"a|"), -1);
+    EXPECT_EQ(text.Find(u"ca"), 2);
+    EXPECT_EQ(text.Find(u"bc", 2), -1);
+    EXPECT_EQ(text.ReverseFind(u'b'), 1);
+    EXPECT_EQ(text.ReverseFind(u'X'), -1);
+    EXPECT_EQ(text.FindOneOf(u"X|"), -1);
+    EXPECT_EQ(text.FindOneOf(u"Xc"), 2);
+    EXPECT_EQ(text.Compare(u"abca"), 0);
+    EXPECT_EQ(text.CompareNoCase(u"ABCA"), 0);
+    EXPECT_LT(text.Compare(u"abca|"), 0);
+}
+
+// Ranges at the top of the long range must not overflow into reads far outside:
+// Compare answers 0, Get and Delete fail with their range errors.
+TEST_F(FndString, RangesFarOutsideCompareUnequal) {
+    Fnd_String text(u"abcd");
+    for (long first : {LONG_MAX, LONG_MAX - 1, 4L, LONG_MIN}) {
+        EXPECT_EQ(text.Compare(first, 2, Fnd_String(u"ab"), 0), 0);
+        EXPECT_EQ(text.Compare(first, 2, u"ab", 1), 0);
+    }
+    EXPECT_EQ(text.Compare(2, LONG_MAX, Fnd_String(u"cd"), 0), 0);
+    EXPECT_EQ(text.Compare(2, 2, Fnd_String(u"cd"), 0), 1);
+}
+
+TEST_F(FndStringDeath, RangesFarOutsideFailAsRangeErrors) {
+    Fnd_String text(u"abcd");
+    EXPECT_DEATH(text.Get(2, LONG_MAX),
+                 "the index 9223372036854775807 is outside the range 0 to 3");
+    EXPECT_DEATH(text.Delete(1, LONG_MAX), "the value 9223372036854775807 exceeds the limit 4");
+}
+
+// A view that reaches outside its string equals nothing and shows no text; the
+// string ends in front of an inaccessible page, so a read outside it would crash.
+TEST_F(FndString, SubstringsOutsideTheirStringEqualNothing) {
+    ZTInt_Guarded_Text guarded(std::u16string(u"abc\0", 4));
+    ASSERT_NE(guarded.Data(), nullptr);
+    Fnd_String text;
+    text.Alias(guarded.Data(), 3, Fnd_No_Deallocator);
+    Fnd_String five(u"abc\0\0", 5);
+    EXPECT_FALSE(five == (Fnd_Substring{&text, 0, 4}));
+    EXPECT_FALSE(Fnd_String(u"bc") == (Fnd_Substring{&text, -1, 0}));
+    EXPECT_FALSE(Fnd_String(u"bc") == (Fnd_Substring{&text, 2, 3}));
+    EXPECT_TRUE(Fnd_String(u"bc") == (Fnd_Substring{&text, 1, 2}));
+    const std::u16string shown = Text(Fnd_Substring{&text, 1, 5}.Show_Text());
+    EXPECT_EQ(shown.substr(shown.find(u',')), u",5,]");
+    text.Transfer();  // the memory stays the guard's
 }
 
 TEST_F(FndStringDeath, IndexesOutsideTheStringAndMisuseFail) {
