@@ -307,8 +307,7 @@ std::string Mdl_Session::Journal_Text(const Mdl_Record& record, const std::strin
     std::string text = stored != record.Values.end() && !stored->second.empty() ? stored->second[0] : "";
     const auto added = record.Journal_Entries.find(field);
     if (added != record.Journal_Entries.end())
-        text += (text.empty() ? "" : "\n") + std::string("=== ") + User.Login + " " + Mdl_Now() +
-                " ===\n" + added->second;
+        text += (text.empty() ? "" : "\n") + added->second;
     return text;
 }
 
@@ -477,8 +476,8 @@ std::string Mdl_Session::Assign(Mdl_Record& record, const Mdl_Field_Def& field,
     if (field.Type == ZTInt_FIELD_JOURNAL) {
         if (values.empty())
             record.Journal_Entries.erase(field.Name);
-        else
-            record.Journal_Entries[field.Name] = values[0];
+        else  // the entry's heading is fixed now, so that value and history agree
+            record.Journal_Entries[field.Name] = "=== " + User.Login + " " + Mdl_Now() + " ===\n" + values[0];
     } else if (values.empty()) {
         record.Values.erase(field.Name);
     } else {

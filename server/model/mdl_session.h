@@ -38,7 +38,7 @@ struct Mdl_Record {
 
     // The edit under way; NULL when the record is a snapshot.
     const Mdl_Action_Def* Action = nullptr;
-    std::map<std::string, std::string> Journal_Entries;  // added by this edit
+    std::map<std::string, std::string> Journal_Entries;  // added by this edit, with heading
     std::set<std::string> Changed_Last_Set, Changed_This_Group;
     bool Deleted = false;
 

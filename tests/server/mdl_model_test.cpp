@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <regex>
 
 #include "server/model/mdl_session.h"
 #include "tests/support/ztint_temp_dir.h"
@@ -197,6 +198,32 @@ TEST(Mdl_Password_Test, VerifiedPasswordsAreRememberedOnlyForTheirHash)
     };
     for (const auto& c : cases)
         EXPECT_EQ(verified.Matches("MASTER\nann", c.Hash, c.Password), c.Matches) << c.Password;
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(Mdl_Store_Test, JournalEntriesAccumulateUnderTheirHeadings)
+{
+    auto session = Logon();
+    ASSERT_NE(session, nullptr) << Refusal;
+    auto record = session->Build("Defect");
+    EXPECT_EQ(session->Set_Value(*record, "Headline", "journal"), "");
+    EXPECT_EQ(session->Set_Value(*record, "Notes", "first"), "");
+    ASSERT_EQ(session->Commit(*record), "");
+    session->Edit(*record, "Modify");
+    EXPECT_EQ(session->Set_Value(*record, "Notes", "second; with 'quotes'"), "");
+    ASSERT_EQ(session->Commit(*record), "");
+    const std::vector<std::string> notes = session->Values(*record, "Notes");
+    ASSERT_EQ(notes.size(), 1u);
+    const std::regex form("=== zentrak [0-9-]+ [0-9:]+ ===\nfirst\n=== zentrak [0-9-]+ [0-9:]+ ===\n"
+                          "second; with 'quotes'");
+    EXPECT_TRUE(std::regex_match(notes[0], form)) << notes[0];
+    const std::vector<Mdl_History_Entry> history = session->History(*record);
+    ASSERT_EQ(history.size(), 2u);
+    ASSERT_EQ(history[1].Changes.size(), 1u);
+    EXPECT_EQ(history[1].Changes[0].substr(history[1].Changes[0].rfind(" -> ") + 4), notes[0]);
 }
 
 }  // namespace
