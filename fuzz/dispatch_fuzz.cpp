@@ -6,6 +6,9 @@
 // in-value, an int takes 4 bytes, a string the bytes up to the next 0 (or the end), a
 // string array 1 byte of count and that many strings, a handle 1 byte naming one of
 // the first few objects the dispatcher made, so that sequences reach live objects.
+// Each input starts with a logged-on session as object 1 (on a store in a temporary
+// directory, shared by all inputs), so that record calls reach the model: BuildEntity
+// gives records, and the values set and committed are arbitrary.
 #include <unistd.h>
 
 #include <cstddef>
@@ -17,6 +20,8 @@
 
 #include "server/svr_dispatch.h"
 #include "server/svr_objects.h"
+#include "server/calls/svr_calls.h"
+#include "server/model/mdl_session.h"
 #include "server/svr_users.h"
 #include "ztint_base/ztint_strings.h"
 #include "ztint_utils/ztint_message.h"
@@ -129,15 +134,41 @@ void Check_Answer(const ZTInt_call_entry& row, const ZTInt_msg_struct* call,
     }
 }
 
+// The model on a store of its own, and one session of the default user.
+Mdl_Server& Model()
+{
+    static Mdl_Server* model = [] {
+        char directory[] = "/tmp/dispatch_fuzz_XXXXXX";
+        if (mkdtemp(directory) == nullptr)
+            std::abort();
+        setenv("ZT_SERVER_STORE", (std::string(directory) + "/store.db").c_str(), 1);
+        return new Mdl_Server({Svr_Users::Default_Store(), ZTINT_SOURCE_DIR "/server/schemas/sample.json"});
+    }();
+    return *model;
+}
+
+std::shared_ptr<Mdl_Session> Session()
+{
+    static std::shared_ptr<Mdl_Session> session = [] {
+        std::string refusal;
+        auto made = Model().Logon({"zentrak", "zentrak", "DEMO", "MASTER"}, refusal);
+        if (made == nullptr)
+            std::abort();
+        return made;
+    }();
+    return session;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static const Svr_Users users = Svr_Users::Default_Store();
     Svr_Objects objects(kServerPid);
-    Svr_Dispatcher dispatcher(objects, users, "0.1.0");
+    Svr_Dispatcher dispatcher(objects, Model(), "0.1.0");
     Svr_Client_State client;
     client.Number = 1;
+    const ZTInt_rpc_type session_type = ZTInt_call_Find_Name("ZTZentrak_SessionLogon")->Types_Out[1];
+    objects.Make(session_type, client.Number, "zentrak@DEMO", Svr_Session_Payload(Session()));
     Input input(data, size);
     for (int32_t sequence = 1; sequence <= kMaxCalls && !input.Empty(); ++sequence) {
         const int index = (input.Byte() << 8 | input.Byte()) % ZTInt_Call_Table_Size;

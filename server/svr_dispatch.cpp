@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "server/calls/svr_call.h"
+#include "server/calls/svr_calls.h"
 #include "ztint_string.h"
 
 namespace {
@@ -21,8 +23,8 @@ ZTInt_msg_struct* Error_Answer(const ZTInt_msg_struct* call)
 
 }  // namespace
 
-Svr_Dispatcher::Svr_Dispatcher(Svr_Objects& objects, const Svr_Users& users, std::string version)
-    : Objects(objects), Users(users), Version(std::move(version))
+Svr_Dispatcher::Svr_Dispatcher(Svr_Objects& objects, Mdl_Server& model, std::string version)
+    : Objects(objects), Model(model), Version(std::move(version))
 {
     Add(ZTInt_op_ZTInt_Special_Shutdown_Stub, &Svr_Dispatcher::Shutdown_Call);
     Add(ZTInt_op_ZTInt_GetError, &Svr_Dispatcher::Get_Error);
@@ -39,15 +41,24 @@ Svr_Dispatcher::Svr_Dispatcher(Svr_Objects& objects, const Svr_Users& users, std
         if (entry.Kind != ZTInt_call_Generic)
             continue;
         if (Ends_With(entry.Name, "_Free"))
-            Handlers[entry.Opcode] = &Svr_Dispatcher::Free_Object;
+            Add(static_cast<ZTInt_opcode>(entry.Opcode), &Svr_Dispatcher::Free_Object);
         else if (Ends_With(entry.Name, "_Duplicate"))
-            Handlers[entry.Opcode] = &Svr_Dispatcher::Duplicate_Object;
+            Add(static_cast<ZTInt_opcode>(entry.Opcode), &Svr_Dispatcher::Duplicate_Object);
     }
+    Svr_Register_Tracking_Calls(*this);
 }
 
 void Svr_Dispatcher::Add(ZTInt_opcode opcode, Handler handler)
 {
-    Handlers[opcode] = handler;
+    Handlers[opcode] = [this, handler](Svr_Request& request) { return (this->*handler)(request); };
+}
+
+void Svr_Dispatcher::Add(ZTInt_opcode opcode, Call_Handler handler)
+{
+    Handlers[opcode] = [this, handler](Svr_Request& request) {
+        Svr_Call call(request, Objects);
+        return handler(call);
+    };
 }
 
 ZTInt_msg_struct* Svr_Dispatcher::Answer(Svr_Client_State& client, ZTInt_msg_struct* call)
@@ -75,7 +86,17 @@ ZTInt_msg_struct* Svr_Dispatcher::Answer(Svr_Client_State& client, ZTInt_msg_str
 int32_t Svr_Dispatcher::Run(Svr_Request& request)
 {
     const auto handler = Handlers.find(request.Entry.Opcode);
-    return handler != Handlers.end() ? (this->*handler->second)(request) : Not_Supported(request);
+    if (handler == Handlers.end())
+        return Not_Supported(request);
+    // No failure of the model or the store ends the server: each is the call's.
+    int32_t status = -1;
+    try {
+        status = handler->second(request);
+    } catch (const std::exception& failure) {
+        status = Fail(request, std::string(request.Entry.Name) + ": " + failure.what());
+    }
+    Model.Finish_Request();
+    return status;
 }
 
 int32_t Svr_Dispatcher::Fail(Svr_Request& request, const std::string& text)
@@ -93,10 +114,11 @@ const Svr_Objects::Object* Svr_Dispatcher::Object_Argument(Svr_Request& request,
 }
 
 // The out-list's second value is the new object's handle; its type is the row's.
-int32_t Svr_Dispatcher::Return_New_Object(Svr_Request& request, std::string detail)
+int32_t Svr_Dispatcher::Return_New_Object(Svr_Request& request, std::string detail,
+                                          std::shared_ptr<Svr_Payload> payload)
 {
     request.Out.Set_Object(1, Objects.Make(request.Entry.Types_Out[1], request.Client.Number,
-                                           std::move(detail)));
+                                           std::move(detail), std::move(payload)));
     return 0;
 }
 
@@ -136,7 +158,7 @@ int32_t Svr_Dispatcher::Duplicate_Object(Svr_Request& request)
     const Svr_Objects::Object* object = Object_Argument(request, 0);
     if (object == nullptr)
         return -1;
-    return Return_New_Object(request, object->Detail);
+    return Return_New_Object(request, object->Detail, object->Payload);
 }
 
 int32_t Svr_Dispatcher::Build(Svr_Request& request)
@@ -170,11 +192,12 @@ int32_t Svr_Dispatcher::Session_Logon(Svr_Request& request)
     if (Object_Argument(request, 0) == nullptr)
         return -1;
     const std::string user = request.In.Text(2);
-    const std::string refusal =
-        Users.Check(user, request.In.Text(3), request.In.Text(4), request.In.Text(5));
-    if (!refusal.empty())
+    std::string refusal;
+    std::shared_ptr<Svr_Payload> session = Svr_Session_Payload(
+        Model.Logon({user, request.In.Text(3), request.In.Text(4), request.In.Text(5)}, refusal));
+    if (session == nullptr)
         return Fail(request, refusal);
-    return Return_New_Object(request, user + "@" + request.In.Text(4));
+    return Return_New_Object(request, user + "@" + request.In.Text(4), std::move(session));
 }
 
 // In-values: the entry object, the session, flags. The session's handle stays valid

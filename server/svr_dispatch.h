@@ -7,11 +7,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <unordered_map>
 
 #include "server/svr_objects.h"
-#include "server/svr_users.h"
+#include "server/model/mdl_store.h"
 #include "server/svr_values.h"
 #include "ztint_client/ztint_call_table.h"
 #include "ztint_opcodes.h"
@@ -23,6 +24,8 @@ struct Svr_Client_State {
     std::string Last_Error;  // text of the last failed call, for ZTInt_GetError
 };
 
+class Svr_Call;
+
 // One call being answered: its row, the decoded in-values and the out-values to fill.
 struct Svr_Request {
     Svr_Client_State& Client;
@@ -33,7 +36,14 @@ struct Svr_Request {
 
 class Svr_Dispatcher {
 public:
-    Svr_Dispatcher(Svr_Objects& objects, const Svr_Users& users, std::string version);
+    Svr_Dispatcher(Svr_Objects& objects, Mdl_Server& model, std::string version);
+
+    // A handler of the tracking calls (server/calls/): it throws the failure text of
+    // its call, which becomes status -1 and the client's error text.
+    using Call_Handler = int32_t (*)(Svr_Call&);
+    // Registers the handler of a call, named by its generated opcode constant.
+    void Add(ZTInt_opcode opcode, Call_Handler handler);
+    Svr_Objects& Object_Table() { return Objects; }
 
     // The answer to call, a new message the caller frees; never NULL.
     ZTInt_msg_struct* Answer(Svr_Client_State& client, ZTInt_msg_struct* call);
@@ -51,7 +61,8 @@ private:
     // The object of the handle at in-value index, or NULL with the failure text set.
     const Svr_Objects::Object* Object_Argument(Svr_Request& request, int index);
     int32_t Fail(Svr_Request& request, const std::string& text);
-    int32_t Return_New_Object(Svr_Request& request, std::string detail);
+    int32_t Return_New_Object(Svr_Request& request, std::string detail,
+                              std::shared_ptr<Svr_Payload> payload = nullptr);
 
     int32_t Not_Supported(Svr_Request& request);
     int32_t Shutdown_Call(Svr_Request& request);
@@ -68,8 +79,8 @@ private:
     int32_t Product_Version(Svr_Request& request);
 
     Svr_Objects& Objects;
-    const Svr_Users& Users;
+    Mdl_Server& Model;
     std::string Version;
     bool Shutdown = false;
-    std::unordered_map<int32_t, Handler> Handlers;
+    std::unordered_map<int32_t, std::function<int32_t(Svr_Request&)>> Handlers;
 };

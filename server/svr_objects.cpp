@@ -2,12 +2,13 @@
 
 #include <iterator>
 
-ZTInt_obj_struct Svr_Objects::Make(ZTInt_rpc_type type, int owner, std::string detail)
+ZTInt_obj_struct Svr_Objects::Make(ZTInt_rpc_type type, int owner, std::string detail,
+                                   std::shared_ptr<Svr_Payload> payload)
 {
     do
         ++Last_Id;
     while (Last_Id == 0 || Objects.count(Last_Id) != 0);
-    Objects.emplace(Last_Id, Object{type, owner, std::move(detail)});
+    Objects.emplace(Last_Id, Object{type, owner, std::move(detail), std::move(payload)});
     return ZTInt_obj_struct{static_cast<uint16_t>(type), 0, Last_Id, Server_Pid};
 }
 

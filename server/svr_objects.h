@@ -4,11 +4,18 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <unordered_map>
 
 #include "ztint_base/ztint_protocol.h"
 #include "ztint_utils/ztint_objects.h"
+
+// What the server keeps behind an object: a session, a record, a snapshot of a list.
+// Two handles may share one (ZTInt_<Class>_Duplicate).
+struct Svr_Payload {
+    virtual ~Svr_Payload() = default;
+};
 
 class Svr_Objects {
 public:
@@ -16,12 +23,14 @@ public:
         ZTInt_rpc_type Type;
         int Owner;           // the client's number in the server
         std::string Detail;  // what the object stands for (a session's user, ...)
+        std::shared_ptr<Svr_Payload> Payload;
     };
 
     explicit Svr_Objects(int32_t server_pid) : Server_Pid(server_pid) {}
 
     // A new object and the handle that names it.
-    ZTInt_obj_struct Make(ZTInt_rpc_type type, int owner, std::string detail);
+    ZTInt_obj_struct Make(ZTInt_rpc_type type, int owner, std::string detail,
+                          std::shared_ptr<Svr_Payload> payload = nullptr);
     // The object that handle names, if it exists, belongs to owner and has the
     // handle's type; else NULL.
     const Object* Find(const ZTInt_obj_struct& handle, int owner) const;

@@ -19,6 +19,7 @@
 
 #include "foundation/base/fnd_string.h"
 #include "foundation/host/hst_switches.h"
+#include "server/model/mdl_store.h"
 #include "server/svr_dispatch.h"
 #include "server/svr_loop.h"
 #include "server/svr_objects.h"
@@ -204,7 +205,8 @@ int Serve(const Svr_Options& options, const Report_Channel& report)
     const std::string pipe = Pipe_Path();
     const int point_fd = point.Handle.Read_File;
     Svr_Objects objects(static_cast<int32_t>(getpid()));
-    Svr_Dispatcher dispatcher(objects, users, ZTINT_VERSION);
+    Mdl_Server model({users, Product_Home() + "/etc/schemas/sample.json"});
+    Svr_Dispatcher dispatcher(objects, model, ZTINT_VERSION);
     Svr_Trace::Report_Clients_On_Console(report.Foreground);
     Svr_Loop_Options loop_options;
     loop_options.Idle_Time = std::chrono::seconds(options.Idle_Seconds);

@@ -18,6 +18,9 @@
 //   ZT_SERVER_MAX_CLIENTS   clients served at once; a startup beyond is refused with
 //                           status -1 (default 1000)
 //   ZT_SERVER_TRACE         a file to trace calls into (see svr_trace.h)
+//   ZT_SERVER_STORE         the tracking store (see server/store/sto_location.h); a new
+//                           one gets the users of ZT_SERVER_USERS and the schema
+//                           <product home>/etc/schemas/sample.json
 #pragma once
 
 #include <string>

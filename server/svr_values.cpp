@@ -42,3 +42,23 @@ void Svr_Values::Set_Text(int index, const char* text)
     ZTInt_String_Free(cell.Text);
     cell.Text = ZTInt_String_New(text);
 }
+
+std::vector<std::string> Svr_Values::Texts(int index) const
+{
+    std::vector<std::string> texts;
+    char* const* array = Cells[index].Texts;
+    for (long i = 0, size = ZTInt_StringArray_Size(array); i < size; ++i) {
+        const char* text = ZTInt_StringArray_At_Ref(array, i);
+        texts.emplace_back(text != nullptr ? text : "");
+    }
+    return texts;
+}
+
+void Svr_Values::Set_Texts(int index, const std::vector<std::string>& texts)
+{
+    Cell& cell = Cells[index];
+    ZTInt_StringArray_Free(cell.Texts);
+    cell.Texts = ZTInt_StringArray_Alloc(static_cast<long>(texts.size()));
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        ZTInt_StringArray_Set(cell.Texts, static_cast<long>(i), ZTInt_String_New(texts[i].c_str()));
+}

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "ztint_base/ztint_protocol.h"
@@ -26,9 +27,12 @@ public:
     // Never NULL: a missing string reads as "".
     const char* Text(int index) const;
     const ZTInt_obj_struct& Object(int index) const { return Cells[index].Object; }
+    // A missing array reads as empty.
+    std::vector<std::string> Texts(int index) const;
 
     void Set_Number(int index, int32_t value) { Cells[index].Number = value; }
     void Set_Text(int index, const char* text);  // copies text
+    void Set_Texts(int index, const std::vector<std::string>& texts);  // copies texts
     void Set_Object(int index, const ZTInt_obj_struct& object) { Cells[index].Object = object; }
 
 private:

@@ -50,6 +50,8 @@ void Ztint_E2E::SetUp()
     fs::create_symlink(ZTINT_BUILD_DIR "/home/bin/ztintsvr", Home + "/bin/ztintsvr");
     fs::create_directories(Home + "/linux_x86_64");
     fs::create_symlink(ZTINT_BUILD_DIR "/catalogs", Home + "/linux_x86_64/messages");
+    fs::create_directories(Home + "/etc");
+    fs::create_symlink(ZTINT_BUILD_DIR "/home/etc/schemas", Home + "/etc/schemas");
     User = "_e2e_" + std::to_string(getpid());
     Trace = Dir + "/trace";
     Pipe = "/tmp/ZTIntSvr_" + std::to_string(geteuid()) + User;
@@ -57,6 +59,8 @@ void Ztint_E2E::SetUp()
     setenv("ZTT_USER", User.c_str(), 1);
     setenv("ZT_SERVER_TRACE", Trace.c_str(), 1);
     setenv("ZT_SERVER_IDLE_SECONDS", "60", 1);
+    Store = Dir + "/store.db";
+    setenv("ZT_SERVER_STORE", Store.c_str(), 1);
     for (const char* name : {"ZT_USER", "ZT_PASSWORD", "ZT_DATABASE", "ZT_MASTER", "ZT_MESSAGES",
                              "ZT_SERVER_USERS", "ZT_SERVER_MAX_CLIENTS"})
         unsetenv(name);

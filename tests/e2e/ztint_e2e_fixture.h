@@ -2,8 +2,8 @@
 // (a temporary directory whose bin/ztintsvr is the built server, or a script of the
 // test's, and whose linux_x86_64/messages are the built catalogs, found there
 // without ZT_MESSAGES), its own ZTT_USER and so its own pipe and server, and a trace
-// file the server writes its calls into. Every server the test started is stopped
-// at the end.
+// file the server writes its calls into, and its own tracking store (ZT_SERVER_STORE).
+// Every server the test started is stopped at the end.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -34,6 +34,7 @@ protected:
     std::string User;   // the value of ZTT_USER
     std::string Trace;  // the server's trace file
     std::string Pipe;   // the server's pipe
+    std::string Store;  // the server's tracking store (ZT_SERVER_STORE)
 };
 
 // The nth field (from 0) of a trace line, blank-separated.

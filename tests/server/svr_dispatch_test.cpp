@@ -7,6 +7,7 @@
 #include <string>
 
 #include "server/svr_dispatch.h"
+#include "tests/support/ztint_temp_dir.h"
 #include "ztint_client/ztint_call_table.h"
 #include "ztint_string.h"
 
@@ -17,9 +18,12 @@ constexpr int32_t kServerPid = 777;
 
 class Svr_Dispatch_Test : public ::testing::Test {
 protected:
+    void SetUp() override { setenv("ZT_SERVER_STORE", (Store_Dir.Path + "/store.db").c_str(), 1); }
+
+    ZTInt_Temp_Dir Store_Dir;
     Svr_Objects Objects{kServerPid};
-    Svr_Users Users = Svr_Users::Default_Store();
-    Svr_Dispatcher Dispatcher{Objects, Users, "9.8.7"};
+    Mdl_Server Model{{Svr_Users::Default_Store(), ZTINT_SOURCE_DIR "/server/schemas/sample.json"}};
+    Svr_Dispatcher Dispatcher{Objects, Model, "9.8.7"};
     Svr_Client_State Client{1, ""};
     int32_t Sequence = 1;
 
@@ -220,6 +224,41 @@ TEST(Svr_Users_Test, LoadsEntriesAndRejectsBrokenLines)
 
     ASSERT_TRUE(Svr_Users::Load(path, users, error));  // missing: the default user
     EXPECT_EQ(users.Check("zentrak", "zentrak", "DEMO", "MASTER"), "");
+}
+
+}  // namespace
+
+namespace {
+
+// Record handles: another kind's type code, another client, or freed: each refused
+// with status -1 and a text, never a crash.
+TEST_F(Svr_Dispatch_Test, RecordHandlesAreCheckedForKindOwnerAndLife)
+{
+    const ZTInt_obj_struct zentrak = Build();
+    ZTInt_obj_struct session{};
+    ASSERT_EQ(Logon(zentrak, "zentrak", "zentrak", "DEMO", "MASTER", &session), 0) << Last_Error();
+    const char* type = "Defect";
+    const void* build_in[] = {&session, &type};
+    std::unique_ptr<Svr_Values> out;
+    ASSERT_EQ(Call("ZTSession_BuildEntity", build_in, &out), 0) << Last_Error();
+    const ZTInt_obj_struct entity = out->Object(1);
+
+    ZTInt_obj_struct retyped = entity;
+    retyped.Type = session.Type;  // the record's id under the session's type
+    const void* names_in[] = {&retyped};
+    EXPECT_EQ(Call("ZTSession_GetEntityDefNames", names_in, &out), -1);
+    EXPECT_EQ(Last_Error(), "ZTSession_GetEntityDefNames: the handle names no object of this client");
+
+    Svr_Client_State other{2, ""};
+    std::swap(Client, other);
+    const void* display_in[] = {&entity};
+    EXPECT_EQ(Call("ZTEntity_GetDisplayName", display_in, &out), -1);
+    std::swap(Client, other);
+    EXPECT_EQ(other.Last_Error, "ZTEntity_GetDisplayName: the handle names no object of this client");
+
+    EXPECT_EQ(Call("ZTInt_Entity_Free", display_in, &out), 0);
+    EXPECT_EQ(Call("ZTEntity_GetDisplayName", display_in, &out), -1);
+    EXPECT_EQ(Last_Error(), "ZTEntity_GetDisplayName: the handle names no object of this client");
 }
 
 }  // namespace

@@ -1,0 +1,201 @@
+#include "server/store/sto_sqlite.h"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <unordered_map>
+
+namespace {
+
+[[noreturn]] void Throw(sqlite3* db, int code, const std::string& what)
+{
+    const std::string text = what + ": " + (db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(code));
+    if (code == SQLITE_BUSY || code == SQLITE_LOCKED)
+        throw Sto_Busy(text);
+    throw Sto_Error(text);
+}
+
+class Sqlite_Statement final : public Sto_Statement {
+public:
+    Sqlite_Statement(sqlite3* db, const std::string& sql) : Db(db)
+    {
+        const int code = sqlite3_prepare_v3(db, sql.c_str(), static_cast<int>(sql.size()),
+                                            SQLITE_PREPARE_PERSISTENT, &Handle, nullptr);
+        if (code != SQLITE_OK)
+            Throw(db, code, "cannot prepare a statement of the store");
+    }
+    ~Sqlite_Statement() override { sqlite3_finalize(Handle); }
+    Sqlite_Statement(const Sqlite_Statement&) = delete;
+    Sqlite_Statement& operator=(const Sqlite_Statement&) = delete;
+
+    void Restart()
+    {
+        sqlite3_reset(Handle);
+        sqlite3_clear_bindings(Handle);
+    }
+
+    Sto_Statement& Bind(int index, std::string_view text) override
+    {
+        Check(sqlite3_bind_text(Handle, index, text.data(), static_cast<int>(text.size()),
+                                SQLITE_TRANSIENT));
+        return *this;
+    }
+    Sto_Statement& Bind(int index, int64_t number) override
+    {
+        Check(sqlite3_bind_int64(Handle, index, number));
+        return *this;
+    }
+    Sto_Statement& Bind_Blob(int index, const std::vector<unsigned char>& bytes) override
+    {
+        // An empty vector has no data pointer, which SQLite would store as NULL.
+        Check(bytes.empty() ? sqlite3_bind_zeroblob(Handle, index, 0)
+                            : sqlite3_bind_blob64(Handle, index, bytes.data(), bytes.size(), SQLITE_TRANSIENT));
+        return *this;
+    }
+    Sto_Statement& Bind_Null(int index) override
+    {
+        Check(sqlite3_bind_null(Handle, index));
+        return *this;
+    }
+
+    bool Next() override
+    {
+        const int code = sqlite3_step(Handle);
+        if (code == SQLITE_ROW)
+            return true;
+        if (code == SQLITE_DONE)
+            return false;
+        // The statement is reset so that a later use starts clean.
+        sqlite3_reset(Handle);
+        Throw(Db, code, "the store refused a statement");
+    }
+
+    bool Is_Null(int column) override { return sqlite3_column_type(Handle, column) == SQLITE_NULL; }
+    std::string Text(int column) override
+    {
+        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(Handle, column));
+        return text != nullptr ? std::string(text, static_cast<std::size_t>(sqlite3_column_bytes(Handle, column)))
+                               : std::string();
+    }
+    int64_t Number(int column) override { return sqlite3_column_int64(Handle, column); }
+    std::vector<unsigned char> Blob(int column) override
+    {
+        const auto* bytes = static_cast<const unsigned char*>(sqlite3_column_blob(Handle, column));
+        const int size = sqlite3_column_bytes(Handle, column);
+        return bytes != nullptr ? std::vector<unsigned char>(bytes, bytes + size)
+                                : std::vector<unsigned char>();
+    }
+
+private:
+    void Check(int code)
+    {
+        if (code != SQLITE_OK)
+            Throw(Db, code, "cannot bind a value");
+    }
+
+    sqlite3* Db;
+    sqlite3_stmt* Handle = nullptr;
+};
+
+class Sqlite_Connection final : public Sto_Connection {
+public:
+    Sqlite_Connection(const std::string& path, const Sto_Sqlite_Options& options)
+    {
+        Create_Private(path);
+        const int code = sqlite3_open_v2(path.c_str(), &Db,
+                                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+        if (code != SQLITE_OK) {
+            const std::string text = "cannot open the store " + path;
+            sqlite3_close(Db);
+            Db = nullptr;
+            Throw(nullptr, code, text);
+        }
+        sqlite3_extended_result_codes(Db, 0);
+        sqlite3_busy_timeout(Db, options.Busy_Timeout_Ms);
+        // WAL: readers never block the one writer, and a commit is one append.
+        // synchronous=FULL: a commit is on disk (WAL synced) before it is reported
+        // done, so a commit that returned "" survives a power loss as well as a
+        // killed server; NORMAL would survive only the latter, for one fsync less.
+        Execute_Script("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON;");
+    }
+    ~Sqlite_Connection() override
+    {
+        Statements.clear();
+        sqlite3_close(Db);
+    }
+
+    Sto_Statement& Prepare(const std::string& sql) override
+    {
+        auto found = Statements.find(sql);
+        if (found == Statements.end())
+            found = Statements.emplace(sql, std::make_unique<Sqlite_Statement>(Db, sql)).first;
+        found->second->Restart();
+        return *found->second;
+    }
+
+    void Finish_Reads() override
+    {
+        for (auto& [sql, statement] : Statements)
+            statement->Restart();
+    }
+
+    void Execute_Script(const std::string& sql) override
+    {
+        char* message = nullptr;
+        const int code = sqlite3_exec(Db, sql.c_str(), nullptr, nullptr, &message);
+        if (code != SQLITE_OK) {
+            const std::string text = message != nullptr ? message : sqlite3_errstr(code);
+            sqlite3_free(message);
+            if (code == SQLITE_BUSY)
+                throw Sto_Busy("the store is busy: " + text);
+            throw Sto_Error("the store refused a statement: " + text);
+        }
+    }
+
+    // A statement left on a row would keep an old snapshot, and a write on top of
+    // it fails at once instead of waiting for the other writer.
+    void Begin() override
+    {
+        Finish_Reads();
+        Prepare("BEGIN IMMEDIATE").Run();
+    }
+    void Commit() override { Prepare("COMMIT").Run(); }
+    void Rollback() noexcept override
+    {
+        if (!sqlite3_get_autocommit(Db))
+            sqlite3_exec(Db, "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+    std::string Engine_Name() const override { return "SQLite"; }
+
+private:
+    // A new store file is made private before SQLite first opens it; its journal
+    // files take the same mode.
+    static void Create_Private(const std::string& path)
+    {
+        const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+        if (fd < 0)
+            throw Sto_Error("cannot open the store " + path + ": " + std::strerror(errno));
+        close(fd);
+    }
+
+    sqlite3* Db = nullptr;
+    std::unordered_map<std::string, std::unique_ptr<Sqlite_Statement>> Statements;
+};
+
+}  // namespace
+
+std::unique_ptr<Sto_Connection> Sto_Open_Sqlite(const std::string& path,
+                                                const Sto_Sqlite_Options& options)
+{
+    return std::make_unique<Sqlite_Connection>(path, options);
+}
+
+std::unique_ptr<Sto_Connection> Sto_Open(const std::string& location)
+{
+    if (location.rfind("postgresql://", 0) == 0 || location.rfind("host=", 0) == 0)
+        throw Sto_Error("the PostgreSQL engine is not built into this server: " + location);
+    return Sto_Open_Sqlite(location);
+}
