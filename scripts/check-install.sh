@@ -10,8 +10,10 @@ build=$(cd "$1" && pwd)
 work=$(mktemp -d /tmp/ztint_install.XXXXXX)
 prefix=$work/prefix
 export ZT_HOME=$prefix ZTT_USER=_install_$$ ZT_SERVER_IDLE_SECONDS=30
+# The tracking store goes into the temporary folder too.
+export XDG_DATA_HOME=$work/data
 export ZT_USER=zentrak ZT_PASSWORD=zentrak ZT_DATABASE=DEMO ZT_MASTER=MASTER
-unset LD_LIBRARY_PATH ZT_MESSAGES ZT_SERVER_USERS
+unset LD_LIBRARY_PATH ZT_MESSAGES ZT_SERVER_USERS ZT_SERVER_STORE
 cleanup() {
   "$prefix/bin/ztintsvr" stop >/dev/null 2>&1 || true
   rm -rf "$work"

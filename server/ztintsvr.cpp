@@ -18,8 +18,10 @@ const char kUsage[] =
     "           (exit 0 if one runs, 1 if none does)\n"
     "\n"
     "Settings from the environment: ZT_SERVER_IDLE_SECONDS (default 600),\n"
-    "ZT_SERVER_MAX_CLIENTS (default 1000), ZT_SERVER_USERS, ZT_SERVER_TRACE, and\n"
-    "ZTT_USER, which gives a user's servers a name of their own.\n";
+    "ZT_SERVER_MAX_CLIENTS (default 1000), ZT_SERVER_USERS, ZT_SERVER_TRACE,\n"
+    "ZT_SERVER_STORE (the tracking store; default a private file per database set in\n"
+    "$XDG_DATA_HOME/ztintsvr), and ZTT_USER, which gives a user's servers a name of\n"
+    "their own.\n";
 
 int Usage_Error()
 {
