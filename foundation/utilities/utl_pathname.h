@@ -13,6 +13,21 @@ class Fnd_Condition;
 class Fnd_String;
 class Fnd_String_Array;
 
+// What Run_Command runs and where its streams go.
+struct Utl_Run_Options {
+    const Fnd_String_Array* Arguments = nullptr;  // the program first
+    const Fnd_String* Input = nullptr;            // written to the child, then end of file
+    int In_Fd = -1;                               // -1: the null device (or the input pipe)
+    int Out_Fd = -1;                              // -1: inherited, or a pipe when captured
+    int Err_Fd = -1;
+    Fnd_String* Output = nullptr;                 // the child's output is appended here,
+    bool Separate_Lines = true;                   // each line ended by a newline, else
+                                                  // joined by blanks
+    bool Print = false;                           // each output line goes to Tio_Out
+    bool Wait = true;                             // without capture: wait for the end
+    long Pid = 0;                                 // out: the child's when not waited for
+};
+
 class Utl_Pathname {
 public:
     Utl_Pathname() = delete;
@@ -159,4 +174,49 @@ public:
     // "`") fails with "Can't expand <pattern>".
     static void Expand(Fnd_Condition& Condition, const Fnd_String& Pattern, Fnd_String& Text,
                        const Fnd_String& Dir);
+
+    // ---- Help pages
+    // <home>/doc/<LANG or C>/man/man<section>/<name>.<section>, falling back to "C";
+    // else 0 with "Can't find man page for: <name>".
+    [[nodiscard]] static long Find_Man_Page(Fnd_Condition& Condition, const Fnd_String& Name,
+                                            const Fnd_String& Section, Fnd_String& Path);
+    [[nodiscard]] static long Show_Man_Page(Fnd_Condition& Condition, const Fnd_String& Name,
+                                            const Fnd_String& Section);
+    [[nodiscard]] static long Output_Man_Page(Fnd_Condition& Condition, const Fnd_String& File);
+    // Each line behind two blanks on Tio_Out; a last empty line is left out.
+    static void Output_Help_Lines(const Fnd_String& Text);
+    // The line after "NAME" as Title, the lines from "SYNOPSIS" up to "DESCRIPTION" or
+    // "OPTIONS" as Synopsis (trailing blanks and up to 4 leading ones removed, each
+    // ending in a newline). 1 if Title isn't empty.
+    [[nodiscard]] static long Get_Man_Help_Info(const Fnd_String& File, Fnd_String& Title,
+                                                Fnd_String& Synopsis);
+    [[nodiscard]] static long Man_Help_Info(Fnd_Condition& Condition, const Fnd_String& Name,
+                                            Fnd_String& Title, Fnd_String& Synopsis,
+                                            const Fnd_String& Section);
+
+    // ---- Terminals, editors and commands
+    // Descriptors 0 and 1 are both character special files.
+    [[nodiscard]] static long Has_Terminal();
+    // Connects the chosen standard descriptors to File (appended to, or created and
+    // truncated), standard output first; stops at the first failure. 1 on success.
+    [[nodiscard]] static long Redirect_Io(Fnd_Condition& Condition, const Fnd_String& File,
+                                          long Append, long Use_Stdin, long Use_Stdout,
+                                          long Use_Stderr);
+    // The editor's argument list for File at Line: "%l" and "%n" in Command are the
+    // line and the file; otherwise "vi" gets "-c <line>" and an emacs "+<line>", and the
+    // file goes last. "vi" runs in a terminal of the XTERM switch ("<xterm> -e vi ...").
+    static void Visit_Arguments(const Fnd_String& Command, const Fnd_String& File, long Line,
+                                long Plain, Fnd_String_Array& Arguments);
+    // Starts the editor without waiting; 1 on success.
+    [[nodiscard]] static long Visit_Command(Fnd_Condition& Condition, const Fnd_String& Command,
+                                            const Fnd_String& File, long Line, long Plain);
+    // The EDITOR session switch, else the EDITOR variable; 0 with neither.
+    [[nodiscard]] static long Base_Visit(Fnd_Condition& Condition, const Fnd_String& File,
+                                         long Line, long Plain);
+    // Runs Options.Arguments with no shell in between. Without Output and Print the
+    // program runs as it is (waiting or not) and the given descriptors are closed after;
+    // else its output is taken line by line and its error read and dropped. 1 when it
+    // could be run; Status is its exit status.
+    [[nodiscard]] static long Run_Command(Fnd_Condition& Condition, int& Status,
+                                          Utl_Run_Options& Options);
 };

@@ -4,12 +4,15 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -19,6 +22,7 @@
 #include "foundation/host/hst_switches.h"
 #include "foundation/utilities/utl_errors.h"
 #include "tests/foundation/base/message_test_support.h"
+#include "tests/support/ztint_captured_fd.h"
 #include "tests/support/ztint_temp_dir.h"
 
 using namespace message_test;
@@ -349,4 +353,136 @@ TEST_F(Pathname, ExpandingNeverRunsACommand) {
         EXPECT_EQ(Error_Text(condition), "Can't expand " + pattern);
     }
     EXPECT_FALSE(fs::exists(marker)) << "a command ran";
+}
+
+TEST_F(Pathname, ManPagesAndHelpLines) {
+    Hst_Switches::Set_Product_Home(Wide(Dir));
+    setenv("LANG", "de_DE", 1);
+    Hst_Switches::Clear_Cache();
+    Hst_Switches::Set_Product_Home(Wide(Dir));
+    Write("doc/C/man/man1/ztool.1",
+          "NAME\n\n   ztool - does things  \nSYNOPSIS\n\n      ztool [-v]   file\n"
+          "  ztool -h\n\n\tkept tab\nDESCRIPTION\n   not part\n");
+    Write("doc/de_DE/man/man1/other.1", "NAME\nother - german\n");
+    Fnd_Condition condition;
+    Fnd_String path;
+    EXPECT_EQ(P::Find_Man_Page(condition, Fnd_String(u"ztool"), Fnd_String(u"1"), path), 1);
+    EXPECT_EQ(Narrow(path), Dir + "/doc/C/man/man1/ztool.1") << "a missing language falls back";
+    EXPECT_EQ(P::Find_Man_Page(condition, Fnd_String(u"other"), Fnd_String(u"1"), path), 1);
+    EXPECT_EQ(Narrow(path), Dir + "/doc/de_DE/man/man1/other.1");
+    EXPECT_EQ(P::Find_Man_Page(condition, Fnd_String(u"none"), Fnd_String(u"3"), path), 0);
+    EXPECT_EQ(Error_Text(condition), "Can't find man page for: none");
+
+    Fnd_String title, synopsis;
+    EXPECT_EQ(P::Man_Help_Info(condition, Fnd_String(u"ztool"), title, synopsis, Fnd_String(u"1")), 1);
+    EXPECT_EQ(Narrow(title), "ztool - does things");
+    EXPECT_EQ(Narrow(synopsis), "  ztool [-v]   file\nztool -h\n\n\tkept tab\n");
+    EXPECT_EQ(P::Get_Man_Help_Info(Path("missing"), title, synopsis), 0);
+
+    std::string printed;
+    {
+        ZTInt_Captured_Fd out(1);
+        P::Output_Help_Lines(Fnd_String(u"one\n\ntwo\n"));
+        EXPECT_EQ(P::Show_Man_Page(condition, Fnd_String(u"other"), Fnd_String(u"1")), 1);
+        printed = out.Bytes();
+    }
+    EXPECT_EQ(printed, "  one\n  \n  two\nNAME\nother - german\n");
+}
+
+TEST(PathnameEditor, VisitArguments) {
+    setenv("ZT_XTERM", "myterm", 1);
+    Hst_Switches::Clear_Cache();
+    struct Row { const char* command; long line; long plain; const char* args; };
+    const Row rows[] = {
+        {"vi", 7, 0, "myterm|-e|vi|-c|7|f.c"},
+        {"/usr/bin/vi", 1, 0, "myterm|-e|/usr/bin/vi|f.c"},
+        {"emacs -nw", 12, 0, "emacs|-nw|+12|f.c"},
+        {"xemacs", 12, 1, "xemacs|f.c"},
+        {"ed +%l %n -s", 5, 0, "ed|+5|f.c|-s"},
+        {"ed +%l", 5, 1, "ed|+%l|f.c"},
+        {"nano", 9, 0, "nano|f.c"},
+    };
+    for (const Row& row : rows) {
+        Fnd_String_Array args;
+        P::Visit_Arguments(Wide(row.command), Fnd_String(u"f.c"), row.line, row.plain, args);
+        std::string joined;
+        for (const std::string& item : Items(args)) joined += (joined.empty() ? "" : "|") + item;
+        EXPECT_EQ(joined, row.args) << row.command;
+    }
+}
+
+TEST_F(Pathname, RunningCommands) {
+    Fnd_Condition condition;
+    int status = -1;
+    Fnd_String_Array args;
+    for (const char* word : {"/bin/sh", "-c", "/usr/bin/tr a-z A-Z; echo oops >&2; printf 'last'; exit 3"})
+        args.Add(Wide(word));
+    const Fnd_String input(u"one\ntwo\n");
+    Fnd_String output(u"> ");
+    Utl_Run_Options options;
+    options.Arguments = &args;
+    options.Input = &input;
+    options.Output = &output;
+    EXPECT_EQ(P::Run_Command(condition, status, options), 1);
+    EXPECT_EQ(status, 3);
+    EXPECT_EQ(Narrow(output), "> ONE\nTWO\nlast\n") << "error lines are dropped";
+    output.Make_Empty();
+    options.Separate_Lines = false;
+    EXPECT_EQ(P::Run_Command(condition, status, options), 1);
+    EXPECT_EQ(Narrow(output), "ONE TWO last");
+
+    // A large input to a child that writes all it reads: no deadlock on pipes.
+    const Fnd_String big(300000, Fnd_Char(u'x'), 1);
+    Fnd_String_Array cat;
+    cat.Add(Fnd_String(u"/bin/cat"));
+    options.Arguments = &cat;
+    options.Input = &big;
+    output.Make_Empty();
+    EXPECT_EQ(P::Run_Command(condition, status, options), 1);
+    EXPECT_EQ(output.Get_Length(), 300000);
+
+    // Without capture: the program runs as it is, here into a file.
+    const int fd = open((Dir + "/out").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    Fnd_String_Array echo;
+    for (const char* word : {"/bin/echo", "a;b", "$HOME"}) echo.Add(Wide(word));
+    Utl_Run_Options plain;
+    plain.Arguments = &echo;
+    plain.Out_Fd = fd;
+    EXPECT_EQ(P::Run_Command(condition, status, plain), 1);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(fcntl(fd, F_GETFD), -1) << "the given descriptor is closed";
+    std::ifstream in(Dir + "/out");
+    std::string got((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(got, "a;b $HOME\n") << "arguments reach the program untouched";
+
+    Fnd_String_Array missing;
+    missing.Add(Fnd_String(u"/no/such/program"));
+    plain.Arguments = &missing;
+    plain.Out_Fd = -1;
+    options.Arguments = &missing;
+    EXPECT_EQ(P::Run_Command(condition, status, options), 0);
+    EXPECT_TRUE(condition.Failed());
+    Utl_Run_Options empty;
+    EXPECT_EQ(P::Run_Command(condition, status, empty), 0);
+    EXPECT_EQ(Error_Text(condition), "No command to run");
+}
+
+TEST_F(Pathname, RedirectingStandardOutput) {
+    // In a child, so that this process keeps its own descriptors.
+    const std::string file = Dir + "/log";
+    std::ofstream(file) << "before\n";
+    const pid_t pid = fork();
+    if (pid == 0) {
+        Fnd_Condition condition;
+        if (!P::Redirect_Io(condition, Wide(file), 1, 0, 1, 1)) _exit(2);
+        if (write(1, "out\n", 4) != 4 || write(2, "err\n", 4) != 4) _exit(3);
+        if (P::Redirect_Io(condition, Wide(Dir + "/none/x"), 0, 0, 1, 0)) _exit(4);
+        _exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    std::ifstream in(file);
+    std::string got((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(got, "before\nout\nerr\n");
 }
