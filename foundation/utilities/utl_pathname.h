@@ -194,9 +194,31 @@ public:
                                             Fnd_String& Title, Fnd_String& Synopsis,
                                             const Fnd_String& Section);
 
+    // ---- Times
+    // Seconds: now for an empty text; local midnight for "today"; now plus "+H" or
+    // "+H:M" hours (a plus sign with any other text is now); else the text read in the
+    // form its sample suggests, fields not given taken from now.
+    [[nodiscard]] static int64_t Time_Value(const Fnd_String& Text);
+
     // ---- Terminals, editors and commands
     // Descriptors 0 and 1 are both character special files.
     [[nodiscard]] static long Has_Terminal();
+    // With a terminal: 1 and all outputs cleared. Else Redirect_To_Xterm with standard
+    // input.
+    [[nodiscard]] static long Ensure_Terminal(Fnd_Condition& Condition, const Fnd_String& Title,
+                                              Fnd_String& Tty, long& Pid, long& Number,
+                                              Fnd_String& Name, long Decorate);
+    // Starts the XTERM switch's program running <home>/<arch>/bin/ztxterm, which writes
+    // its device, a name and a number to a temporary file; waits up to 60 seconds for
+    // it, then sends standard output and error (and input with Use_Stdin) there.
+    [[nodiscard]] static long Redirect_To_Xterm(Fnd_Condition& Condition, const Fnd_String& Title,
+                                                Fnd_String& Tty, long& Pid, long& Number,
+                                                Fnd_String& Name, long Use_Stdin, long Decorate);
+    // "<digit>... <file>": output and error appended to the file; "xterm": a terminal of
+    // its own for all three; any other text: a file created or truncated. Empty: nothing.
+    [[nodiscard]] static long Redirect_Server_Output(Fnd_Condition& Condition,
+                                                     const Fnd_String& Target,
+                                                     const Fnd_String& Title);
     // Connects the chosen standard descriptors to File (appended to, or created and
     // truncated), standard output first; stops at the first failure. 1 on success.
     [[nodiscard]] static long Redirect_Io(Fnd_Condition& Condition, const Fnd_String& File,

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,7 @@
 #include "foundation/host/hst_filesystem.h"
 #include "foundation/host/hst_process.h"
 #include "foundation/host/hst_switches.h"
+#include "foundation/host/hst_timestamp.h"
 #include "foundation/textio/tio_streams.h"
 #include "foundation/utilities/utl_errors.h"
 #include "foundation/utilities/utl_pathname.h"
@@ -322,4 +324,132 @@ long Utl_Pathname::Run_Command(Fnd_Condition& Condition, int& Status, Utl_Run_Op
         return 0;
     }
     return 1;
+}
+
+// ---- Times
+
+int64_t Utl_Pathname::Time_Value(const Fnd_String& Text) {
+    const int64_t now = Hst_Timestamp::Current_Time().Seconds;
+    if (Text.Is_Empty()) return now;
+    if (Text == u"today") {
+        long year, month, day, hour, minute, second, weekday, yearday;
+        Hst_Timestamp(now).Split(year, month, day, hour, minute, second, weekday, yearday, 1);
+        return Hst_Timestamp(year, month, day, 0, 0, 0).Seconds;
+    }
+    if (Text[0] == u'+') {
+        // Hours, or hours ":" minutes, in digits; any other form adds nothing.
+        long hours = 0, minutes = 0, i = 1;
+        const long length = Text.Get_Length();
+        auto Digits = [&](long& Value) {
+            const long start = i;
+            while (i < length && Text[i] >= u'0' && Text[i] <= u'9' && i - start < 9)
+                Value = Value * 10 + (Text[i++] - u'0');
+            return i > start;
+        };
+        if (!Digits(hours)) return now;
+        if (i < length && Text[i] == u':') {
+            ++i;
+            if (!Digits(minutes)) return now;
+        }
+        if (i != length) return now;
+        return now + hours * 3600 + minutes * 60;
+    }
+    Fnd_String format;
+    Hst_Timestamp::Parse_Morvane_Time(Text, format);
+    Hst_Timestamp time(now);
+    (void)time.Set_Time(Text, format, 0, 1);
+    // A time of day alone lies on today's date, not on the first day of 1970.
+    const Fnd_String date_fields(u"YymdbeB");
+    for (long i = 0; i + 1 < format.Get_Length(); ++i)
+        if (format[i] == u'%' && date_fields.Find(format[i + 1]) >= 0) return time.Seconds;
+    long year, month, day, hour, minute, second, weekday, yearday;
+    long t_year, t_month, t_day;
+    Hst_Timestamp(now).Split(year, month, day, hour, minute, second, weekday, yearday, 1);
+    time.Split(t_year, t_month, t_day, hour, minute, second, weekday, yearday, 1);
+    return Hst_Timestamp(year, month, day, hour, minute, second).Seconds;
+}
+
+// ---- Terminals of their own
+
+long Utl_Pathname::Ensure_Terminal(Fnd_Condition& Condition, const Fnd_String& Title,
+                                   Fnd_String& Tty, long& Pid, long& Number, Fnd_String& Name,
+                                   long Decorate) {
+    Condition.Clear();
+    if (Has_Terminal()) {
+        Tty.Make_Empty();
+        Name.Make_Empty();
+        Pid = 0;
+        Number = 0;
+        return 1;
+    }
+    return Redirect_To_Xterm(Condition, Title, Tty, Pid, Number, Name, 1, Decorate);
+}
+
+long Utl_Pathname::Redirect_To_Xterm(Fnd_Condition& Condition, const Fnd_String& Title,
+                                     Fnd_String& Tty, long& Pid, long& Number, Fnd_String& Name,
+                                     long Use_Stdin, long Decorate) {
+    Condition.Clear();
+    Fnd_String program = Hst_Switches::Get_Product_Arch_Bin_Dir();
+    Append(program, Fnd_String(u"ztxterm"));
+    Fnd_String title(Title);
+    if (Decorate) {
+        char host[256] = {};
+        gethostname(host, sizeof host - 1);
+        Fnd_String machine;
+        (void)AdMbcsString::cvtToTchar(AdCharset::getDefaultCharset(), host, machine,
+                                       AdCharset::cvt_substitute);
+        Fnd_String pid;
+        pid.Format(u"%ld", static_cast<long>(getpid()));
+        title = title + u" " + machine + u" " + pid;
+    }
+    Fnd_String temp;
+    Get_Temp_Name(Fnd_String(u"xtrm"), temp);
+    Fnd_String_Array arguments;
+    arguments.Add(Hst_Switches::Xterm_Switch_Value());
+    for (const Fnd_String& word : {Fnd_String(Hst_Opt_Table[4]), title, Fnd_String(Hst_Opt_Table[2]),
+                                   program, temp})
+        arguments.Add(word);
+    Utl_Run_Options options;
+    options.Arguments = &arguments;
+    options.Wait = false;
+    int status = 0;
+    if (!Run_Command(Condition, status, options)) return 0;
+    Pid = options.Pid;
+    bool found = false;
+    for (int second = 0; second < 60 && !(found = Is_File(temp)); ++second)
+        Hst_Filesystem::Sleep(1);
+    if (!found) {
+        Condition = Utl_Text_Error(Fnd_String(u"Xterm process was not created"));
+        return 0;
+    }
+    Fnd_String text;
+    if (!Get_File_Contents(Condition, temp, text)) return 0;
+    Fnd_Condition ignored;
+    Hst_Filesystem::Delete_File(temp, ignored, 1);
+    const std::vector<Fnd_String> lines = Lines_Of(text);
+    Tty = lines.size() > 0 ? lines[0] : Fnd_String();
+    Name = lines.size() > 1 ? lines[1] : Fnd_String();
+    Number = 0;
+    if (lines.size() > 2) {
+        AdMbcsString digits;
+        if (digits.cvtFromTchar(AdCharset::getDefaultCharset(), lines[2], AdCharset::cvt_stop))
+            Number = strtol(digits.getData(), nullptr, 0);
+    }
+    return Redirect_Io(Condition, Tty, 1, Use_Stdin, 1, 1);
+}
+
+long Utl_Pathname::Redirect_Server_Output(Fnd_Condition& Condition, const Fnd_String& Target,
+                                          const Fnd_String& Title) {
+    Condition.Clear();
+    if (Target.Is_Empty()) return 1;
+    const long blank = Target.Find(u' ');
+    if (Target[0] >= u'0' && Target[0] <= u'9' && blank > 0)
+        return Redirect_Io(Condition, Target.Get(blank + 1, Target.Get_Length() - blank - 1), 1,
+                           0, 1, 1);
+    if (Target == u"xterm") {
+        Fnd_String tty, name;
+        long pid = 0, number = 0;
+        return Redirect_To_Xterm(Condition, Title, tty, pid, number, name, 1, 1);
+    }
+    return Redirect_Io(Condition, Target, 0, 0, 1, 1);
 }

@@ -13,6 +13,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <cstdlib>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -485,4 +487,65 @@ TEST_F(Pathname, RedirectingStandardOutput) {
     std::ifstream in(file);
     std::string got((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     EXPECT_EQ(got, "before\nout\nerr\n");
+}
+
+TEST(PathnameTime, TimeValues) {
+    const int64_t now = time(nullptr);
+    struct Row { const char* text; int64_t offset; };
+    const Row rows[] = {{"", 0}, {"+1:30", 5400}, {"+2", 7200}, {"+abc", 0}, {"+1:", 0}, {"+1x", 0}};
+    for (const Row& row : rows) {
+        const int64_t value = P::Time_Value(Wide(row.text));
+        EXPECT_NEAR(static_cast<double>(value - now), static_cast<double>(row.offset), 2.0) << row.text;
+    }
+    struct tm local {};
+    const time_t today = static_cast<time_t>(P::Time_Value(Fnd_String(u"today")));
+    localtime_r(&today, &local);
+    EXPECT_EQ(local.tm_hour * 3600 + local.tm_min * 60 + local.tm_sec, 0);
+    EXPECT_LE(now - today, 86400);
+    const time_t noon = static_cast<time_t>(P::Time_Value(Fnd_String(u"12:15")));
+    localtime_r(&noon, &local);
+    EXPECT_EQ(local.tm_hour * 100 + local.tm_min, 1215);
+    EXPECT_LE(std::llabs(static_cast<long long>(noon - now)), 86400) << "on today's date";
+}
+
+// In a child, since these move the standard descriptors; the child's exit code says
+// which check failed.
+TEST_F(Pathname, TerminalsOfTheirOwnAndServerOutput) {
+    Write("xterm.sh", "#!/bin/sh\necho \"$@\" > " + Dir + "/args\n"
+                      "printf '" + Dir + "/tty\\nterm7\\n0x1f\\n' > \"$5.part\" && mv \"$5.part\" \"$5\"\n");
+    chmod((Dir + "/xterm.sh").c_str(), 0755);
+    Write("tty", "");  // appended to: the device must exist
+    Write("server", "");
+    setenv("ZT_XTERM", (Dir + "/xterm.sh").c_str(), 1);
+    setenv("ZT_USER_DIR", (Dir + "/user").c_str(), 1);
+    setenv("ZT_HOME", "/inst", 1);
+    Hst_Switches::Clear_Cache();
+    const pid_t pid = fork();
+    if (pid == 0) {
+        Fnd_Condition condition;
+        Fnd_String tty, name;
+        long child = 0, number = 0;
+        if (!P::Redirect_To_Xterm(condition, Fnd_String(u"My Title"), tty, child, number, name, 0, 0))
+            _exit(2);
+        if (!(Narrow(tty) == Dir + "/tty") || !(name == u"term7") || number != 31 || child <= 0)
+            _exit(3);
+        if (write(1, "to tty\n", 7) != 7) _exit(4);
+        if (!P::Redirect_Server_Output(condition, Wide("1 " + Dir + "/server"), Fnd_String(u"t")))
+            _exit(5);
+        if (write(2, "appended\n", 9) != 9) _exit(6);
+        _exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    auto Contents = [](const std::string& File) {
+        std::ifstream in(File);
+        return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    };
+    const std::string arch = Narrow(Hst_Switches::Architecture_Switch_Value());
+    EXPECT_EQ(Contents(Dir + "/tty"), "to tty\n");
+    EXPECT_EQ(Contents(Dir + "/server"), "appended\n");
+    const std::string args = Contents(Dir + "/args");
+    EXPECT_EQ(args.rfind("-title My Title -e /inst/" + arch + "/bin/ztxterm " + Dir + "/user/tmp/xtrm", 0), 0u)
+        << args;
 }
