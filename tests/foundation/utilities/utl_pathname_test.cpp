@@ -303,6 +303,13 @@ TEST_F(Pathname, ProgramsAndTheProductHome) {
     Write("other/bin2/.ZT_HOME", Dir + "/elsewhere\n");
     fs::create_directories(Dir + "/links");
     fs::create_symlink(Dir + "/home/" + arch + "/bin/prog", Dir + "/links/prog");
+    struct Restore_Path {
+        std::string Saved = getenv("PATH") ? getenv("PATH") : "";
+        ~Restore_Path() {
+            setenv("PATH", Saved.c_str(), 1);
+            Hst_Switches::Clear_Cache();
+        }
+    } restore;
     setenv("PATH", (Dir + "/links:" + Dir + "/other/bin2").c_str(), 1);
     Hst_Switches::Clear_Cache();
 
