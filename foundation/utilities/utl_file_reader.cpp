@@ -25,6 +25,8 @@ const Code_Unit* const Keywords[] = {u"define", u"else",   u"endif",   u"if",
                                      u"ifdef",  u"ifndef", u"include", u"undef"};
 enum Keyword { Kw_Define, Kw_Else, Kw_Endif, Kw_If, Kw_Ifdef, Kw_Ifndef, Kw_Include, Kw_Undef };
 
+constexpr std::size_t Max_Line_Bytes = 1 << 28;
+
 bool Is_Blank(Code_Unit Unit) { return Unit == u' ' || Unit == u'\t'; }
 bool Is_White(Code_Unit Unit) { return Is_Blank(Unit) || Unit == u'\n' || Unit == u'\r'; }
 bool Is_Identifier(Code_Unit Unit) {
@@ -176,6 +178,8 @@ bool Utl_File_Reader::Read_File_Line(Fnd_String& Out) {
     if (count < 0) return false;
     std::size_t length = static_cast<std::size_t>(count);
     if (length > 0 && Buffer[length - 1] == '\n') --length;
+    // A line is counted in int by the conversion: a longer one (a binary file) is cut.
+    if (length > Max_Line_Bytes) length = Max_Line_Bytes;
     // ASCII, the common case, needs no converter.
     bool ascii = true;
     for (std::size_t i = 0; i < length && ascii; ++i)

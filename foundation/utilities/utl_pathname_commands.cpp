@@ -21,6 +21,7 @@
 #include "foundation/host/hst_timestamp.h"
 #include "foundation/textio/tio_streams.h"
 #include "foundation/utilities/utl_errors.h"
+#include "foundation/utilities/utl_file_reader.h"
 #include "foundation/utilities/utl_pathname.h"
 #include "foundation/utilities/utl_string_array.h"
 #include "ztcoreutil/admbcsstring.h"
@@ -137,23 +138,23 @@ long Utl_Pathname::Get_Man_Help_Info(const Fnd_String& File, Fnd_String& Title,
                                      Fnd_String& Synopsis) {
     Title.Make_Empty();
     Synopsis.Make_Empty();
-    Fnd_Condition condition;
-    Fnd_String text;
-    if (!Get_File_Contents(condition, File, text)) return 0;
-    const std::vector<Fnd_String> lines = Lines_Of(text);
-    std::size_t i = 0;
-    while (i < lines.size() && !(Stripped(lines[i]) == u"NAME")) ++i;
-    for (++i; i < lines.size(); ++i) {
-        if (Stripped(lines[i]).Is_Empty()) continue;
-        Title = Stripped(lines[i]);
-        break;
+    Utl_File_Reader reader(File);
+    auto Find = [&reader](const Code_Unit* Heading) {
+        while (reader.Getline())
+            if (Stripped(reader.Get_Line()) == Heading) return true;
+        return false;
+    };
+    if (!Find(u"NAME")) return 0;
+    while (reader.Getline()) {
+        Title = Stripped(reader.Get_Line());
+        if (!Title.Is_Empty()) break;
     }
-    while (i < lines.size() && !(Stripped(lines[i]) == u"SYNOPSIS")) ++i;
-    for (++i; i < lines.size(); ++i) {
-        const Fnd_String key = Stripped(lines[i]);
+    if (!Find(u"SYNOPSIS")) return !Title.Is_Empty();
+    while (reader.Getline()) {
+        const Fnd_String key = Stripped(reader.Get_Line());
         if (key == u"DESCRIPTION" || key == u"OPTIONS") break;
         if (key.Is_Empty() && Synopsis.Is_Empty()) continue;
-        Fnd_String line(lines[i]);
+        Fnd_String line(reader.Get_Line());
         Fnd_String_Library::Strip_Trailing(line);
         long blanks = 0;
         while (blanks < 4 && blanks < line.Get_Length() && line[blanks] == u' ') ++blanks;
