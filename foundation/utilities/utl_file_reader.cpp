@@ -3,6 +3,10 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -26,6 +30,27 @@ const Code_Unit* const Keywords[] = {u"define", u"else",   u"endif",   u"if",
 enum Keyword { Kw_Define, Kw_Else, Kw_Endif, Kw_If, Kw_Ifdef, Kw_Ifndef, Kw_Include, Kw_Undef };
 
 constexpr std::size_t Max_Line_Bytes = 1 << 28;
+
+// Widens Length bytes into Units; false as soon as a byte isn't ASCII (Units then
+// holds no usable text).
+bool Widen_Ascii(const char* Bytes, std::size_t Length, Code_Unit* Units) {
+    std::size_t i = 0;
+#ifdef __SSE2__
+    const __m128i zero = _mm_setzero_si128();
+    for (; i + 16 <= Length; i += 16) {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(Bytes + i));
+        if (_mm_movemask_epi8(block) != 0) return false;
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(Units + i), _mm_unpacklo_epi8(block, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(Units + i + 8), _mm_unpackhi_epi8(block, zero));
+    }
+#endif
+    for (; i < Length; ++i) {
+        const auto byte = static_cast<unsigned char>(Bytes[i]);
+        if (byte & 0x80) return false;
+        Units[i] = byte;
+    }
+    return true;
+}
 
 bool Is_Blank(Code_Unit Unit) { return Unit == u' ' || Unit == u'\t'; }
 bool Is_White(Code_Unit Unit) { return Is_Blank(Unit) || Unit == u'\n' || Unit == u'\r'; }
@@ -181,17 +206,12 @@ bool Utl_File_Reader::Read_File_Line(Fnd_String& Out) {
     // A line is counted in int by the conversion: a longer one (a binary file) is cut.
     if (length > Max_Line_Bytes) length = Max_Line_Bytes;
     // ASCII, the common case, needs no converter.
-    bool ascii = true;
-    for (std::size_t i = 0; i < length && ascii; ++i)
-        ascii = static_cast<unsigned char>(Buffer[i]) < 0x80;
-    if (ascii) {
-        Out.Make_Empty();
-        Out.Ensure_Storage(static_cast<long>(length));
-        Code_Unit* data = Out.GetBuffer(static_cast<int>(length));
-        for (std::size_t i = 0; i < length; ++i) data[i] = static_cast<Code_Unit>(Buffer[i]);
+    Code_Unit* data = Out.GetBuffer(static_cast<int>(length));
+    if (Widen_Ascii(Buffer, length, data)) {
         Out.ReleaseBuffer(static_cast<int>(length));
         return true;
     }
+    Out.ReleaseBuffer(0);
     const AdCharset& charset =
         Use_UTF8 ? AdCharset::getUTF8Charset() : AdCharset::getDefaultCharset();
     if (!AdMbcsString::cvtToTchar(charset, Buffer, static_cast<int>(length), Out,

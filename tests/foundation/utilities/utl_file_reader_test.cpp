@@ -58,9 +58,18 @@ TEST_F(File_Reader, LinesCommentsAndContinuation) {
         {"one \\\ntwo", 0, "1:one \\|2:two|"},
         {"#define X\ndata", 16, "2:data|"},
         {"#include nothing\ndata", 0, "1:#include nothing|2:data|"},
+        {"0123456789abcdefghijklmnopqrstuv\n", 0, "1:0123456789abcdefghijklmnopqrstuv|"},
     };
     for (const Row& row : rows)
         EXPECT_EQ(Read_File(row.text, row.options), row.lines) << row.text;
+
+    // Non-ASCII bytes behind a long ASCII run are converted, in the charset chosen.
+    Write("mixed.cfg", "0123456789abcdefghij\xC3\xBC\n\xFC");
+    Utl_File_Reader mixed(Wide(Dir + "/mixed.cfg"), 0, true);
+    ASSERT_EQ(mixed.Getline(), 1);
+    EXPECT_EQ(mixed.Get_Line(), Fnd_String(u"0123456789abcdefghij\u00FC"));
+    ASSERT_EQ(mixed.Getline(), 1);
+    EXPECT_EQ(mixed.Get_Line(), Fnd_String(u"\uFFFD")) << "a bad byte is substituted";
 
     Utl_File_Reader text(Fnd_String(u"a\\\n#c\nb"), Utl_Reader_Text);
     EXPECT_EQ(Read_All(text), "1:a\\|3:b|") << "no continuation outside files";
