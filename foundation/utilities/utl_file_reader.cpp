@@ -16,6 +16,7 @@
 #include "foundation/base/fnd_string_library.h"
 #include "foundation/host/hst_filesystem.h"
 #include "foundation/textio/tio_streams.h"
+#include "foundation/textio/tio_text_output.h"
 #include "foundation/textio/tio_text_log_stream.h"
 #include "foundation/utilities/utl_pathname.h"
 #include "foundation/utilities/utl_string_array.h"
@@ -292,14 +293,20 @@ long Utl_File_Reader::Getline() {
         if (Line.Is_Empty()) return 1;
         if (Line[0] == u'#') {
             if (Handle_Directive()) continue;
-            if (Options & Utl_Read_Comments) continue;
-            return 1;
+            if (!(Options & Utl_Read_Comments)) return 1;
+            Copy_Line();
+            continue;
         }
         if (!(Options & Utl_Read_Comments)) return 1;
         long i = 0;
         while (i < Line.Get_Length() && Is_Blank(Line[i])) ++i;
         if (i == Line.Get_Length() || Line[i] != u'#') return 1;
+        Copy_Line();
     }
+}
+
+void Utl_File_Reader::Copy_Line() const {
+    if (Copy_Stream != nullptr) Copy_Stream->Put_Line(Line);
 }
 
 // A directive at column 0 that its option turns on is carried out: true. Anything
@@ -312,6 +319,12 @@ bool Utl_File_Reader::Handle_Directive() {
     const long keyword = Keyword_Of(Line.Get(1, pos - 1));
     if (keyword < 0) return false;
     const bool defines_on = (Options & (Utl_Read_Conditionals | Utl_Read_Defines)) != 0;
+    const bool obeyed = keyword == Kw_Include ? (Options & Utl_Read_Include) != 0
+                        : keyword == Kw_Define || keyword == Kw_Undef
+                            ? defines_on
+                            : (Options & Utl_Read_Conditionals) != 0;
+    if (!obeyed) return false;
+    Copy_Line();
     switch (keyword) {
     case Kw_Define:
     case Kw_Undef:
@@ -520,6 +533,7 @@ void Utl_File_Reader::Do_Ifdef(long Pos, bool Negate) {
 long Utl_File_Reader::Skip_Lines(bool To_Else) {
     long depth = 0;
     while (Read_Raw()) {
+        Copy_Line();
         if (Line.Is_Empty() || Line[0] != u'#') continue;
         long pos = 1;
         const Fnd_String word = Word_At(Line, pos);

@@ -16,6 +16,7 @@
 
 #include "foundation/base/fnd_string.h"
 
+class Tio_Text_Output_Base;
 class Utl_String_Array;
 
 // Bits of the reader's options.
@@ -102,6 +103,9 @@ public:
     void Warning_Message(const Fnd_String& Text, long Skip_Paragraph);
 
     void Close();
+    // Comment and directive lines are also written to Copy (null: nowhere), which must
+    // outlive the reader.
+    void Set_Copy_Stream(Tio_Text_Output_Base* Copy) { Copy_Stream = Copy; }
     // Files are read as UTF-8, else in the default charset; set before the first read.
     void UseUtf8CodePage(bool Flag) { Use_UTF8 = Flag; }
 
@@ -155,6 +159,7 @@ private:
     std::vector<bool> Conditions;
     std::map<std::u16string, Fnd_String> Defines;
     long Options = Utl_Read_Default;
+    Tio_Text_Output_Base* Copy_Stream = nullptr;
     Fnd_String Outermost;
     char* Buffer = nullptr;
     size_t Buffer_Size = 0;
@@ -165,6 +170,7 @@ private:
     long Read_Raw();
     void Close_All();
     bool Handle_Directive();
+    void Copy_Line() const;
     void Do_Define(long Pos, bool Undefine);
     void Do_Include(long Pos);
     void Do_If(long Pos);

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "foundation/base/fnd_string.h"
+#include "foundation/textio/tio_text_output.h"
 #include "foundation/utilities/utl_string_array.h"
 #include "tests/foundation/base/message_test_support.h"
 #include "tests/support/ztint_captured_fd.h"
@@ -162,6 +163,29 @@ TEST_F(File_Reader, IncludesNestAndEndInErrorsNotExhaustion) {
     EXPECT_NE(err.Bytes().find("Include nesting too deep at"), std::string::npos);
     EXPECT_EQ(chain.Get_Include_Level(), 0);
     EXPECT_EQ(Narrow(chain.Get_Outermost_Filename()), Dir + "/c0.cfg");
+}
+
+namespace {
+
+// Collects what is written to it, a line per line.
+class Collected_Output : public Tio_Text_Output_Base {
+public:
+    std::string Text;
+    long Do_Put(const Fnd_String& Line, long New_Line) override {
+        Text += Narrow(Line) + (New_Line ? "\n" : "");
+        return 1;
+    }
+};
+
+}  // namespace
+
+TEST_F(File_Reader, CommentsDirectivesAndSkippedLinesAreCopied) {
+    const std::string path = Write("copy.cfg", "#c\n  # d\n#define X 1\n#ifdef Y\nskipped\n#endif\ndata\n");
+    Collected_Output copy;
+    Utl_File_Reader reader(Wide(path));
+    reader.Set_Copy_Stream(&copy);
+    EXPECT_EQ(Read_All(reader), "7:data|");
+    EXPECT_EQ(copy.Text, "#c\n  # d\n#define X 1\n#ifdef Y\nskipped\n#endif\n");
 }
 
 TEST(File_Reader_Tokens, TokensRestOfLineAndGoto) {
