@@ -2,11 +2,13 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -31,6 +33,7 @@ const Code_Unit* const Keywords[] = {u"define", u"else",   u"endif",   u"if",
 enum Keyword { Kw_Define, Kw_Else, Kw_Endif, Kw_If, Kw_Ifdef, Kw_Ifndef, Kw_Include, Kw_Undef };
 
 constexpr std::size_t Max_Line_Bytes = 1 << 28;
+constexpr std::size_t Block_Bytes = 1 << 16;
 
 // Widens Length bytes into Units; false as soon as a byte isn't ASCII (Units then
 // holds no usable text).
@@ -107,15 +110,14 @@ Utl_File_Reader::Utl_File_Reader(const Utl_String_Array* Array, Utl_File_Reader_
 
 Utl_File_Reader::~Utl_File_Reader() {
     Close();
-    free(Buffer);
 }
 
 void Utl_File_Reader::Close() { Close_All(); }
 
 void Utl_File_Reader::Close_All() {
-    if (Current.Stream != nullptr) fclose(Current.Stream);
-    Current.Stream = nullptr;
-    for (Open_File& file : Includes) fclose(file.Stream);
+    if (Current.Fd >= 0) close(Current.Fd);
+    Current.Fd = -1;
+    for (Open_File& file : Includes) close(file.Fd);
     Includes.clear();
 }
 
@@ -142,17 +144,22 @@ bool Utl_File_Reader::Open(const Fnd_String& Name, Open_File& File, Fnd_String& 
         Failure = u"Can't open \"" + Name + u"\"";
         return false;
     }
-    FILE* stream = fopen(path.getData(), "re");
+    int fd;
+    do {
+        fd = open(path.getData(), O_RDONLY | O_CLOEXEC);
+    } while (fd < 0 && errno == EINTR);
     struct stat status {};
-    if (stream != nullptr && (fstat(fileno(stream), &status) != 0 || S_ISDIR(status.st_mode))) {
-        fclose(stream);
-        stream = nullptr;
+    if (fd >= 0 && (fstat(fd, &status) != 0 || S_ISDIR(status.st_mode))) {
+        close(fd);
+        fd = -1;
     }
-    if (stream == nullptr) {
+    if (fd < 0) {
         Failure = u"Can't open \"" + Name + u"\"";
         return false;
     }
-    File.Stream = stream;
+    File.Fd = fd;
+    File.Block = std::make_unique<char[]>(Block_Bytes);
+    File.Begin = File.End = 0;
     File.Name = Name;
     File.Line_Number = 0;
     File.Device = status.st_dev;
@@ -194,28 +201,64 @@ const Fnd_String& Utl_File_Reader::Get_Original_String() const {
 }
 
 int Utl_File_Reader::Get_File_Descriptor() const {
-    return Current.Stream != nullptr ? fileno(Current.Stream) : -1;
+    return Current.Fd;
 }
 
 // ---- Raw reading
 
 bool Utl_File_Reader::Read_File_Line(Fnd_String& Out) {
-    const ssize_t count = getline(&Buffer, &Buffer_Size, Current.Stream);
-    if (count < 0) return false;
-    std::size_t length = static_cast<std::size_t>(count);
-    if (length > 0 && Buffer[length - 1] == '\n') --length;
-    // A line is counted in int by the conversion: a longer one (a binary file) is cut.
+    // The line is taken from the block where it lies whole, else gathered in Pending.
+    Open_File& file = Current;
+    Pending.clear();
+    bool got_any = false;
+    const char* start = nullptr;
+    std::size_t length = 0;
+    for (;;) {
+        if (file.Begin == file.End) {
+            ssize_t count;
+            do {
+                count = read(file.Fd, file.Block.get(), Block_Bytes);
+            } while (count < 0 && errno == EINTR);
+            if (count <= 0) {
+                if (!got_any) return false;
+                start = Pending.data();
+                length = Pending.size();
+                break;
+            }
+            file.Begin = 0;
+            file.End = static_cast<std::size_t>(count);
+        }
+        got_any = true;
+        const char* from = file.Block.get() + file.Begin;
+        const std::size_t available = file.End - file.Begin;
+        const auto* newline = static_cast<const char*>(memchr(from, '\n', available));
+        const std::size_t taken = newline ? static_cast<std::size_t>(newline - from) : available;
+        file.Begin += newline ? taken + 1 : taken;
+        if (newline && Pending.empty()) {
+            start = from;
+            length = taken;
+            break;
+        }
+        // A line that is too long is cut, but read to its end.
+        if (Pending.size() < Max_Line_Bytes)
+            Pending.append(from, std::min(taken, Max_Line_Bytes - Pending.size()));
+        if (newline) {
+            start = Pending.data();
+            length = Pending.size();
+            break;
+        }
+    }
     if (length > Max_Line_Bytes) length = Max_Line_Bytes;
     // ASCII, the common case, needs no converter.
     Code_Unit* data = Out.GetBuffer(static_cast<int>(length));
-    if (Widen_Ascii(Buffer, length, data)) {
+    if (Widen_Ascii(start, length, data)) {
         Out.ReleaseBuffer(static_cast<int>(length));
         return true;
     }
     Out.ReleaseBuffer(0);
     const AdCharset& charset =
         Use_UTF8 ? AdCharset::getUTF8Charset() : AdCharset::getDefaultCharset();
-    if (!AdMbcsString::cvtToTchar(charset, Buffer, static_cast<int>(length), Out,
+    if (!AdMbcsString::cvtToTchar(charset, start, static_cast<int>(length), Out,
                                   AdCharset::cvt_substitute))
         Out.Make_Empty();
     return true;
@@ -228,18 +271,18 @@ long Utl_File_Reader::Read_Raw() {
         Next_Line.Make_Empty();
     } else if (Kind == Utl_Reader_File) {
         for (;;) {
-            if (Current.Stream == nullptr) {
+            if (Current.Fd < 0) {
                 Line.Make_Empty();
                 return 0;
             }
             if (Read_File_Line(Line)) break;
-            fclose(Current.Stream);
-            Current.Stream = nullptr;
+            close(Current.Fd);
+            Current.Fd = -1;
             if (Includes.empty()) {
                 Line.Make_Empty();
                 return 0;
             }
-            Current = Includes.back();
+            Current = std::move(Includes.back());
             Includes.pop_back();
             File_Name = Current.Name;
             Line_Number = Current.Line_Number;
@@ -271,7 +314,7 @@ long Utl_File_Reader::Read_Raw() {
         while (!Line.Is_Empty() && Line[Line.Get_Length() - 1] == u'\\') {
             Line.Truncate(Line.Get_Length() - 1);
             Fnd_String next;
-            if (Current.Stream == nullptr || !Read_File_Line(next)) break;
+            if (Current.Fd < 0 || !Read_File_Line(next)) break;
             ++Line_Number;
             Line.Append(next);
         }
@@ -395,7 +438,7 @@ void Utl_File_Reader::Do_Include(long Pos) {
 }
 
 long Utl_File_Reader::Process_Include(const Fnd_String& Name) {
-    if (Kind != Utl_Reader_File || Current.Stream == nullptr) {
+    if (Kind != Utl_Reader_File || Current.Fd < 0) {
         Error_Message(u"Can't open \"" + Name + u"\"", 0);
         return 0;
     }
@@ -415,13 +458,13 @@ long Utl_File_Reader::Process_Include(const Fnd_String& Name) {
     bool cycle = Same(Current);
     for (const Open_File& open : Includes) cycle = cycle || Same(open);
     if (cycle) {
-        fclose(file.Stream);
+        close(file.Fd);
         Error_Message(u"Recursive include of \"" + Name + u"\"", 0);
         return 0;
     }
     Current.Line_Number = Line_Number;
-    Includes.push_back(Current);
-    Current = file;
+    Includes.push_back(std::move(Current));
+    Current = std::move(file);
     File_Name = Name;
     Line_Number = 0;
     return 1;
@@ -742,7 +785,7 @@ void Utl_File_Reader::Replace_Variables(Fnd_String& Value, long Keep_Unknown) co
 void Utl_File_Reader::Message(const Code_Unit* Label, const Code_Unit* Bare, long Message_Kind,
                               const Fnd_String& Text, long Skip_Paragraph) {
     Fnd_String line;
-    if (Kind == Utl_Reader_File && Current.Stream != nullptr) {
+    if (Kind == Utl_Reader_File && Current.Fd >= 0) {
         line = File_Name;
         line.Append(Label);
         Fnd_String number;

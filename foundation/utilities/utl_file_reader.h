@@ -11,6 +11,7 @@
 
 #include <cstdio>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -129,7 +130,10 @@ public:
 
 private:
     struct Open_File {
-        FILE* Stream = nullptr;
+        int Fd = -1;
+        std::unique_ptr<char[]> Block;  // read ahead from Fd: Begin to End not used yet
+        std::size_t Begin = 0;
+        std::size_t End = 0;
         Fnd_String Name;
         long Line_Number = 0;
         dev_t Device = 0;
@@ -161,8 +165,7 @@ private:
     long Options = Utl_Read_Default;
     Tio_Text_Output_Base* Copy_Stream = nullptr;
     Fnd_String Outermost;
-    char* Buffer = nullptr;
-    size_t Buffer_Size = 0;
+    std::string Pending;  // a line that runs over the end of a block
 
     void Start_File(const Fnd_String& File_Name);
     bool Open(const Fnd_String& Name, Open_File& File, Fnd_String& Failure);

@@ -72,6 +72,23 @@ TEST_F(File_Reader, LinesCommentsAndContinuation) {
     ASSERT_EQ(mixed.Getline(), 1);
     EXPECT_EQ(mixed.Get_Line(), Fnd_String(u"\uFFFD")) << "a bad byte is substituted";
 
+    // Lines longer than the reader's blocks, and lines across their borders.
+    std::string big;
+    for (int i = 0; i < 3000; ++i) big += std::string(i % 50, 'z') + "\n";
+    big += std::string(100000, 'a') + "\n\xC3\xBC\n" + std::string(70000, 'c');
+    Write("big.cfg", big);
+    Utl_File_Reader large(Wide(Dir + "/big.cfg"), 0);
+    long count = 0;
+    bool lengths_right = true;
+    while (large.Getline() && count < 3000) lengths_right = lengths_right && large.Get_Line().Get_Length() == count++ % 50;
+    EXPECT_TRUE(lengths_right);
+    EXPECT_EQ(large.Get_Line().Get_Length(), 100000);
+    ASSERT_EQ(large.Getline(), 1);
+    EXPECT_EQ(large.Get_Line(), Fnd_String(u"\u00FC"));
+    ASSERT_EQ(large.Getline(), 1);
+    EXPECT_EQ(large.Get_Line().Get_Length(), 70000);
+    EXPECT_EQ(large.Getline(), 0);
+
     Utl_File_Reader text(Fnd_String(u"a\\\n#c\nb"), Utl_Reader_Text);
     EXPECT_EQ(Read_All(text), "1:a\\|3:b|") << "no continuation outside files";
     Utl_String_Array array(10, 0);
