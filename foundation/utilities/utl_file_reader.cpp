@@ -194,6 +194,11 @@ void Utl_File_Reader::Reset_Line(const Fnd_String& Source, Utl_File_Reader_Kind 
     }
 }
 
+void Utl_File_Reader::Transfer_Line(Fnd_String& Source, Utl_File_Reader_Kind New_Kind) {
+    Reset_Line(Source, New_Kind);
+    Source.Make_Empty();
+}
+
 const Fnd_String& Utl_File_Reader::Get_Outermost_Filename() const { return Outermost; }
 
 const Fnd_String& Utl_File_Reader::Get_Original_String() const {

@@ -81,6 +81,8 @@ public:
     // of kind 1 or 2.
     void Reuse(const Fnd_String& File_Name);
     void Reset_Line(const Fnd_String& Text, Utl_File_Reader_Kind Kind);
+    // As Reset_Line, taking Text's contents: Text is left empty.
+    void Transfer_Line(Fnd_String& Text, Utl_File_Reader_Kind Kind);
     // Reads File_Name next, as #include does; the name isn't expanded. 1 when opened.
     [[nodiscard]] long Process_Include(const Fnd_String& File_Name);
 

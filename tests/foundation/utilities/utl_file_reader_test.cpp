@@ -91,6 +91,16 @@ TEST_F(File_Reader, LinesCommentsAndContinuation) {
 
     Utl_File_Reader text(Fnd_String(u"a\\\n#c\nb"), Utl_Reader_Text);
     EXPECT_EQ(Read_All(text), "1:a\\|3:b|") << "no continuation outside files";
+    Fnd_String source(u"first\nsecond");
+    text.Transfer_Line(source, Utl_Reader_String);
+    EXPECT_TRUE(source.Is_Empty());
+    EXPECT_EQ(Narrow(text.Get_Original_String()), "first\nsecond");
+    Fnd_String token;
+    EXPECT_EQ(text.Next_Token(token, 0), 1);
+    EXPECT_EQ(Narrow(token), "first");
+    EXPECT_EQ(text.Next_Token(token, 0), 0) << "a newline ends the string's first line";
+    EXPECT_EQ(Read_All(text), "1:second|");
+
     Utl_String_Array array(10, 0);
     array.Add(Fnd_String(u"x"));
     array.Add(Fnd_String(u"#y"));
