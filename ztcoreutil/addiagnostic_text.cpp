@@ -17,6 +17,21 @@ namespace {
 constexpr long Context_Length = 40;
 
 bool Is_Name_Unit(Code_Unit Unit) { return Unit == u'_' || u_isalnum(Unit); }
+
+// Names compare without case, as the simple upper case of each unit: a full mapping can
+// add marks that are no name units (U+01F0 becomes "J" and U+030C), and the name would
+// no longer read back.
+void Upper_Name(Fnd_String& Name) {
+    std::vector<Code_Unit> units;
+    units.reserve(static_cast<size_t>(Name.Get_Length()));
+    for (long i = 0; i < Name.Get_Length(); ++i) {
+        const UChar32 upper = u_toupper(Name[i]);
+        units.push_back(upper <= 0xFFFF && Is_Name_Unit(static_cast<Code_Unit>(upper))
+                            ? static_cast<Code_Unit>(upper)
+                            : Name[i]);
+    }
+    Name = Fnd_String(units.data(), static_cast<long>(units.size()));
+}
 bool Is_Blank(Code_Unit Unit) { return u_isspace(Unit); }
 
 class Name_Value_Parser {
@@ -60,7 +75,7 @@ private:
 };
 
 bool Name_Value_Parser::Store() {
-    Name.MakeUpper();
+    Upper_Name(Name);
     Fnd_String old;
     if (!Allow_Duplicates && Map.Lookup(Name, old)) return Fail(AdNameValue_Duplicate_Name, Name);
     Map.SetAt(Name, Value);

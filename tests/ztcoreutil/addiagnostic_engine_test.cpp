@@ -44,6 +44,10 @@ const Parse_Case Parse_Cases[] = {
     {u"a=\"it's\"", true, 1, u"A=\"it's\"", 0},
     {u" ;; x = Mixed Case ;y=", true, 1, u"X= Mixed Case ;Y=", 0},
     {u"a=1;A=2", true, 1, u"A=2", 0},
+    // Names take each unit's simple upper case: a full mapping of U+01F0 would add a
+    // combining mark, and the name would not read back.
+    {u"\u01F0\uF931\u31F9", true, 1, u"\u01F0\uF931\u31F9=", 0},
+    {u"\u03B0a=1", true, 1, u"\u03B0A=1", 0},
     {u"", true, 1, u"", 0},
     {u"SQL x", true, 0, u"SQL ", AdNameValue_Expected_Equal},
     {u"SQL ;", true, 0, u"SQL ", AdNameValue_Expected_Equal},
