@@ -512,7 +512,7 @@ void Utl_File_Reader::Do_If(long Pos) {
         Error_Message(Fnd_String(u"No symbol given in if directive"), 0);
         return;
     }
-    if (left[0] == u'(') {
+    if (!left.Is_Empty() && left[0] == u'(') {
         Error_Message(Fnd_String(u"Expression tests are not supported"), 0);
         Open_Block(false);
         return;
@@ -522,7 +522,9 @@ void Utl_File_Reader::Do_If(long Pos) {
         if (const Fnd_String* defined = Get_Variable(left)) {
             value = *defined;
         } else {
-            const Fnd_String name = left[0] == u'$' ? left.Get(1, left.Get_Length() - 1) : left;
+            // A quoted token may be empty.
+            const Fnd_String name =
+                !left.Is_Empty() && left[0] == u'$' ? left.Get(1, left.Get_Length() - 1) : left;
             (void)Fnd_String_Library::Get_Variable(name, value, 0);
         }
         Fnd_String op, right;

@@ -124,6 +124,8 @@ TEST_F(File_Reader, ConditionsAndDefines) {
         {"#define V abc\n#if V == abc\nyes\n#endif\n#if V != abc\nno\n#endif", "3:yes|"},
         {"#if $ZT_FR_ONE == 2 || ZT_FR_ONE == 1\nor\n#endif", "2:or|"},
         {"#if b < c\nless\n#endif\n#if b >= c\nno\n#endif", "2:less|"},
+        // An empty quoted name is a symbol with no value, not an index past its end.
+        {"#if \"\" == b || \"\" != b\nempty\n#endif", "2:empty|"},
         {"#ifdef NO\n#ifdef A\nx\n#else\ny\n#endif\nz\n#else\nouter\n#endif", "9:outer|"},
         {"#define D\n#ifdef D\n#undef D\n#endif\n#ifdef D\nno\n#endif\nend", "8:end|"},
         {"#define F x.cfg\n#define G $F+$H\n#if G == x.cfg+\nno\n#endif", ""},
