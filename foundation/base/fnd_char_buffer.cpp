@@ -140,6 +140,13 @@ void Fnd_Char_Buffer::Transfer(Fnd_Char_Buffer& Target) {
     Deallocator = nullptr;
 }
 
+void Fnd_Char_Buffer::Swap(Fnd_Char_Buffer& Other) noexcept {
+    std::swap(Data, Other.Data);
+    std::swap(Allocated, Other.Allocated);
+    std::swap(Size, Other.Size);
+    std::swap(Deallocator, Other.Deallocator);
+}
+
 Code_Unit* Fnd_Char_Buffer::Transfer() {
     Code_Unit* result = Data;
     if (result == Null_Buffer) result = new Code_Unit[1]{0};  // the caller may delete it

@@ -46,6 +46,8 @@ public:
 
     // Ownership.
     void Transfer(Fnd_Char_Buffer& Target);
+    // Exchanges the storage of two buffers; neither allocates.
+    void Swap(Fnd_Char_Buffer& Other) noexcept;
     // The data, owned by the caller from now on (array delete); the buffer is empty.
     Code_Unit* Transfer();
     void Alias(Code_Unit* Text, Fnd_Deallocator Release);

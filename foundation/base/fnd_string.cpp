@@ -325,6 +325,11 @@ void Fnd_String::Truncate(const long New_Length) {
 
 void Fnd_String::Expunge() { Buffer.Set_Size(Length); }
 
+void Fnd_String::Swap(Fnd_String& Other) noexcept {
+    Buffer.Swap(Other.Buffer);
+    std::swap(Length, Other.Length);
+}
+
 void Fnd_String::Transfer(Fnd_String& Target) {
     if (&Target == this) return;
     Buffer.Transfer(Target.Buffer);

@@ -171,6 +171,8 @@ public:
     // Drops the units behind Length.
     void Expunge();
     void Transfer(Fnd_String& Target);
+    // Exchanges the text of two strings without copying or allocating.
+    void Swap(Fnd_String& Other) noexcept;
     // The raw data, owned by the caller (array delete); this string is empty.
     Code_Unit* Transfer();
     void Alias(Code_Unit* Text, Fnd_Deallocator Release);

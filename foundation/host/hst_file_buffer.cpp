@@ -1,8 +1,8 @@
 #include "foundation/host/hst_file_buffer.h"
 
 #include <poll.h>
-#if defined(__SSE2__)
-#include <emmintrin.h>
+#if defined(__x86_64__)
+#include <immintrin.h>
 #endif
 #include <unistd.h>
 
@@ -31,31 +31,54 @@ bool Diagnosing(long Bit) {
            AdDiagnostic::IsEnabled(File_Buffer_Diagnostic, Bit, 1);
 }
 
-// Whether all Count bytes are below 0x80; sixteen at a time where the target has SSE2.
-bool Is_Ascii(const char* Bytes, long Count) {
+// Widens Count bytes into Out as if they were ASCII, in one pass; false when one of
+// them is not (Out then holds garbage for the caller to overwrite). Lines come by the
+// million, so this uses the widest vectors the processor has.
+bool Widen_Ascii_Portable(const char* Bytes, long Count, Code_Unit* Out) {
     long i = 0;
-#if defined(__SSE2__)
-    for (; i + 16 <= Count; i += 16)
-        if (_mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(Bytes + i))) != 0)
-            return false;
-#endif
-    for (; i < Count; ++i)
-        if (static_cast<unsigned char>(Bytes[i]) >= 0x80) return false;
-    return true;
-}
-
-// Widens Count ASCII bytes into Out.
-void Widen_Ascii(const char* Bytes, long Count, Code_Unit* Out) {
-    long i = 0;
-#if defined(__SSE2__)
+    unsigned high = 0;
+#if defined(__x86_64__)
     const __m128i zero = _mm_setzero_si128();
+    __m128i seen = zero;
     for (; i + 16 <= Count; i += 16) {
         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(Bytes + i));
+        seen = _mm_or_si128(seen, bytes);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(Out + i), _mm_unpacklo_epi8(bytes, zero));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(Out + i + 8), _mm_unpackhi_epi8(bytes, zero));
     }
+    high = static_cast<unsigned>(_mm_movemask_epi8(seen));
 #endif
-    for (; i < Count; ++i) Out[i] = static_cast<unsigned char>(Bytes[i]);
+    for (; i < Count; ++i) {
+        const unsigned char byte = static_cast<unsigned char>(Bytes[i]);
+        high |= byte & 0x80u;
+        Out[i] = byte;
+    }
+    return high == 0;
+}
+
+#if defined(__x86_64__)
+__attribute__((target("avx2"))) bool Widen_Ascii_Avx2(const char* Bytes, long Count, Code_Unit* Out) {
+    long i = 0;
+    __m256i seen = _mm256_setzero_si256();
+    for (; i + 32 <= Count; i += 32) {
+        const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(Bytes + i));
+        seen = _mm256_or_si256(seen, bytes);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(Out + i),
+                            _mm256_cvtepu8_epi16(_mm256_castsi256_si128(bytes)));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(Out + i + 16),
+                            _mm256_cvtepu8_epi16(_mm256_extracti128_si256(bytes, 1)));
+    }
+    const bool ascii = _mm256_movemask_epi8(seen) == 0;
+    return Widen_Ascii_Portable(Bytes + i, Count - i, Out + i) && ascii;
+}
+#endif
+
+bool Widen_Ascii(const char* Bytes, long Count, Code_Unit* Out) {
+#if defined(__x86_64__)
+    static const bool Have_Avx2 = __builtin_cpu_supports("avx2");
+    if (Have_Avx2) return Widen_Ascii_Avx2(Bytes, Count, Out);
+#endif
+    return Widen_Ascii_Portable(Bytes, Count, Out);
 }
 
 // Whether ASCII bytes stand for the same units in Charset.
@@ -65,16 +88,17 @@ bool Ascii_Compatible(const AdCharset& Charset) {
 }
 
 // The bytes of a line as text; false, leaving Line as it was, when they do not convert.
+// ASCII lines (most, by far) are widened into Scratch, which then changes places with
+// Line, so that neither allocates once both have grown to the longest line.
 bool Decode(const AdCharset& Charset, bool Ascii_Fast, const char* Bytes, long Count,
-            Fnd_String& Line) {
-    // Lines are read by the million and are mostly ASCII: those skip the converter.
-    if (Ascii_Fast && Is_Ascii(Bytes, Count)) {
-        Line.Make_Empty();
-        if (Count > 0) {
-            Line.Extend(Count);
-            Widen_Ascii(Bytes, Count, &Line[0]);
+            Fnd_String& Line, Fnd_String& Scratch) {
+    if (Ascii_Fast) {
+        Scratch.Make_Empty();
+        Scratch.Extend(Count);
+        if (Count == 0 || Widen_Ascii(Bytes, Count, &Scratch[0])) {
+            Line.Swap(Scratch);
+            return true;
         }
-        return true;
     }
     Fnd_String decoded;
     if (!AdMbcsString::cvtToTchar(Charset, Bytes, static_cast<int>(Count), decoded,
@@ -201,24 +225,31 @@ void Hst_File_Buffer::Take_Bytes(long Count) {
 
 Hst_File_Buffer::Read_Status Hst_File_Buffer::Get_Line(const AdCharset& Charset, Fnd_String& Line,
                                                        Fnd_Condition& Condition) {
-    // A buffered line needs no read (the common case, by far).
-    bool whole = Have_Line();
-    if (whole) {
-        Condition.Clear();
-    } else {
-        Read_Status status;
-        do {
-            status = Data_Status(true, Condition);
-        } while (status == Read_Partial);
-        if (status != Read_Ok) return status;
-        whole = Have_Line();
-    }
-    const long count = (whole ? Line_Scan : Data_End) - Data_Start;
     if (!(Charset == Decoded_Charset)) {
         Decoded_Charset = Charset;
         Ascii_Fast = Ascii_Compatible(Charset);
     }
-    (void)Decode(Charset, Ascii_Fast, Data_Start, count, Line);
+    // A buffered line needs no read (the common case, by far): its newline is looked for
+    // here rather than through Have_Line, which saves a call per line.
+    if (Line_Scan < Data_Start) Line_Scan = Data_Start;
+    if (Line_Scan < Data_End) {
+        if (const void* newline = std::memchr(Line_Scan, '\n', static_cast<size_t>(Data_End - Line_Scan))) {
+            Condition.Clear();
+            const long count = static_cast<const char*>(newline) - Data_Start;
+            (void)Decode(Charset, Ascii_Fast, Data_Start, count, Line, Widened);
+            Take_Bytes(count + 1);
+            return Read_Ok;
+        }
+        Line_Scan = Data_End;
+    }
+    Read_Status status;
+    do {
+        status = Data_Status(true, Condition);
+    } while (status == Read_Partial);
+    if (status != Read_Ok) return status;
+    const bool whole = Have_Line();
+    const long count = (whole ? Line_Scan : Data_End) - Data_Start;
+    (void)Decode(Charset, Ascii_Fast, Data_Start, count, Line, Widened);
     Take_Bytes(whole ? count + 1 : count);
     return Read_Ok;
 }

@@ -17,10 +17,10 @@
 #pragma once
 
 #include "foundation/base/fnd_object.h"
+#include "foundation/base/fnd_string.h"
 #include "ztcoreutil/adcharset.h"
 
 class Fnd_Condition;
-class Fnd_String;
 
 class Hst_File_Buffer : public virtual Fnd_Object {
     FND_OBJECT_MEMBERS(Hst_File_Buffer)
@@ -84,4 +84,5 @@ private:
     // The charset of the last Get_Line, and whether ASCII lines skip the converter.
     AdCharset Decoded_Charset;
     bool Ascii_Fast = false;
+    Fnd_String Widened;  // the storage an ASCII line is widened into
 };

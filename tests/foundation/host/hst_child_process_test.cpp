@@ -379,4 +379,33 @@ TEST(HstFileBuffer, LineScanAndStatuses) {
     EXPECT_EQ(Hst_File_Buffer::Block_Until_Is_Readable(none), -1);
 }
 
+// Lines of every length around the vector widths, each with its one non-ASCII character
+// (valid or not) at every place: the widening of ASCII and the converter must agree, and
+// a line that does not decode must leave the previous one untouched.
+TEST(HstFileBuffer, WideningAgreesWithTheConverterAtEveryLengthAndPlace) {
+    for (const bool valid : {true, false}) {
+        for (size_t length = 1; length <= 70; ++length) {
+            for (size_t at = 0; at < length; ++at) {
+                std::string ascii(length, 'x');
+                for (size_t i = 0; i < length; ++i) ascii[i] = static_cast<char>('a' + i % 26);
+                std::string mixed = ascii;
+                mixed.replace(at, 1, valid ? "\xc3\xa9" : "\xff");
+                std::u16string expected(ascii.begin(), ascii.end());
+                if (valid) expected[at] = u'\u00e9';
+                process_test::Test_Pipe pipe(O_NONBLOCK);
+                Hst_File_Buffer buffer(pipe.Read.Get(), 256);
+                const std::string both = ascii + "\n" + mixed + "\n";
+                ASSERT_EQ(::write(pipe.Write.Get(), both.data(), both.size()), static_cast<ssize_t>(both.size()));
+                Fnd_Condition cond;
+                Fnd_String line;
+                ASSERT_EQ(buffer.Get_Line(AdCharset::getUTF8Charset(), line, cond), Hst_File_Buffer::Read_Ok);
+                ASSERT_EQ(Narrow(line), ascii);
+                ASSERT_EQ(buffer.Get_Line(AdCharset::getUTF8Charset(), line, cond), Hst_File_Buffer::Read_Ok);
+                ASSERT_EQ(std::u16string(line.Data(), static_cast<size_t>(line.Get_Length())), expected)
+                    << length << " " << at;
+            }
+        }
+    }
+}
+
 }  // namespace
