@@ -59,6 +59,14 @@ bool Get_Info(const Fnd_String& Path, Hst_File_Info& Info) {
     return !condition.Failed();
 }
 
+// A traced test of what the file at Path is: false when there is no such file.
+template <class Test>
+long Test_File(const Code_Unit* Operation, const Fnd_String& Path, Test Is) {
+    Trace(Operation, Path);
+    Hst_File_Info info;
+    return Get_Info(Path, info) && Is(info);
+}
+
 // The lines of Text, as split at "\n".
 void Split_Lines(const Fnd_String& Text, std::vector<Fnd_String>& Lines) {
     long start = 0;
@@ -287,33 +295,23 @@ long Utl_Pathname::Exists(const Fnd_String& Path) {
 }
 
 long Utl_Pathname::Is_File(const Fnd_String& Path) {
-    Trace(u"Is_File", Path);
-    Hst_File_Info info;
-    return Get_Info(Path, info) && !info.Is_Directory();
+    return Test_File(u"Is_File", Path, [](const Hst_File_Info& info) { return !info.Is_Directory(); });
 }
 
 long Utl_Pathname::Is_Directory(const Fnd_String& Path) {
-    Trace(u"Is_Directory", Path);
-    Hst_File_Info info;
-    return Get_Info(Path, info) && info.Is_Directory();
+    return Test_File(u"Is_Directory", Path, [](const Hst_File_Info& info) { return info.Is_Directory(); });
 }
 
 long Utl_Pathname::Is_Executable(const Fnd_String& Path) {
-    Trace(u"Is_Executable", Path);
-    Hst_File_Info info;
-    return Get_Info(Path, info) && info.Is_Executable();
+    return Test_File(u"Is_Executable", Path, [](const Hst_File_Info& info) { return info.Is_Executable(); });
 }
 
 long Utl_Pathname::Is_Writable(const Fnd_String& Path) {
-    Trace(u"Is_Writable", Path);
-    Hst_File_Info info;
-    return Get_Info(Path, info) && info.Is_Writable();
+    return Test_File(u"Is_Writable", Path, [](const Hst_File_Info& info) { return info.Is_Writable(); });
 }
 
 long Utl_Pathname::Is_Readable(const Fnd_String& Path) {
-    Trace(u"Is_Readable", Path);
-    Hst_File_Info info;
-    return Get_Info(Path, info) && info.Is_Readable();
+    return Test_File(u"Is_Readable", Path, [](const Hst_File_Info& info) { return info.Is_Readable(); });
 }
 
 long Utl_Pathname::Is_Link(const Fnd_String& Path) {
