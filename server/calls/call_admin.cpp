@@ -108,31 +108,34 @@ int32_t Admin_Logon(Svr_Call& call)
     return 0;
 }
 
-// The request names the set of the session's own store; "" is the session's set.
-std::vector<std::string> Accessible(Svr_Call& call)
+// Whose databases in which set a session asks for: "" is the session's own.
+struct Access_Question {
+    std::string Set, Login;
+};
+
+Access_Question Question_Of(Svr_Call& call)
 {
     const Mdl_Session& session = *call.Object<Pl_Session>(0).Session;
-    const std::string set = call.Text(1).empty() ? session.Database().Set : call.Text(1);
-    const std::string login = call.Text(2).empty() ? session.Current_User().Login : call.Text(2);
-    if (login != session.Current_User().Login && !session.Current_User().Super_User)
+    Access_Question question{call.Text(1).empty() ? session.Database().Set : call.Text(1),
+                             call.Text(2).empty() ? session.Current_User().Login : call.Text(2)};
+    if (question.Login != session.Current_User().Login && !session.Current_User().Super_User)
         throw Mdl_Refusal("only a superuser asks for the databases of another user");
     const std::vector<std::string> sets = session.Database_Sets();
-    if (std::find(sets.begin(), sets.end(), set) == sets.end())
-        throw Mdl_Refusal("no database set \"" + set + "\"");
-    std::vector<std::string> names = Mdl_Accessible_Databases(*session.Database().Store, set, login);
-    if (!call.Text(3).empty())
-        std::erase_if(names, [&](const std::string& name) { return name != call.Text(3); });
-    return names;
+    if (std::find(sets.begin(), sets.end(), question.Set) == sets.end())
+        throw Mdl_Refusal("no database set \"" + question.Set + "\"");
+    return question;
 }
 
+// In-values: set, user, database name ("" for all); the Ex form adds a server and
+// whether test databases count, which change nothing here.
 int32_t Accessible_Databases(Svr_Call& call)
 {
     const std::shared_ptr<Mdl_Session> session = call.Object<Pl_Session>(0).Session;
-    const std::string set = call.Text(1).empty() ? session->Database().Set : call.Text(1);
-    const std::string login = call.Text(2).empty() ? session->Current_User().Login : call.Text(2);
+    const Access_Question question = Question_Of(call);
     std::vector<Database_Desc> descs;
-    for (const std::string& name : Accessible(call))
-        descs.push_back({name, set, login});
+    for (const std::string& name : Mdl_Accessible_Databases(*session->Database().Store, question.Set, question.Login))
+        if (call.Text(3).empty() || name == call.Text(3))
+            descs.push_back({name, question.Set, question.Login});
     return call.Result(std::make_shared<Pl_List<Database_Desc>>(session, std::move(descs)));
 }
 

@@ -207,13 +207,19 @@ void Mdl_Admin::Check_Superuser_Right(const char* what) const
         throw Mdl_Refusal(std::string("only a superuser ") + what);
 }
 
-std::vector<std::string> Mdl_Admin::Names(const std::string& sql, const std::string& key) const
+std::vector<std::string> Mdl_Admin::Names(const std::string& sql) const
 {
     Administrator();
     Sto_Statement& query = Store->Prepare(sql);
     query.Bind(1, Set);
-    if (!key.empty())
-        query.Bind(2, key);
+    return Column(query);
+}
+
+std::vector<std::string> Mdl_Admin::Names(const std::string& sql, const std::string& key) const
+{
+    Administrator();
+    Sto_Statement& query = Store->Prepare(sql);
+    query.Bind(1, Set).Bind(2, key);
     return Column(query);
 }
 
@@ -270,7 +276,7 @@ void Mdl_Admin::Set_Password(const std::string& login, const std::string& passwo
 {
     const std::string hash = Mdl_Hash_Password(password);  // slow: before the transaction
     Sto_Transaction transaction(*Store);
-    if (User(login).Super_User && login != Login)
+    if (User(login).Super_User)
         Check_Superuser_Right("changes a superuser's password");
     Store->Prepare("UPDATE zt_users SET password_hash = ? WHERE dbset = ? AND login = ?")
         .Bind(1, hash).Bind(2, Set).Bind(3, login)

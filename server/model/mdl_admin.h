@@ -101,7 +101,9 @@ private:
     void Check_Superuser_Right(const char* what) const;
     // Refused when taking login's superuser power would leave no active superuser.
     void Keep_A_Superuser(const std::string& login) const;
-    std::vector<std::string> Names(const std::string& sql, const std::string& key = "") const;
+    // The first column of sql's rows; its parameters are the set, then key.
+    std::vector<std::string> Names(const std::string& sql) const;
+    std::vector<std::string> Names(const std::string& sql, const std::string& key) const;
 
     Mdl_Server& Server;
     std::shared_ptr<Sto_Connection> Store;

@@ -159,6 +159,9 @@ TEST_F(Ztint_Admin_Test, TheLifeOfAUser)
     ZTSession* session = Logon("pat", "first");
     ASSERT_NE(session, nullptr) << Server_Error();
     EXPECT_EQ(Text(ZTSession_GetUserFullName, session), "Pat O'Hara");
+    ZTDatabaseDescs* others = nullptr;
+    EXPECT_EQ(Outcome(ZTSession_GetAccessibleDatabases(session, &others, "", "zentrak", "")),
+              "ZTSession_GetAccessibleDatabases: only a superuser asks for the databases of another user");
     ZTInt_Session_Free(session);
 
     // A new password: the old one is refused at once, though it was verified before.
@@ -416,6 +419,12 @@ TEST_F(Ztint_Admin_Test, ANewUserDatabaseIsCreatedAndLoggedOnTo)
     EXPECT_EQ(Text(ZTDatabaseDesc_GetDatabaseSetName, desc), "MASTER");
     ZTInt_DatabaseDesc_Free(desc);
     ZTInt_DatabaseDescs_Free(descs);
+    ASSERT_EQ(ZTSession_GetAccessibleDatabases(Session, &descs, "MASTER", "zentrak", "DEMO"), 0) << Server_Error();
+    EXPECT_EQ(ZTDatabaseDescs_Count(descs, &count), 0);
+    EXPECT_EQ(count, 1);
+    ZTInt_DatabaseDescs_Free(descs);
+    EXPECT_EQ(Outcome(ZTSession_GetAccessibleDatabases(Session, &descs, "NOSET", "", "")),
+              "ZTSession_GetAccessibleDatabases: no database set \"NOSET\"");
     EXPECT_EQ(Ztint_Take([&] { char** a = nullptr; ZTSession_GetInstalledDbSets(Session, &a); return a; }()),
               Strings{"MASTER"});
 
