@@ -62,12 +62,15 @@ Result Made(Call call)
     return Result(made);
 }
 
+// A failed call may still hand back an empty text: it is freed before the failure is thrown.
 template <class H>
 std::string Text(int32_t (*get)(H*, char**), H* handle)
 {
     char* text = nullptr;
-    Check(get(handle, &text));
-    return Take(text);
+    const int32_t status = get(handle, &text);
+    std::string result = Take(text);
+    Check(status);
+    return result;
 }
 
 template <class H>
@@ -544,8 +547,11 @@ int Zt_Admin_Commands::Options::Run_Db()
                   << "\n";
     } else if (Db_Create->parsed()) {
         char* made = nullptr;
-        Check(ZTAdminSession_InstallAddDbSetEx(admin.Session, &made, "", "", "", Name.c_str(), "", "", ""));
-        std::cout << Take(made) << "\n";
+        const int32_t status =
+            ZTAdminSession_InstallAddDbSetEx(admin.Session, &made, "", "", "", Name.c_str(), "", "", "");
+        const std::string name = Take(made);
+        Check(status);
+        std::cout << name << "\n";
         if (!Description.empty())
             Check(ZTDatabase_SetDescription(admin.Get_Database(Name).get(), Description.c_str()));
     }

@@ -69,6 +69,15 @@ protected:
     // "" when the call succeeded, else the server's text.
     static std::string Outcome(int32_t status) { return status == 0 ? "" : Server_Error(); }
 
+    // A new user database: its name, or "refused: " and the server's text.
+    static std::string Create_Database(ZTAdminSession* admin, const char* name)
+    {
+        char* made = nullptr;
+        const int32_t status = ZTAdminSession_InstallAddDbSetEx(admin, &made, "", "", "", name, "", "", "");
+        const std::string text = Ztint_Take(made);  // a refusal too may bring an empty text
+        return status == 0 ? text : "refused: " + Server_Error();
+    }
+
     template <class H>
     static std::string Text(int32_t (*get)(H*, char**), H* handle)
     {
@@ -246,7 +255,6 @@ TEST_F(Ztint_Admin_Test, OnlySuperusersAndUserMaintainersAdminister)
     EXPECT_EQ(Outcome(ZTAdminSession_CreateUser(maintainer, &made, "made")), "");
     ZTUser* root = nullptr;
     ASSERT_EQ(ZTAdminSession_GetUser(maintainer, &root, "zentrak"), 0);
-    char* none = nullptr;
     const struct {
         std::string Refusal, Expected;
     } refused[] = {
@@ -254,8 +262,7 @@ TEST_F(Ztint_Admin_Test, OnlySuperusersAndUserMaintainersAdminister)
          "ZTUser_SetSuperUser: only a superuser grants or takes the superuser privilege"},
         {Outcome(ZTUser_SetPassword(root, "mine")), "ZTUser_SetPassword: only a superuser changes a superuser's password"},
         {Outcome(ZTUser_SetEmail(root, "x@y")), "ZTUser_SetEmail: only a superuser changes a superuser"},
-        {Outcome(ZTAdminSession_InstallAddDbSetEx(maintainer, &none, "", "", "", "MINE", "", "", "")),
-         "ZTAdminSession_InstallAddDbSetEx: only a superuser creates databases"},
+        {Create_Database(maintainer, "MINE"), "refused: ZTAdminSession_InstallAddDbSetEx: only a superuser creates databases"},
         {Outcome(ZTUser_SetUserPrivilege(made, 99, 1)), "ZTUser_SetUserPrivilege: no privilege 99"},
     };
     for (const auto& c : refused)
@@ -381,9 +388,7 @@ TEST_F(Ztint_Admin_Test, EveryoneAndAllDatabasesReachEveryUser)
 
 TEST_F(Ztint_Admin_Test, ANewUserDatabaseIsCreatedAndLoggedOnTo)
 {
-    char* made = nullptr;
-    ASSERT_EQ(ZTAdminSession_InstallAddDbSetEx(Admin, &made, "", "", "", "NEWDB", "", "", ""), 0) << Server_Error();
-    EXPECT_EQ(Ztint_Take(made), "NEWDB");
+    ASSERT_EQ(Create_Database(Admin, "NEWDB"), "NEWDB");
     const struct {
         const char* Name;
         std::string Expected;
@@ -393,8 +398,7 @@ TEST_F(Ztint_Admin_Test, ANewUserDatabaseIsCreatedAndLoggedOnTo)
         {"", "database name \"\": a letter, then up to 15 letters, digits or underscores"},
     };
     for (const auto& c : refused)
-        EXPECT_EQ(Outcome(ZTAdminSession_InstallAddDbSetEx(Admin, &made, "", "", "", c.Name, "", "", "")),
-                  "ZTAdminSession_InstallAddDbSetEx: " + c.Expected);
+        EXPECT_EQ(Create_Database(Admin, c.Name), "refused: ZTAdminSession_InstallAddDbSetEx: " + c.Expected);
     EXPECT_EQ(Names([&] { ZTDatabases* d = nullptr; ZTAdminSession_GetDatabases(Admin, &d); return d; }()),
               (Strings{"DEMO", "NEWDB"}));
 
