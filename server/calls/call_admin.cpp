@@ -175,6 +175,8 @@ void Register_Admin_Session(Svr_Dispatcher& d)
     });
     d.Add(ZTInt_op_ZTAdminSession_Logon, Admin_Logon);
     d.Add(ZTInt_op_ZTAdminSession_GetUserLoginName, [](Svr_Call& c) { return c.Result(Admin(c).Login_Name()); });
+    d.Add(ZTInt_op_ZTAdminSession_ValidateUserCredentials,
+          [](Svr_Call& c) { return c.Result(Admin(c).Credentials_Problem(c.Text(1), c.Text(2))); });
     d.Add(ZTInt_op_ZTAdminSession_GetEveryoneGroupName, [](Svr_Call& c) {
         Admin(c);
         return c.Result(std::string(kMdl_Everyone));

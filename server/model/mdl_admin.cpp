@@ -352,6 +352,15 @@ std::vector<std::string> Mdl_Admin::Groups_Of(const std::string& login) const
     return Names("SELECT group_name FROM zt_group_members WHERE dbset = ? AND login = ? ORDER BY group_name", login);
 }
 
+std::string Mdl_Admin::Credentials_Problem(const std::string& login, const std::string& password) const
+{
+    Administrator();
+    const std::optional<Mdl_User> user = Mdl_Read_User(*Store, Set, login);
+    if (!user || !Mdl_Password_Matches(user->Password_Hash, password))
+        return "wrong user name or password";
+    return user->Active ? "" : "the user is inactive";
+}
+
 std::vector<std::string> Mdl_Admin::Accessible(const std::string& login) const
 {
     User(login);

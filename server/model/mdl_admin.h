@@ -57,6 +57,8 @@ public:
     bool Privilege(const std::string& login, ZTInt_Privilege privilege) const;
     void Set_Privilege(const std::string& login, ZTInt_Privilege privilege, bool granted);
     std::vector<std::string> Groups_Of(const std::string& login) const;
+    // "" when login is an active user whose password is password, else why not.
+    std::string Credentials_Problem(const std::string& login, const std::string& password) const;
     // Every user database login may log on to, however subscribed.
     std::vector<std::string> Accessible(const std::string& login) const;
 

@@ -178,6 +178,12 @@ TEST_F(Ztint_Admin_Test, TheLifeOfAUser)
     EXPECT_EQ(Logon_Refusal("pat", "first"), "ztintsvr: logon refused for user \"pat\": wrong user name or password");
     EXPECT_EQ(Logon_Refusal("pat", "second"), "");
 
+    for (const auto& [password, problem] : {std::pair{"second", ""}, std::pair{"first", "wrong user name or password"}}) {
+        char* answer = nullptr;
+        EXPECT_EQ(ZTAdminSession_ValidateUserCredentials(Admin, &answer, "pat", password), 0);
+        EXPECT_EQ(Ztint_Take(answer), problem) << password;
+    }
+
     EXPECT_EQ(Outcome(ZTUser_SetActive(pat, 0)), "");
     EXPECT_FALSE(Flag(ZTUser_GetActive, pat));
     EXPECT_EQ(Logon_Refusal("pat", "second"), "ztintsvr: logon refused for user \"pat\": the user is inactive");
