@@ -41,6 +41,22 @@ enum ZTInt_Action_Type {
     ZTInt_ACTION_NONE = 0          /* ZTEntity_GetActionType of a record not being edited */
 };
 
+/* What a user may do beyond working on records (ZTUser_GetUserPrivilege,
+ * ZTUser_SetUserPrivilege). Superusers and user maintainers administer users, groups
+ * and subscriptions; only a superuser grants or takes the superuser privilege and
+ * creates databases. */
+enum ZTInt_Privilege {
+    ZTInt_PRIV_SUPER_USER = 1,
+    ZTInt_PRIV_USER_MAINTAINER = 2,
+    ZTInt_PRIV_APP_BUILDER = 3  /* changes schemas */
+};
+
+/* The flags of ZTSession_GetAllUsers and ZTSession_GetAllGroups: without it, only
+ * active users and groups are listed. */
+enum ZTInt_List_Flags {
+    ZTInt_LIST_INCLUDE_INACTIVE = 1
+};
+
 /* The kind of a record type (ZTEntityDef_GetType, ZTEntity_GetType). */
 enum ZTInt_Entity_Kind {
     ZTInt_ENTITY_STATEFUL = 1,  /* has states and moves between them by actions */

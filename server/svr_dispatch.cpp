@@ -56,7 +56,7 @@ void Svr_Dispatcher::Add(ZTInt_opcode opcode, Handler handler)
 void Svr_Dispatcher::Add(ZTInt_opcode opcode, Call_Handler handler)
 {
     Handlers[opcode] = [this, handler](Svr_Request& request) {
-        Svr_Call call(request, Objects);
+        Svr_Call call(request, Objects, Model);
         return handler(call);
     };
 }

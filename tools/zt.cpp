@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/zt_admin.h"
 #include "ztint.h"
 #include "ztint_values.h"
 
@@ -359,12 +360,16 @@ int main(int argc, char** argv)
     duplicate->add_option("ID", id, "the duplicate's id")->required();
     duplicate->add_option("ORIGINAL", original, "the original's id")->required();
 
+    Zt_Admin_Commands admin(app);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         const int code = app.exit(error);
         return code == 0 ? 0 : 2;
     }
+    if (admin.Chosen())
+        return admin.Run();
     try {
         Tracker tracker;
         if (types->parsed()) {

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "server/calls/svr_call.h"
+#include "server/model/mdl_admin.h"
 #include "server/calls/svr_calls.h"
 #include "server/calls/svr_payloads.h"
 #include "ztint_opcodes.h"
@@ -187,7 +188,10 @@ void Svr_Register_Session_Calls(Svr_Dispatcher& d)
     d.Add(ZTInt_op_ZTDatabaseDesc_GetIsMaster,
           [](Svr_Call& c) { c.Object<Pl_Item<Database_Desc>>(0); return c.Result_Bool(false); });
     d.Add(ZTInt_op_ZTDatabaseDesc_GetDescription,
-          [](Svr_Call& c) { c.Object<Pl_Item<Database_Desc>>(0); return c.Result(std::string()); });
+          [](Svr_Call& c) {
+              const auto& desc = c.Object<Pl_Item<Database_Desc>>(0);
+              return c.Result(Mdl_Database_Description(*desc.Session->Database().Store, desc.Item.Set, desc.Item.Name));
+          });
 
     d.Add(ZTInt_op_ZTSession_HasValue,
           [](Svr_Call& c) { return c.Result_Bool(Session(c).Name_Values.count(c.Text(1)) != 0); });

@@ -14,22 +14,33 @@
 
 class Svr_Call {
 public:
-    Svr_Call(Svr_Request& request, Svr_Objects& objects) : Request(request), Objects(objects) {}
+    Svr_Call(Svr_Request& request, Svr_Objects& objects, Mdl_Server& model)
+        : Request(request), Objects(objects), Server(model)
+    {
+    }
+
+    // The tracking model, for the calls that log on.
+    Mdl_Server& Model() const { return Server; }
 
     // The payload of the object named by in-value index (0 is the call's own handle);
     // refused when the handle names no object of this client or one of another kind.
     template <class Payload>
     std::shared_ptr<Payload> Shared_Object(int index) const
     {
+        auto payload = std::dynamic_pointer_cast<Payload>(Any_Object(index).Payload);
+        if (payload == nullptr)
+            throw Mdl_Refusal("the object was not made for this call");
+        return payload;
+    }
+    // The object named by in-value index, whatever it stands for.
+    const Svr_Objects::Object& Any_Object(int index) const
+    {
         const Svr_Objects::Object* object = Objects.Find(Request.In.Object(index), Request.Client.Number);
         if (object == nullptr)
             throw Mdl_Refusal(index == 0 ? "the handle names no object of this client"
                                          : "parameter " + std::to_string(index) +
                                                " names no object of this client");
-        auto payload = std::dynamic_pointer_cast<Payload>(object->Payload);
-        if (payload == nullptr)
-            throw Mdl_Refusal("the object was not made for this call");
-        return payload;
+        return *object;
     }
     template <class Payload>
     Payload& Object(int index) const
@@ -75,4 +86,5 @@ public:
 private:
     Svr_Request& Request;
     Svr_Objects& Objects;
+    Mdl_Server& Server;
 };

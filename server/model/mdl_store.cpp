@@ -5,6 +5,7 @@
 
 #include <set>
 
+#include "server/model/mdl_admin.h"
 #include "server/model/mdl_session.h"
 #include "server/store/sto_location.h"
 
@@ -126,6 +127,7 @@ bool Mdl_Verified_Passwords::Matches(const std::string& who, const std::string& 
 void Mdl_Create_Tables(Sto_Connection& store)
 {
     store.Execute_Script(kTables);
+    Mdl_Create_Admin_Tables(store);
 }
 
 std::optional<Mdl_User> Mdl_Read_User(Sto_Connection& store, const std::string& set,
@@ -191,6 +193,7 @@ bool Mdl_Server::Seed_Set(Sto_Connection& store, const std::string& set, std::st
     if (Set_Exists(store, set))
         return true;  // another server seeded it meanwhile
     store.Prepare("INSERT INTO zt_dbsets(name) VALUES(?)").Bind(1, set).Run();
+    store.Prepare("INSERT INTO zt_groups(dbset, name) VALUES(?, ?)").Bind(1, set).Bind(2, kMdl_Everyone).Run();
     std::set<std::string> users, databases;
     for (const Svr_Users::Entry* entry : entries) {
         if (users.insert(entry->User).second)
@@ -235,7 +238,8 @@ void Mdl_Server::Finish_Request()
         store->Finish_Reads();
 }
 
-std::shared_ptr<Mdl_Session> Mdl_Server::Logon(const Mdl_Logon& logon, std::string& refusal)
+std::shared_ptr<Sto_Connection> Mdl_Server::Authenticate(const Mdl_Logon& logon, Mdl_User& user,
+                                                         std::string& refusal)
 {
     if (logon.User.empty()) {
         refusal = "ztintsvr: logon refused: no user name given";
@@ -243,31 +247,45 @@ std::shared_ptr<Mdl_Session> Mdl_Server::Logon(const Mdl_Logon& logon, std::stri
     }
     Finish_Request();  // read what others have written since
     std::string error;
-    const std::shared_ptr<Sto_Connection> store = Store_Of(logon.Set, error);
+    std::shared_ptr<Sto_Connection> store = Store_Of(logon.Set, error);
     if (store == nullptr || (!Set_Exists(*store, logon.Set) && !Seed_Set(*store, logon.Set, error))) {
         // A set name that cannot name a file is no set either.
         refusal = error.empty() || error.rfind("ztintsvr: no database set", 0) == 0 ? No_Database(logon)
                                                                                      : error;
         return nullptr;
     }
-    const std::optional<Mdl_User> user = Mdl_Read_User(*store, logon.Set, logon.User);
-    if (!user || !Passwords.Matches(logon.Set + "\n" + logon.User, user->Password_Hash, logon.Password)) {
+    const std::optional<Mdl_User> found = Mdl_Read_User(*store, logon.Set, logon.User);
+    if (!found || !Passwords.Matches(logon.Set + "\n" + logon.User, found->Password_Hash, logon.Password)) {
         refusal = Refused(logon, "wrong user name or password");
         return nullptr;
     }
-    if (!user->Active) {
+    if (!found->Active) {
         refusal = Refused(logon, "the user is inactive");
         return nullptr;
     }
-    Sto_Statement& subscribed = store->Prepare(
-        "SELECT 1 FROM zt_subscriptions WHERE dbset = ? AND login = ? AND database = ?");
-    subscribed.Bind(1, logon.Set).Bind(2, logon.User).Bind(3, logon.Database);
-    const bool is_subscribed = subscribed.Next();
-    const std::shared_ptr<const Mdl_Database> database =
-        is_subscribed ? Database(store, logon.Set, logon.Database) : nullptr;
+    user = *found;
+    return store;
+}
+
+void Mdl_Server::Forget_Password(const std::string& set, const std::string& login)
+{
+    Passwords.Forget(set + "\n" + login);
+}
+
+std::shared_ptr<Mdl_Session> Mdl_Server::Logon(const Mdl_Logon& logon, std::string& refusal)
+{
+    Mdl_User user;
+    const std::shared_ptr<Sto_Connection> store = Authenticate(logon, user, refusal);
+    if (store == nullptr)
+        return nullptr;
+    const std::shared_ptr<const Mdl_Database> database = Database(store, logon.Set, logon.Database);
     if (database == nullptr) {
         refusal = No_Database(logon);
         return nullptr;
     }
-    return std::make_shared<Mdl_Session>(database, *user);
+    if (!Mdl_May_Use(*store, logon.Set, logon.User, logon.Database)) {
+        refusal = Refused(logon, "not subscribed to database \"" + logon.Database + "\"");
+        return nullptr;
+    }
+    return std::make_shared<Mdl_Session>(database, user);
 }

@@ -37,6 +37,7 @@ struct Mdl_Logon {
 };
 
 class Mdl_Session;
+class Mdl_Admin;
 
 // The passwords this process has verified, each kept as a digest under a random key of
 // the process (keyed BLAKE2b), never as text: a client that logs on and off in a loop
@@ -46,6 +47,8 @@ class Mdl_Verified_Passwords {
 public:
     Mdl_Verified_Passwords();
     [[nodiscard]] bool Matches(const std::string& who, const std::string& hash, const std::string& password);
+    // Drops who's entry: a changed password is checked the slow way again.
+    void Forget(const std::string& who) { Verified.erase(who); }
 
 private:
     std::string Digest(const std::string& password) const;
@@ -60,10 +63,19 @@ public:
 
     // A session for the logon, or NULL with the refusal text in refusal.
     [[nodiscard]] std::shared_ptr<Mdl_Session> Logon(const Mdl_Logon& logon, std::string& refusal);
+    // An administrator's logon to a database set (logon.Database is not used): superusers
+    // and user maintainers only. NULL with the refusal text in refusal.
+    [[nodiscard]] std::shared_ptr<Mdl_Admin> Admin_Logon(const Mdl_Logon& logon, std::string& refusal);
+    // A user's password changed: the verified one is forgotten.
+    void Forget_Password(const std::string& set, const std::string& login);
+    const std::string& Schema_Path() const { return Options.Schema_Path; }
     // The end of a request: every store lets go of what it read.
     void Finish_Request();
 
 private:
+    // The store of the logon's set once its user and password hold, with the user;
+    // NULL with the refusal text otherwise.
+    std::shared_ptr<Sto_Connection> Authenticate(const Mdl_Logon& logon, Mdl_User& user, std::string& refusal);
     std::shared_ptr<Sto_Connection> Store_Of(const std::string& set, std::string& error);
     bool Seed_Names(const std::string& set) const;
     bool Set_Exists(Sto_Connection& store, const std::string& set);

@@ -131,7 +131,10 @@ TEST_F(Svr_Dispatch_Test, UnsupportedCallsGetAWellFormedRefusalAndTheirText)
     std::string last;
     for (int32_t i = 0; i < ZTInt_Call_Table_Size; ++i) {
         const ZTInt_call_entry& entry = ZTInt_Call_Table[i];
-        if (entry.Kind != ZTInt_call_Row || std::string(entry.Name).rfind("ZTZentrak_", 0) == 0)
+        // A Build takes no handle and makes an object without one.
+        const std::string name = entry.Name;
+        if (entry.Kind != ZTInt_call_Row || name.rfind("ZTZentrak_", 0) == 0 ||
+            name.ends_with("_Build"))
             continue;
         Svr_Values nil_in(entry.Types_In, entry.In_Count);
         out = Call_Raw(entry.Opcode, entry.In_Count, entry.Types_In, nil_in.Pointers(), entry);
