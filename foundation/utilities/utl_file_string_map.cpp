@@ -29,7 +29,15 @@ bool Ends_With(const Fnd_String& Text, Code_Unit Unit) {
     return !Text.Is_Empty() && Text[Text.Get_Length() - 1] == Unit;
 }
 
-bool Has_Newline(const Fnd_String& Text) { return Text.Find(u'\n') >= 0; }
+// The index of Unit at or behind From; -1 if there is none. Unlike Fnd_String::Find
+// this looks at the whole length: a value may hold zero characters.
+long Index_Of(const Fnd_String& Text, Code_Unit Unit, long From = 0) {
+    for (long i = std::max(From, 0L); i < Text.Get_Length(); ++i)
+        if (Text[i] == Unit) return i;
+    return -1;
+}
+
+bool Has_Newline(const Fnd_String& Text) { return Index_Of(Text, u'\n') >= 0; }
 
 // A value line that reads as the closing line "<name>}" or as a protected one
 // ("<name>}...}") gets one more "}" on writing; reading takes it away.
@@ -46,7 +54,7 @@ void Append_Multi_Line(Fnd_String& Text, const Fnd_String& Name, const Fnd_Strin
     Text.Append(u":\n");
     long start = 0;
     while (start < Value.Get_Length()) {
-        long end = Value.Find(u"\n", static_cast<int>(start));
+        long end = Index_Of(Value, u'\n', start);
         if (end < 0) end = Value.Get_Length();
         const Fnd_String line = Value.Get(start, end - start);
         Text.Append(line);
@@ -158,14 +166,14 @@ void Utl_File_String_Map::Read_Fields(Fnd_Condition& Condition, long Reader_Opti
         const bool multi = !quoted && token[0] == Begin_Prefix;
         Fnd_String name = multi ? token.Get(1, token.Get_Length() - 1) : token;
         long value_start = -1;
-        const long colon = quoted ? -1 : name.Find(u':');
+        const long colon = quoted ? -1 : Index_Of(name, u':');
         if (colon >= 0) {
             // "name:" or "name:value" in one word.
             value_start = reader.Get_Token_Start() + (multi ? 1 : 0) + colon + 1;
             name = name.Get(0, colon);
         } else {
             // "name   : value": the colon later on the line.
-            const long later = line.Find(u":", static_cast<int>(reader.Get_Position() + 1));
+            const long later = Index_Of(line, u':', reader.Get_Position() + 1);
             if (later >= 0) value_start = later + 1;
         }
         if (value_start < 0 || name.Is_Empty()) {

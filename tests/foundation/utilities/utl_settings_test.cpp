@@ -194,6 +194,23 @@ TEST_F(Settings_Files, SaveWritesSortedFieldsAndReadsThemBackEqual) {
     EXPECT_EQ(back.Get_Count(), 6);
 }
 
+// A zero character inside a value doesn't hide the newlines behind it.
+TEST_F(Settings_Files, AValueWithAZeroCharacterKeepsItsLines) {
+    const std::string path = Dir + "/zero.cfg";
+    const char16_t units[] = {u'a', 0, u'b', u'\n', u'c'};
+    Utl_File_String_Map map;
+    map.Bind(u"k", Fnd_String(units, 5));
+    Fnd_Condition condition;
+    map.Save(condition, Wide(path));
+    ASSERT_FALSE(condition.Failed()) << Text_Of(condition);
+    EXPECT_EQ(Contents(path), std::string("{k:\na\0b\nc\nk}\n", 13));
+    Utl_File_String_Map back;
+    back.Read(condition, Wide(path));
+    Fnd_String value;
+    ASSERT_TRUE(back.Get_Range(u"k", value));
+    EXPECT_EQ(value, Fnd_String(units, 5));
+}
+
 TEST_F(Settings_Files, SaveOnlySelectedFieldsKeepsTheFilesValuesOfThem) {
     const std::string path = Write("sel.cfg", "keep: from file\nother: old\n");
     Utl_String_Map values(Utl_Range_String);
