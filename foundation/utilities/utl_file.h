@@ -35,7 +35,8 @@ struct Utl_Replace_Options {
 
 class Utl_File {
 public:
-    enum Open_Mode { Read_Mode = 0, Write_Mode = 1, Read_Write_Mode = 2, Closed_Mode = 3 };
+    // A fixed underlying type: a mode passed in from outside may be any number.
+    enum Open_Mode : int { Read_Mode = 0, Write_Mode = 1, Read_Write_Mode = 2, Closed_Mode = 3 };
 
     Utl_File() = default;
     explicit Utl_File(const Fnd_String& Name) : Name(Name) {}

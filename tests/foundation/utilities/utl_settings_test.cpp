@@ -19,6 +19,7 @@
 
 #include "foundation/base/fnd_condition.h"
 #include "foundation/host/hst_switches.h"
+#include "foundation/utilities/utl_file_reader.h"
 #include "foundation/utilities/utl_file_string_map.h"
 #include "tests/foundation/base/message_test_support.h"
 #include "tests/support/ztint_captured_fd.h"
@@ -119,6 +120,33 @@ TEST_F(Settings_Files, BadLinesGoToTheLogAndUnclosedFieldsFail) {
     EXPECT_EQ(Read("{: x\n:\n", &failure, &log), "");
     EXPECT_EQ(failure, "");
     EXPECT_NE(log.find("line 2: no field name before :"), std::string::npos) << log;
+}
+
+// Read with includes on, a cycle or a chain too deep ends in the reader's error.
+TEST_F(Settings_Files, IncludesEndAtACycleAndAtTheDepthLimit) {
+    const std::string self = Dir + "/self.cfg";
+    Write("self.cfg", "a: 1\n#include " + self + "\nb: 2\n");
+    for (int i = 0; i < 40; ++i)
+        Write("chain" + std::to_string(i) + ".cfg",
+              "f" + std::to_string(i) + ": x\n#include " + Dir + "/chain" + std::to_string(i + 1) + ".cfg\n");
+    struct Row { std::string file; const char* log; long fields; };
+    const Row rows[] = {
+        {self, "Recursive include of", 2},
+        {Dir + "/chain0.cfg", "Include nesting too deep", Utl_File_Reader::Max_Include_Depth},
+    };
+    for (const Row& row : rows) {
+        Utl_File_String_Map map;
+        Fnd_Condition condition;
+        std::string log;
+        {
+            ZTInt_Captured_Fd out(1);
+            map.Read(condition, Utl_Read_Include | Utl_Read_Comments, Wide(row.file));
+            log = out.Bytes();
+        }
+        EXPECT_FALSE(condition.Failed()) << Text_Of(condition);
+        EXPECT_NE(log.find(row.log), std::string::npos) << log;
+        EXPECT_EQ(map.Get_Count(), row.fields) << row.file;
+    }
 }
 
 TEST_F(Settings_Files, BadFilesFailClearlyOrReadAsText) {
