@@ -18,6 +18,7 @@
 #include "ztcoreutil/mxmsgexception.h"
 #include "ztcoreutil/tchar.h"
 #include "ztint_client/ztint_client.h"
+#include "ztint_client/ztint_logon.h"
 #include "ztint_string.h"
 #include "ztint_utils/ztint_connect.h"
 #include "ztint_utils/ztint_text.h"
@@ -299,11 +300,11 @@ void ZTInt_Forget_Settings_Paths()
 void Setup_For_Cache_Access(const char* Client_Id, ZTInt_LONG& Flags, Fnd_String& Settings_Path,
                             Fnd_String& Cache_Path)
 {
-    if ((Flags & 2) == 0) {
+    if ((Flags & ZTInt_Logon_No_Settings) == 0) {
         Fnd_String dbset;
         if (!Get_Settings_Paths(Client_Id, Settings_Path, dbset))
-            Flags |= 2;
-        if ((Flags & (2 | ZTInt_Logon_Temporary_Cache)) == 0) {
+            Flags |= ZTInt_Logon_No_Settings;
+        if ((Flags & (ZTInt_Logon_No_Settings | ZTInt_Logon_Temporary_Cache)) == 0) {
             Cache_Path = Settings_Path;
             return;
         }

@@ -1,7 +1,7 @@
 // The settings stage of a logon against the real server: values from the login
 // settings file below the test's own home, the exact calls that takes, a plain
 // password turned into its stored form, the temporary cache file of flag bit 16, and
-// files that are wrong, broken or not to be trusted.
+// files that are wrong, broken or not to be trusted; and the file's name by client.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -229,21 +229,6 @@ TEST_F(Ztint_Logon_Settings_Test, ABrokenFileLeavesTheServersOwnRefusal)
     EXPECT_EQ(Count_Calls(kLogon), 1);
     EXPECT_EQ(Server_Error(), "ztintsvr: logon refused: no user name given");
     EXPECT_NE(Diagnostic_Text().find("error: the multi-line field user of " + Settings_File), std::string::npos);
-}
-
-TEST_F(Ztint_Logon_Settings_Test, TheClientIdOrZtClientidNamesTheFile)
-{
-    setenv("ZT_CLIENTID", "fromenv", 1);
-    Write_Settings("user: zentrak\npassword: zentrak\ndatabase: DEMO\nmaster: MASTER\n", Settings_Dir + "/Login-abc");
-    ASSERT_EQ(Logon(0, "abc"), 0) << Server_Error();
-    EXPECT_EQ(ZTInt_Session_Free(Session), 0);
-
-    Session = nullptr;
-    EXPECT_EQ(Logon(), -1) << "Login-fromenv does not exist";
-    Write_Settings("user: zentrak\nepassword: " + Stored(u"zentrak") + "\ndatabase: DEMO\nmaster: MASTER\n",
-                   Settings_Dir + "/Login-fromenv");
-    ASSERT_EQ(Logon(), 0) << Server_Error();
-    EXPECT_EQ(ZTInt_Session_Free(Session), 0);
 }
 
 TEST(Ztint_Logon_Client_Path, NamesTheFileAfterTheClient)
