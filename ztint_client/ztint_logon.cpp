@@ -1,10 +1,14 @@
 #include "ztint_client/ztint_logon.h"
 
+#include <unistd.h>
+
 #include "foundation/base/fnd_string.h"
 #include "ztcoreutil/adcharset.h"
 #include "ztcoreutil/admbcsstring.h"
 #include "ztcoreutil/tchar.h"
+#include "ztint_client/ztint_logon_settings.h"
 #include "ztint_string.h"
+#include "ztint_utils/ztint_text.h"
 
 namespace {
 
@@ -98,6 +102,19 @@ void Get_Logon_Params_From_Environment(char** value, const char16_t* name, char*
     *value_2 = found_2 != nullptr ? found_2 : ZTInt_String_New("");
 }
 
+namespace {
+
+// Removes the file of the temporary cache path; a file that isn't there is no failure.
+void Remove_Cache_File(const Fnd_String& cache_path)
+{
+    char* path = ZTInt_Narrow(cache_path);
+    if (path != nullptr && *path != '\0')
+        unlink(path);
+    ZTInt_String_Free(path);
+}
+
+}  // namespace
+
 int ZTInt_client_SessionLogon(int32_t* status, ZTZentrak* zentrak, ZTSession** session,
                               const char* client_id, const char* user, const char* password,
                               const char* database, const char* master, ZTInt_LONG flags)
@@ -105,21 +122,39 @@ int ZTInt_client_SessionLogon(int32_t* status, ZTZentrak* zentrak, ZTSession** s
     if ((flags & ZTInt_Logon_Direct_Flags) == ZTInt_Logon_Direct_Flags)
         return 0;
     Logon_Values values(client_id, user, password, database, master);
+    Fnd_String cache_path;
+    const auto finish = [&] {
+        if ((flags & ZTInt_Logon_Temporary_Cache) != 0)
+            Remove_Cache_File(cache_path);
+        return 1;
+    };
     bool tried = false;
     if (values.Complete()) {
         tried = true;
         if (Try(status, zentrak, session, values, flags))
-            return 1;
+            return finish();
     }
     if ((flags & ZTInt_Logon_No_Environment) == 0) {
         values.Complete_From_Environment();
         if (values.Complete()) {
             tried = true;
             if (Try(status, zentrak, session, values, flags))
-                return 1;
+                return finish();
+        }
+    }
+    Fnd_String settings_path;
+    Setup_For_Cache_Access(values.Client_Id, flags, settings_path, cache_path);
+    if ((flags & ZTInt_Logon_No_Settings) == 0) {
+        long found = 0;
+        Get_Logon_Params_From_Settings(settings_path, 0, &found, &values.User, &values.Password,
+                                       &values.Database, &values.Master);
+        if (found != 0 && values.Complete()) {
+            tried = true;
+            if (Try(status, zentrak, session, values, flags))
+                return finish();
         }
     }
     if (!tried)
         Try(status, zentrak, session, values, flags);
-    return 1;
+    return finish();
 }

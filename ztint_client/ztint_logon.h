@@ -5,10 +5,11 @@
 // A logon needs a user, a password, a database and a database set (master); a program
 // may leave any of them empty. The client then tries, in order: the values as given
 // (if user, database and master are all there), the values completed from the
-// environment (ZT_USER with ZT_PASSWORD, ZT_DATABASE, ZT_MASTER), and, if no try has
+// environment (ZT_USER with ZT_PASSWORD, ZT_DATABASE, ZT_MASTER), the values completed
+// from the per-user login settings file (ztint_logon_settings.h), and, if no try has
 // been made, one last try with whatever there is, so that the server answers with its
-// own refusal. The per-user settings file is not read yet: that stage is skipped as
-// if flag bit 2 were set.
+// own refusal. Flag bit 2 skips the settings file, bit 8 the environment; with bit 16
+// the file of the temporary cache path is removed at the end, whatever the outcome.
 #pragma once
 
 #include <cstdint>

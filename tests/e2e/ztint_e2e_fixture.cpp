@@ -62,8 +62,13 @@ void Ztint_E2E::SetUp()
     Store = Dir + "/store.db";
     setenv("ZT_SERVER_STORE", Store.c_str(), 1);
     for (const char* name : {"ZT_USER", "ZT_PASSWORD", "ZT_DATABASE", "ZT_MASTER", "ZT_MESSAGES",
-                             "ZT_SERVER_USERS", "ZT_SERVER_MAX_CLIENTS"})
+                             "ZT_SERVER_USERS", "ZT_SERVER_MAX_CLIENTS", "ZT_CLIENTID",
+                             "ZT_MORVANE_DIR"})
         unsetenv(name);
+    // A home of the test's own: the logon reads its settings below it.
+    UserHome = Dir + "/user";
+    fs::create_directories(UserHome);
+    setenv("HOME", UserHome.c_str(), 1);
     Hst_Switches::Clear_Cache();
     ZTInt_Test_Pin_Locale();
 }

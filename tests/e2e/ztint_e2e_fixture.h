@@ -3,7 +3,8 @@
 // test's, and whose linux_x86_64/messages are the built catalogs, found there
 // without ZT_MESSAGES), its own ZTT_USER and so its own pipe and server, and a trace
 // file the server writes its calls into, and its own tracking store (ZT_SERVER_STORE).
-// Every server the test started is stopped at the end.
+// HOME is a directory of the test's own too. Every server the test started is stopped
+// at the end.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -35,6 +36,7 @@ protected:
     std::string Trace;  // the server's trace file
     std::string Pipe;   // the server's pipe
     std::string Store;  // the server's tracking store (ZT_SERVER_STORE)
+    std::string UserHome;  // the value of HOME, below Dir
 };
 
 // The nth field (from 0) of a trace line, blank-separated.
