@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/zt_query.h"
 #include "ztint.h"
 #include "ztint_values.h"
 
@@ -359,6 +360,9 @@ int main(int argc, char** argv)
     duplicate->add_option("ID", id, "the duplicate's id")->required();
     duplicate->add_option("ORIGINAL", original, "the original's id")->required();
 
+    Zt_Query_Commands query_commands;
+    Zt_Add_Query_Commands(app, query_commands);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -367,6 +371,8 @@ int main(int argc, char** argv)
     }
     try {
         Tracker tracker;
+        if (const int status = Zt_Run_Query(tracker.Session, query_commands); status >= 0)
+            return status;
         if (types->parsed()) {
             for (const std::string& each : tracker.Types()) {
                 ZTInt_LONG kind = 0;
