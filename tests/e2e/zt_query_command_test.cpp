@@ -135,4 +135,17 @@ TEST_F(Zt_Query_Command_Test, ConditionsLimitsAndRefusals)
     }
 }
 
+TEST_F(Zt_Query_Command_Test, ASavedQueryRunsAgainByName)
+{
+    const Outcome saved = Zt({"save-query", "Minor or major", "Defect", "--columns", "id,Severity", "--where",
+                              "Severity in 2-Major,4-Minor", "--sort", "-Severity"});
+    ASSERT_EQ(saved.Exit, 0) << saved.Err;
+    EXPECT_EQ(saved.Out, "Personal Queries/Minor or major\n");
+    const Outcome run = Zt({"query", "--saved", "Minor or major", "--format", "csv"});
+    EXPECT_EQ(run.Exit, 0) << run.Err;
+    EXPECT_EQ(run.Out, "id,Severity\r\nDEMO00000003,4-Minor\r\nDEMO00000001,2-Major\r\n");
+    EXPECT_EQ(Zt({"query", "--saved", "Nothing"}).Err, "ZTSession_OpenQueryDef: no saved query \"Personal Queries/Nothing\"\n");
+    EXPECT_EQ(Zt({"query", "Defect", "--saved", "Minor or major"}).Exit, 2);
+}
+
 }  // namespace
