@@ -34,6 +34,8 @@ Mdl_Result_Set::Mdl_Result_Set(std::shared_ptr<Mdl_Session> session, const Mdl_Q
         }
         for (int i = 0; i < checked->Column_Count(); ++i)
             Columns.push_back({checked->Column_Name(i), ZTInt_FIELD_SHORT_STRING});
+        checked.reset();
+        Store_Reader.reset();  // opened again by Execute
         return;
     }
     const Mdl_Query_Paths paths(Owner->Schema());
@@ -78,9 +80,12 @@ void Mdl_Result_Set::Open_Cursor()
             Cursor->Bind(index++, value.Text);
 }
 
+// At the end of the rows the reader goes too: a client's result sets that are done hold
+// no store connection (nor its descriptors and page cache) until they are executed again.
 void Mdl_Result_Set::Close_Cursor()
 {
     Cursor.reset();
+    Store_Reader.reset();
     On_Row = false;
     Current.clear();
 }

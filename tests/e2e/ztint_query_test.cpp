@@ -1,6 +1,8 @@
 // Queries and result sets through the public C interface against the real server: each
 // operator, and/or trees, reference paths, sort, limits, counts, parameters, and the
 // refusals of bad paths, operators and values.
+#include <filesystem>
+
 #include "tests/e2e/ztint_query_support.h"
 
 namespace {
@@ -302,6 +304,41 @@ TEST_F(Ztint_Query_Test, AnOpenCursorDoesNotHoldBackWrites)
     EXPECT_EQ(Rows(set, false).size(), 3u);  // the rest of the snapshot taken at Execute
     EXPECT_EQ(Rows(set).size(), 5u);
     ZTInt_ResultSet_Free(set);
+    ZTInt_QueryDef_Free(query);
+}
+
+// A result set holds a store connection only while its cursor is open: result sets that
+// a client keeps after walking them cost the server no descriptors.
+TEST_F(Ztint_Query_Test, FinishedResultSetsHoldNoStoreConnection)
+{
+    const std::vector<int> pids = Server_Pids();
+    ASSERT_EQ(pids.size(), 1u);
+    const auto descriptors = [&] {
+        int count = 0;
+        for ([[maybe_unused]] const auto& entry :
+             std::filesystem::directory_iterator("/proc/" + std::to_string(pids[0]) + "/fd"))
+            ++count;
+        return count;
+    };
+    ZTQueryDef* query = Build({"Headline"});
+    std::vector<ZTResultSet*> sets(40, nullptr);
+    ASSERT_EQ(ZTSession_BuildResultSet(Session, &sets[0], query), 0);
+    EXPECT_EQ(Rows(sets[0]).size(), 4u);
+    const int before = descriptors();
+    for (std::size_t i = 1; i < sets.size(); ++i) {
+        ASSERT_EQ(i % 2 == 0 ? ZTSession_BuildResultSet(Session, &sets[i], query)
+                             : ZTSession_BuildSQLQuery(Session, &sets[i], "SELECT id FROM Defect"),
+                  0);
+        EXPECT_EQ(Rows(sets[i]).size(), 4u);
+    }
+    EXPECT_EQ(descriptors(), before);
+    ZTInt_LONG status = 0;
+    ASSERT_EQ(ZTResultSet_Execute(sets[1]), 0);  // an open cursor has its connection
+    ASSERT_EQ(ZTResultSet_MoveNext(sets[1], &status), 0);
+    EXPECT_GT(descriptors(), before);
+    for (ZTResultSet* set : sets)
+        ZTInt_ResultSet_Free(set);
+    EXPECT_EQ(descriptors(), before);
     ZTInt_QueryDef_Free(query);
 }
 
