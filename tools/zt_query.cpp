@@ -334,11 +334,7 @@ private:
 class Progress {
 public:
     Progress() : Shown(isatty(STDOUT_FILENO) != 0 && isatty(STDERR_FILENO) != 0) {}
-    ~Progress()
-    {
-        if (Drawn)
-            std::cerr << "\r\033[K" << std::flush;
-    }
+    ~Progress() { Clear(); }
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
@@ -350,6 +346,14 @@ public:
             return;
         std::cerr << "\r" << rows << " rows" << std::flush;
         Drawn = true;
+    }
+
+    // Takes the line away again, before the output takes its place.
+    void Clear()
+    {
+        if (Drawn)
+            std::cerr << "\r\033[K" << std::flush;
+        Drawn = false;
     }
 
 private:
@@ -388,6 +392,7 @@ void Print(ZTResultSet* set, const std::string& format, int limit)
             printer.Row(Take(values));
         progress.Row(count);
     }
+    progress.Clear();
     for (auto& row : rows)
         printer.Row(std::move(row));
     printer.Finish();
