@@ -1,6 +1,7 @@
 #include "server/model/mdl_result_set.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace {
 
@@ -12,6 +13,17 @@ std::string Cut(const std::string& text, int64_t limit)
         if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80 && characters++ == limit)
             return text.substr(0, i);
     return text;
+}
+
+// ZT_SERVER_QUERY_SECONDS, a whole number from 1 to 86400, else 60.
+int Query_Seconds()
+{
+    const char* text = std::getenv("ZT_SERVER_QUERY_SECONDS");
+    char* end = nullptr;
+    const long seconds = text != nullptr ? std::strtol(text, &end, 10) : 0;
+    return text != nullptr && *text != '\0' && *end == '\0' && seconds >= 1 && seconds <= 86400
+               ? static_cast<int>(seconds)
+               : 60;
 }
 
 bool Is_Multiline(ZTInt_Field_Type type)
@@ -55,9 +67,18 @@ Mdl_Result_Set::Mdl_Result_Set(std::shared_ptr<Mdl_Session> session, const Mdl_Q
 
 Sto_Reader& Mdl_Result_Set::Reader()
 {
-    if (Store_Reader == nullptr)
+    if (Store_Reader == nullptr) {
         Store_Reader = Owner->Database().Store->Open_Reader(Mdl_Query_Views(Owner->Database()));
+        Limit_Time();
+    }
     return *Store_Reader;
+}
+
+// The time of one call starts.
+void Mdl_Result_Set::Limit_Time()
+{
+    if (Store_Reader != nullptr)
+        Store_Reader->Set_Time_Limit(Query_Seconds());
 }
 
 void Mdl_Result_Set::Open_Cursor()
@@ -103,14 +124,21 @@ void Mdl_Result_Set::Start()
 int64_t Mdl_Result_Set::Count_Rows()
 {
     int64_t rows = 0;
-    while ((Max_Rows == 0 || rows < Max_Rows) && Cursor->Next())
-        ++rows;
+    try {
+        while ((Max_Rows == 0 || rows < Max_Rows) && Cursor->Next())
+            ++rows;
+    } catch (...) {
+        Close_Cursor();
+        Executed = false;
+        throw;
+    }
     Open_Cursor();
     return rows;
 }
 
 void Mdl_Result_Set::Execute()
 {
+    Limit_Time();
     Start();
     if (Count_On_Execute)
         Count = Count_Rows();
@@ -118,6 +146,7 @@ void Mdl_Result_Set::Execute()
 
 int64_t Mdl_Result_Set::Execute_And_Count()
 {
+    Limit_Time();
     Start();
     Count = Count_Rows();
     return Count;
@@ -134,14 +163,27 @@ ZTInt_Fetch_Status Mdl_Result_Set::Move_Next()
 {
     if (!Executed)
         throw Mdl_Refusal("the result set is not executed yet");
+    Limit_Time();
+    return Step();
+}
+
+ZTInt_Fetch_Status Mdl_Result_Set::Step()
+{
     if (Cursor == nullptr)
         return ZTInt_FETCH_NO_MORE_ROWS;
+    bool more = false;
+    try {
+        more = Cursor->Next();
+    } catch (...) {
+        Close_Cursor();  // a failed cursor ends its rows; it does not start again
+        throw;
+    }
     if (Max_Rows > 0 && Position >= Max_Rows) {
-        Was_Limited = Cursor->Next();
+        Was_Limited = more;
         Close_Cursor();
         return ZTInt_FETCH_NO_MORE_ROWS;
     }
-    if (!Cursor->Next()) {
+    if (!more) {
         Close_Cursor();
         return ZTInt_FETCH_NO_MORE_ROWS;
     }
@@ -162,10 +204,11 @@ ZTInt_Fetch_Status Mdl_Result_Set::Move_Absolute(int64_t row)
         throw Mdl_Refusal("row " + std::to_string(row) + ": rows count from 1");
     if (!Executed)
         throw Mdl_Refusal("the result set is not executed yet");
+    Limit_Time();
     if (row <= Position || Cursor == nullptr)
         Start();
     ZTInt_Fetch_Status status = ZTInt_FETCH_ROW;
-    while (Position < row && (status = Move_Next()) == ZTInt_FETCH_ROW) {
+    while (Position < row && (status = Step()) == ZTInt_FETCH_ROW) {
     }
     return status;
 }

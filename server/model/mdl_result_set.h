@@ -2,7 +2,10 @@
 // its own (a reader of the store, see Sto_Reader), one row in memory at a time, so a
 // result of any size costs the server the same; the cursor reads one snapshot from its
 // first row to its last, and lets go of it at the end, so that an open result set
-// does not hold back other sessions' writes. Rows count from 1, columns from 1.
+// does not hold back other sessions' writes. Each call on a result set may make its
+// cursor work for ZT_SERVER_QUERY_SECONDS (default 60) at most; a query stopped there
+// is refused, so that no query stalls the other clients of the server. Rows count from
+// 1, columns from 1.
 #pragma once
 
 #include <cstdint>
@@ -57,6 +60,8 @@ public:
     bool Limited() const { return Was_Limited; }
 
 private:
+    void Limit_Time();
+    ZTInt_Fetch_Status Step();
     void Start();
     int64_t Count_Rows();
     void Open_Cursor();

@@ -81,6 +81,9 @@ public:
     virtual std::unique_ptr<Sto_Cursor> Open_Restricted(const std::string& sql) = 0;
     // The views a restricted statement may read.
     virtual std::vector<std::string> View_Names() const = 0;
+    // From now on, the cursors' work may take seconds (0: no limit); a statement that
+    // runs past it fails with Sto_Error, so that one query cannot stall the server.
+    virtual void Set_Time_Limit(int seconds) = 0;
 };
 
 class Sto_Connection {

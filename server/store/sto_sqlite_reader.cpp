@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <random>
 #include <set>
 
@@ -97,9 +98,22 @@ int Authorize(void* context, int action, const char* first, const char* second, 
     return SQLITE_DENY;
 }
 
+// How long the cursors of a reader may work before they are stopped.
+struct Time_Limit {
+    int Seconds = 0;  // 0: no limit
+    std::chrono::steady_clock::time_point Deadline;
+
+    bool Passed() const { return Seconds > 0 && std::chrono::steady_clock::now() > Deadline; }
+};
+
+int Check_Time(void* context)
+{
+    return static_cast<const Time_Limit*>(context)->Passed() ? 1 : 0;
+}
+
 class Sqlite_Cursor final : public Sto_Cursor {
 public:
-    Sqlite_Cursor(sqlite3* db, sqlite3_stmt* handle) : Db(db), Handle(handle) {}
+    Sqlite_Cursor(sqlite3* db, sqlite3_stmt* handle, const Time_Limit& limit) : Db(db), Handle(handle), Limit(limit) {}
     ~Sqlite_Cursor() override { sqlite3_finalize(Handle); }
     Sqlite_Cursor(const Sqlite_Cursor&) = delete;
     Sqlite_Cursor& operator=(const Sqlite_Cursor&) = delete;
@@ -133,6 +147,8 @@ public:
         sqlite3_reset(Handle);  // the snapshot goes with the last row
         if (code == SQLITE_DONE)
             return false;
+        if (code == SQLITE_INTERRUPT)
+            throw Sto_Error("the query ran longer than " + std::to_string(Limit.Seconds) + " s and was stopped");
         Throw(Db, code, "the store refused a query");
     }
     bool Is_Null(int column) override { return sqlite3_column_type(Handle, column) == SQLITE_NULL; }
@@ -165,6 +181,7 @@ private:
 
     sqlite3* Db;
     sqlite3_stmt* Handle;
+    const Time_Limit& Limit;
 };
 
 std::string Random_Tag()
@@ -191,6 +208,8 @@ public:
         }
         sqlite3_busy_timeout(Db, busy_timeout_ms);
         sqlite3_limit(Db, SQLITE_LIMIT_ATTACHED, 0);
+        sqlite3_limit(Db, SQLITE_LIMIT_LENGTH, kMax_Value_Bytes);  // printf('%.*c', ...) and the like
+        sqlite3_progress_handler(Db, 10000, Check_Time, &Limit);
         sqlite3_db_config(Db, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
         sqlite3_db_config(Db, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);
         Make_Views(views);
@@ -206,7 +225,7 @@ public:
         const int code = sqlite3_prepare_v2(Db, sql.c_str(), static_cast<int>(sql.size()), &handle, nullptr);
         if (code != SQLITE_OK)
             Throw(Db, code, "cannot prepare a query");
-        return std::make_unique<Sqlite_Cursor>(Db, handle);
+        return std::make_unique<Sqlite_Cursor>(Db, handle, Limit);
     }
 
     std::unique_ptr<Sto_Cursor> Open_Restricted(const std::string& sql) override
@@ -216,7 +235,7 @@ public:
         sqlite3_stmt* handle = nullptr;
         const char* tail = nullptr;
         int code = sqlite3_prepare_v2(Db, sql.c_str(), static_cast<int>(sql.size()), &handle, &tail);
-        std::unique_ptr<Sqlite_Cursor> cursor(handle != nullptr ? new Sqlite_Cursor(Db, handle) : nullptr);
+        std::unique_ptr<Sqlite_Cursor> cursor(handle != nullptr ? new Sqlite_Cursor(Db, handle, Limit) : nullptr);
         std::string refusal = Rules.Refusal;
         if (code == SQLITE_OK && refusal.empty())
             refusal = Check_Statement(handle, tail);
@@ -231,6 +250,12 @@ public:
     std::vector<std::string> View_Names() const override
     {
         return {Rules.Public.begin(), Rules.Public.end()};
+    }
+
+    void Set_Time_Limit(int seconds) override
+    {
+        Limit.Seconds = seconds;
+        Limit.Deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
     }
 
 private:
@@ -274,8 +299,11 @@ private:
         return more ? "only one statement is allowed" : "";
     }
 
+    static constexpr int kMax_Value_Bytes = 64 * 1024 * 1024;
+
     sqlite3* Db = nullptr;
     Authority Rules;
+    Time_Limit Limit;
 };
 
 }  // namespace

@@ -4,6 +4,8 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <chrono>
+
 #include "tests/e2e/ztint_query_support.h"
 
 namespace {
@@ -207,6 +209,48 @@ TEST_F(Ztint_Sql_Query_Test, FilterValuesOfEveryShapeMatchLiterally)
         }
     }
     EXPECT_EQ(Store_Contents(), before);
+}
+
+// A query that would run for hours is stopped after ZT_SERVER_QUERY_SECONDS, and the
+// server goes on answering.
+class Ztint_Query_Time_Test : public Ztint_Sql_Query_Test {
+protected:
+    void SetUp() override
+    {
+        setenv("ZT_SERVER_QUERY_SECONDS", "1", 1);  // read by the server this test starts
+        Ztint_Sql_Query_Test::SetUp();
+    }
+    void TearDown() override
+    {
+        Ztint_Sql_Query_Test::TearDown();
+        unsetenv("ZT_SERVER_QUERY_SECONDS");
+    }
+};
+
+TEST_F(Ztint_Query_Time_Test, ARunawayQueryIsStoppedAndTheServerGoesOn)
+{
+    std::string sql = "SELECT count(*) FROM Defect AS d0";
+    for (int i = 1; i < 14; ++i)
+        sql += ", Defect AS d" + std::to_string(i);  // 4^14 rows
+    for (const bool count : {false, true}) {
+        ZTResultSet* set = nullptr;
+        ASSERT_EQ(ZTSession_BuildSQLQuery(Session, &set, sql.c_str()), 0) << Server_Error();
+        ZTInt_LONG number = 0;
+        const auto start = std::chrono::steady_clock::now();
+        if (count) {
+            EXPECT_EQ(ZTResultSet_ExecuteAndCountRecords(set, &number), -1);
+            EXPECT_EQ(Server_Error(), "ZTResultSet_ExecuteAndCountRecords: the query ran longer than 1 s and was stopped");
+        } else {
+            ASSERT_EQ(ZTResultSet_Execute(set), 0);
+            EXPECT_EQ(ZTResultSet_MoveNext(set, &number), -1);
+            EXPECT_EQ(Server_Error(), "ZTResultSet_MoveNext: the query ran longer than 1 s and was stopped");
+            EXPECT_EQ(ZTResultSet_MoveNext(set, &number), 0);  // the stopped cursor does not start again
+            EXPECT_EQ(number, ZTInt_FETCH_NO_MORE_ROWS);
+        }
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+        ZTInt_ResultSet_Free(set);
+    }
+    EXPECT_EQ(Sql("SELECT count(*) FROM Defect"), (Ztint_Rows{{"4"}}));
 }
 
 }  // namespace
