@@ -12,6 +12,7 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -28,6 +29,7 @@ namespace {
 
 constexpr int kRecords = 100000;
 constexpr int kSmall_Walk = 10000, kLarge_Walk = 1000000;
+constexpr int kRounds = 3;
 using Clock = std::chrono::steady_clock;
 
 double Seconds_Since(Clock::time_point start)
@@ -232,22 +234,30 @@ int main()
                    "SessionLogon") &&
                 Seed(store, "Defect", 1, kRecords, Defect_Fields);
 
-    ZTResultSet* set = done ? Result_Set(session, "Defect", {"id", "Headline", "Priority"}, true) : nullptr;
-    auto start = Clock::now();
-    const long rows = Walk(set, true);
-    const double library = Seconds_Since(start);
-    char* sql = nullptr;
-    done = done && rows > 0 && Ok(ZTResultSet_GetSQL(set, &sql), "GetSQL");
-    const std::string text = sql != nullptr ? sql : "";
-    ZTInt_String_Free(sql);
-    ZTInt_ResultSet_Free(set);
-    const double echoes = done ? Echoes(zentrak, rows * 2 + 2) : -1;
-    long direct_rows = 0;
-    const double direct = done ? Direct(store, text, direct_rows) : -1;
+    // The best of kRounds rounds of each, taken in turn, so that a busy machine
+    // weighs on all three alike.
+    double library = 1e9, echoes = 1e9, direct = 1e9;
+    long rows = -1, direct_rows = -1;
+    std::string text;
+    for (int round = 0; done && round < kRounds; ++round) {
+        ZTResultSet* set = Result_Set(session, "Defect", {"id", "Headline", "Priority"}, true);
+        const auto start = Clock::now();
+        rows = Walk(set, true);
+        library = std::min(library, Seconds_Since(start));
+        char* sql = nullptr;
+        done = rows > 0 && Ok(ZTResultSet_GetSQL(set, &sql), "GetSQL");
+        text = sql != nullptr ? sql : "";
+        ZTInt_String_Free(sql);
+        ZTInt_ResultSet_Free(set);
+        const double echo = done ? Echoes(zentrak, rows * 2 + 2) : -1;
+        const double sqlite = done ? Direct(store, text, direct_rows) : -1;
+        done = done && echo >= 0 && sqlite >= 0 && direct_rows == rows;
+        echoes = std::min(echoes, echo);
+        direct = std::min(direct, sqlite);
+    }
 
     // Peak memory: 10,000 rows walked, then 1,000,000.
-    done = done && echoes >= 0 && direct >= 0 && direct_rows == rows &&
-           Seed(store, "Customer", kRecords + 1, kLarge_Walk, Customer_Fields);
+    done = done && Seed(store, "Customer", kRecords + 1, kLarge_Walk, Customer_Fields);
     const long pid = Server_Pid();
     long small = -1, large = -1, small_hwm = -1, large_hwm = -1, small_rss = -1, large_rss = -1;
     double large_seconds = 0;
@@ -259,7 +269,7 @@ int main()
         small_hwm = Memory_Kb(pid, "VmHWM");
         small_rss = Memory_Kb(pid, "VmRSS");
         ZTResultSet* many = Result_Set(session, "Customer", {"id", "Name"}, false);
-        start = Clock::now();
+        const auto start = Clock::now();
         large = Walk(many, false);
         large_seconds = Seconds_Since(start);
         ZTInt_ResultSet_Free(many);
@@ -276,7 +286,7 @@ int main()
     }
     const double floor = echoes + direct;
     std::printf("%d Defect records, %ld match Severity = 1-Critical; 3 columns walked with MoveNext and "
-                "GetAllColumnValues\n", kRecords, rows);
+                "GetAllColumnValues; best of %d rounds\n", kRecords, rows, kRounds);
     std::printf("query   library %6.3f s (%5.1f us/row)  floor %6.3f s = echoes %6.3f s (%ld) + SQLite %6.3f s"
                 "  ratio %.2f\n",
                 library, library / static_cast<double>(rows) * 1e6, floor, echoes, rows * 2 + 2, direct,

@@ -15,8 +15,8 @@ std::string Cut(const std::string& text, int64_t limit)
     return text;
 }
 
-// ZT_SERVER_QUERY_SECONDS, a whole number from 1 to 86400, else 60.
-int Query_Seconds()
+// ZT_SERVER_QUERY_SECONDS, a whole number from 1 to 86400, else 60; read once.
+int Read_Query_Seconds()
 {
     const char* text = std::getenv("ZT_SERVER_QUERY_SECONDS");
     char* end = nullptr;
@@ -24,6 +24,12 @@ int Query_Seconds()
     return text != nullptr && *text != '\0' && *end == '\0' && seconds >= 1 && seconds <= 86400
                ? static_cast<int>(seconds)
                : 60;
+}
+
+int Query_Seconds()
+{
+    static const int seconds = Read_Query_Seconds();
+    return seconds;
 }
 
 bool Is_Multiline(ZTInt_Field_Type type)
