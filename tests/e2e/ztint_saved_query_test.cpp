@@ -1,5 +1,7 @@
 // Saved queries: saved, listed, reopened and run again with the same rows; renamed and
 // deleted through the workspace; bad names and folders refused.
+#include <cstdio>
+
 #include "tests/e2e/ztint_query_support.h"
 
 namespace {
@@ -143,6 +145,105 @@ TEST_F(Ztint_Saved_Query_Test, BadNamesFoldersAndOverwritesAreRefused)
     EXPECT_EQ(ZTWorkSpaceMgr_ValidateQueryDefName(workspace, "Fine name", "Public Queries"), 0);
     ZTInt_WorkSpaceMgr_Free(workspace);
     ZTInt_QueryDef_Free(query);
+}
+
+// Two users of one database: personal queries are each user's own; a public query is
+// changed only by the user who saved it or by a superuser.
+class Ztint_Saved_Query_Users_Test : public Ztint_E2E {
+protected:
+    void SetUp() override
+    {
+        Ztint_E2E::SetUp();
+        const std::string users = Dir + "/users";
+        FILE* file = std::fopen(users.c_str(), "w");
+        ASSERT_NE(file, nullptr);
+        std::fputs("alice alice-pw DEMO MASTER\nbob bob-pw DEMO MASTER\n", file);  // alice: superuser
+        std::fclose(file);
+        setenv("ZT_SERVER_USERS", users.c_str(), 1);
+        ASSERT_EQ(ZTZentrak_Build(&Zentrak), 0);
+        ZTZentrak_SessionLogon(Zentrak, &Alice, "", "alice", "alice-pw", "DEMO", "MASTER", 0);
+        ZTZentrak_SessionLogon(Zentrak, &Bob, "", "bob", "bob-pw", "DEMO", "MASTER", 0);
+        ASSERT_NE(Alice, nullptr) << Server_Error();
+        ASSERT_NE(Bob, nullptr) << Server_Error();
+    }
+    void TearDown() override
+    {
+        ZTInt_Session_Free(Alice);
+        ZTInt_Session_Free(Bob);
+        ZTInt_Zentrak_Free(Zentrak);
+        unsetenv("ZT_SERVER_USERS");
+        Ztint_E2E::TearDown();
+    }
+
+    // Saves a query of Defect for session under path: the call's status.
+    static int32_t Save(ZTSession* session, const char* path)
+    {
+        ZTQueryDef* query = nullptr;
+        if (ZTSession_BuildQuery(session, &query, "Defect") != 0)
+            return -2;
+        ZTInt_BOOL saved = 0;
+        const int32_t status = ZTQueryDef_Save(query, &saved, path);
+        ZTInt_QueryDef_Free(query);
+        return status;
+    }
+    static std::vector<std::string> Listed(ZTSession* session)
+    {
+        ZTWorkSpaceMgr* workspace = nullptr;
+        char** names = nullptr;
+        EXPECT_EQ(ZTSession_GetWorkSpace(session, &workspace), 0);
+        EXPECT_EQ(ZTWorkSpaceMgr_GetAllQueriesList(workspace, &names), 0);
+        ZTInt_WorkSpaceMgr_Free(workspace);
+        return Ztint_Take(names);
+    }
+    static ZTInt_LONG Id_Of(ZTSession* session, const char* path)
+    {
+        ZTWorkSpaceMgr* workspace = nullptr;
+        ZTInt_LONG id = 0;
+        EXPECT_EQ(ZTSession_GetWorkSpace(session, &workspace), 0);
+        EXPECT_EQ(ZTWorkSpaceMgr_GetQueryDbId(workspace, &id, path), 0) << Server_Error();
+        ZTInt_WorkSpaceMgr_Free(workspace);
+        return id;
+    }
+
+    ZTZentrak* Zentrak = nullptr;
+    ZTSession *Alice = nullptr, *Bob = nullptr;
+};
+
+TEST_F(Ztint_Saved_Query_Users_Test, PersonalQueriesAreOwnAndPublicOnesChangeOnlyByTheirSaverOrASuperuser)
+{
+    ASSERT_EQ(Save(Alice, "Mine"), 0) << Server_Error();
+    ASSERT_EQ(Save(Bob, "Mine"), 0) << Server_Error();
+    ASSERT_EQ(Save(Alice, "Public Queries/Team"), 0);
+    ASSERT_EQ(Save(Bob, "Public Queries/Bob's"), 0);
+    EXPECT_EQ(Listed(Bob), (std::vector<std::string>{"Public Queries/Bob's", "Public Queries/Team", "Personal Queries/Mine"}));
+
+    // Bob cannot reach Alice's personal query, not even by its id.
+    const ZTInt_LONG alices = Id_Of(Alice, "Personal Queries/Mine");
+    ZTWorkSpaceMgr* workspace = nullptr;
+    ZTQueryDef* query = nullptr;
+    ZTInt_BOOL done = 0;
+    ASSERT_EQ(ZTSession_GetWorkSpace(Bob, &workspace), 0);
+    EXPECT_EQ(ZTWorkSpaceMgr_GetQueryDefByDbId(workspace, &query, alices), -1);
+    EXPECT_EQ(Server_Error(), "ZTWorkSpaceMgr_GetQueryDefByDbId: no saved query with id " + std::to_string(alices));
+    EXPECT_EQ(ZTWorkSpaceMgr_DeleteWorkspaceItemByDbId(workspace, &done, alices), -1);
+
+    // Bob's changes of Alice's public query are refused; his own he changes.
+    const std::string refusal = "the public query \"Team\" was saved by alice; only that user or a superuser changes it";
+    EXPECT_EQ(Save(Bob, "Public Queries/Team"), -1);
+    EXPECT_EQ(Server_Error(), "ZTQueryDef_Save: " + refusal);
+    EXPECT_EQ(ZTWorkSpaceMgr_RenameWorkspaceItem(workspace, &done, "Public Queries/Team", "Ours"), -1);
+    EXPECT_EQ(Server_Error(), "ZTWorkSpaceMgr_RenameWorkspaceItem: " + refusal);
+    EXPECT_EQ(ZTWorkSpaceMgr_DeleteWorkspaceItemByDbId(workspace, &done, Id_Of(Bob, "Public Queries/Team")), -1);
+    EXPECT_EQ(ZTWorkSpaceMgr_RenameWorkspaceItem(workspace, &done, "Public Queries/Bob's", "Bob's own"), 0);
+    ZTInt_WorkSpaceMgr_Free(workspace);
+
+    // Alice, a superuser, may delete Bob's public query.
+    ASSERT_EQ(ZTSession_GetWorkSpace(Alice, &workspace), 0);
+    EXPECT_EQ(ZTWorkSpaceMgr_DeleteWorkspaceItemByDbId(workspace, &done, Id_Of(Alice, "Public Queries/Bob's own")), 0)
+        << Server_Error();
+    ZTInt_WorkSpaceMgr_Free(workspace);
+    EXPECT_EQ(Listed(Alice), (std::vector<std::string>{"Public Queries/Team", "Personal Queries/Mine"}));
+    EXPECT_EQ(Listed(Bob), (std::vector<std::string>{"Public Queries/Team", "Personal Queries/Mine"}));
 }
 
 }  // namespace
