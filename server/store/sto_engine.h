@@ -48,6 +48,44 @@ public:
     virtual std::vector<unsigned char> Blob(int column) = 0;
 };
 
+// A statement of a reader: a cursor of its own over one result, which can say what its
+// columns are called.
+class Sto_Cursor : public Sto_Statement {
+public:
+    virtual int Column_Count() = 0;
+    virtual std::string Column_Name(int column) = 0;
+};
+
+// SQL given by a user that a reader will not run (it writes, or reads outside the views).
+class Sto_Refused : public Sto_Error {
+public:
+    using Sto_Error::Sto_Error;
+};
+
+// A view of the data that queries read: its name and the SELECT that makes it.
+struct Sto_View {
+    std::string Name;
+    std::string Select;
+};
+
+// A read-only connection of its own, for walking results while the store's connection
+// goes on writing: each cursor reads one snapshot of the store from its first row to
+// its end, whatever is committed meanwhile. It knows the views it was opened with.
+class Sto_Reader {
+public:
+    virtual ~Sto_Reader() = default;
+    // The model's own SQL over the views, its values bound by "?".
+    virtual std::unique_ptr<Sto_Cursor> Open(const std::string& sql) = 0;
+    // SQL from a user: one statement that only reads the views and calls no function
+    // with side effects; anything else throws Sto_Refused with the reason.
+    virtual std::unique_ptr<Sto_Cursor> Open_Restricted(const std::string& sql) = 0;
+    // The views a restricted statement may read.
+    virtual std::vector<std::string> View_Names() const = 0;
+    // From now on, the cursors' work may take seconds (0: no limit); a statement that
+    // runs past it fails with Sto_Error, so that one query cannot stall the server.
+    virtual void Set_Time_Limit(int seconds) = 0;
+};
+
 class Sto_Connection {
 public:
     virtual ~Sto_Connection() = default;
@@ -66,6 +104,11 @@ public:
     virtual void Begin() = 0;
     virtual void Commit() = 0;
     virtual void Rollback() noexcept = 0;
+
+    // A reader over the same store with the views given (SQLite: a second, read-only
+    // connection whose temporary views these are, behind an authorizer). The reader
+    // must not outlive the connection.
+    virtual std::unique_ptr<Sto_Reader> Open_Reader(const std::vector<Sto_View>& views) = 0;
 
     // The engine's name for messages ("SQLite").
     virtual std::string Engine_Name() const = 0;

@@ -1,5 +1,7 @@
 #include "server/store/sto_sqlite.h"
 
+#include "server/store/sto_sqlite_reader.h"
+
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <unistd.h>
@@ -103,6 +105,7 @@ private:
 class Sqlite_Connection final : public Sto_Connection {
 public:
     Sqlite_Connection(const std::string& path, const Sto_Sqlite_Options& options)
+        : Path(path), Options(options)
     {
         Create_Private(path);
         const int code = sqlite3_open_v2(path.c_str(), &Db,
@@ -168,6 +171,10 @@ public:
         if (!sqlite3_get_autocommit(Db))
             sqlite3_exec(Db, "ROLLBACK", nullptr, nullptr, nullptr);
     }
+    std::unique_ptr<Sto_Reader> Open_Reader(const std::vector<Sto_View>& views) override
+    {
+        return Sto_Open_Sqlite_Reader(Path, Options.Busy_Timeout_Ms, views);
+    }
     std::string Engine_Name() const override { return "SQLite"; }
 
 private:
@@ -181,6 +188,8 @@ private:
         close(fd);
     }
 
+    std::string Path;
+    Sto_Sqlite_Options Options;
     sqlite3* Db = nullptr;
     std::unordered_map<std::string, std::unique_ptr<Sqlite_Statement>> Statements;
 };
