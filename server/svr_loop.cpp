@@ -94,29 +94,35 @@ std::string Svr_Loop::Serve()
         const int timeout = Idle_Timeout_Ms();
         if (timeout == 0)
             return "idle";
-        std::vector<pollfd> wanted;
-        wanted.reserve(Clients.size() + 1);
-        wanted.push_back({Point.Handle.Read_File, POLLIN, 0});
-        for (const auto& client : Clients)
-            wanted.push_back({client->Fd(), client->Events(), 0});
+        Update_Poll_Set();
         timespec limit = {timeout / 1000, (timeout % 1000) * 1000000L};
         const int ready =
-            ppoll(wanted.data(), wanted.size(), timeout < 0 ? nullptr : &limit, &waiting_mask);
+            ppoll(Wanted.data(), Wanted.size(), timeout < 0 ? nullptr : &limit, &waiting_mask);
         if (ready <= 0)
             continue;  // timeout, or a signal (EINTR): the checks above decide
         // Clients first: a client added by the point below has no entry in wanted.
         for (std::size_t i = Clients.size(); i-- > 0;) {
-            if (wanted[i + 1].revents == 0)
+            if (Wanted[i + 1].revents == 0)
                 continue;
             if (!Clients[i]->On_Ready(Dispatcher))
                 Drop_Client(i);
         }
-        if (wanted[0].revents != 0)
+        if (Wanted[0].revents != 0)
             On_Point_Ready();
         Give_Back_Large_Buffers();
         if (Clients.empty() && Idle_Since == std::chrono::steady_clock::time_point())
             Idle_Since = std::chrono::steady_clock::now();
     }
+}
+
+// The descriptors to wait for, updated in place: after the first calls the set has
+// the room it needs, and a turn of the loop allocates nothing.
+void Svr_Loop::Update_Poll_Set()
+{
+    Wanted.resize(Clients.size() + 1);
+    Wanted[0] = {Point.Handle.Read_File, POLLIN, 0};
+    for (std::size_t i = 0; i < Clients.size(); ++i)
+        Wanted[i + 1] = {Clients[i]->Fd(), Clients[i]->Events(), 0};
 }
 
 // -1 (no limit) while clients are connected, else what is left of the idle time.
@@ -130,20 +136,23 @@ int Svr_Loop::Idle_Timeout_Ms() const
     return left.count() <= 0 ? 0 : static_cast<int>(std::min<long long>(left.count(), 1 << 30));
 }
 
+// Startup calls are written into the pipe by single writes, so each comes whole; one
+// read may bring several.
 void Svr_Loop::On_Point_Ready()
 {
-    Svr_Step step = Point_Reader.Step(Point.Handle);
-    // A startup call is written into the pipe by one write: its data are there.
-    if (step == Svr_Step::Pending && Point_Reader.Awaiting_Data() &&
-        Svr_Ready_Now(Point.Handle.Read_File, POLLIN))
-        step = Point_Reader.Step(Point.Handle);
-    if (step == Svr_Step::Broken) {
-        Point_Reader.Reset();
-        Drain_Point();
-    } else if (step == Svr_Step::Complete) {
-        ZTInt_msg_struct* startup = Point_Reader.Take();
-        Start_Client(startup);
-        ZTInt_msg_Free(startup);
+    for (;;) {
+        const Svr_Step step = Point_Reader.Step(Point.Handle.Read_File);
+        if (step == Svr_Step::Broken) {
+            Point_Reader.Reset();
+            Drain_Point();
+            return;
+        }
+        if (step != Svr_Step::Complete)
+            return;
+        Start_Client(Point_Reader.Message());
+        Point_Reader.Consume();
+        if (!Point_Reader.More_May_Be_There())
+            return;
     }
 }
 
@@ -174,7 +183,8 @@ void Svr_Loop::Start_Client(ZTInt_msg_struct* startup)
 }
 
 // Buffers of huge messages go back to the system once the messages are done; the
-// smaller ones stay in the pool for the next calls.
+// smaller ones stay in the pool for the next calls, so that calls with long texts in
+// a row reuse their memory instead of faulting in fresh pages every time.
 void Svr_Loop::Give_Back_Large_Buffers()
 {
     if (ZTInt_msg_buffer_Trim(kLargestKeptBuffer) > 0)

@@ -38,6 +38,7 @@ public:
 
 private:
     std::string Serve();
+    void Update_Poll_Set();
     void On_Point_Ready();
     void Start_Client(ZTInt_msg_struct* startup);
     void Drain_Point();
@@ -53,6 +54,7 @@ private:
     std::chrono::steady_clock::time_point Idle_Since;
     Svr_Reader Point_Reader;
     std::vector<std::unique_ptr<Svr_Client>> Clients;
+    std::vector<pollfd> Wanted;  // Point first, then each client's socket
     int Next_Client_Number = 1;
 };
 

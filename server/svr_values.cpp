@@ -1,26 +1,21 @@
 #include "server/svr_values.h"
 
+#include <cstdlib>
+#include <cstring>
+
+#include "ztint_base/ztint_assert.h"
 #include "ztint_string.h"
 
-Svr_Values::Svr_Values(const ZTInt_rpc_type* types, int count)
-    : Type_List(types), Cells(count), Value_Pointers(count)
-{
-    for (int i = 0; i < count; ++i) {
-        Cell& cell = Cells[i];
-        switch (types[i]) {
-        case ZTInt_rpc_type_String:
-            Value_Pointers[i] = &cell.Text;
-            break;
-        case ZTInt_rpc_type_StringArray:
-            Value_Pointers[i] = &cell.Texts;
-            break;
-        default:
-            Value_Pointers[i] = ZTInt_rpc_type_Is_Object(types[i])
-                                    ? static_cast<void*>(&cell.Object)
-                                    : static_cast<void*>(&cell.Number);
-        }
-    }
-}
+namespace {
+
+constexpr int32_t kHeaderSize = sizeof(ZTInt_msg_struct);
+constexpr int64_t kTagSize = 1;
+constexpr int64_t kWordSize = 4;
+// A text buffer grown beyond this for one huge value goes back when the list starts
+// over; smaller ones stay for the next calls.
+constexpr int64_t kLargestKept = 8 * 1024 * 1024;
+
+}  // namespace
 
 Svr_Values::~Svr_Values()
 {
@@ -28,6 +23,165 @@ Svr_Values::~Svr_Values()
         ZTInt_String_Free(cell.Text);
         ZTInt_StringArray_Free(cell.Texts);
     }
+}
+
+void Svr_Values::Reset(const ZTInt_rpc_type* types, int count)
+{
+    if (count < 0 || count > Max_Count)
+        ZTInt_abort3("count >= 0 && count <= Svr_Values::Max_Count", __FILE__, __LINE__);
+    Type_List = types;
+    Value_Count = count;
+    for (Cell& cell : Cells) {
+        cell.Number = 0;
+        cell.Object = {0, 0, 0, 0};
+        ZTInt_StringArray_Free(cell.Texts);
+        cell.Texts = nullptr;
+        if (cell.Room == 0 || cell.Room > kLargestKept) {
+            ZTInt_String_Free(cell.Text);
+            cell.Text = nullptr;
+            cell.Room = 0;
+            cell.Length = kUnknown;
+        } else {
+            cell.Text[0] = '\0';
+            cell.Length = 0;
+        }
+    }
+}
+
+void* Svr_Values::Pointer_Of(int index)
+{
+    Cell& cell = Cells[index];
+    const ZTInt_rpc_type type = Type_List[index];
+    if (type == ZTInt_rpc_type_String)
+        return &cell.Text;
+    if (type == ZTInt_rpc_type_StringArray)
+        return &cell.Texts;
+    return ZTInt_rpc_type_Is_Object(type) ? static_cast<void*>(&cell.Object)
+                                          : static_cast<void*>(&cell.Number);
+}
+
+void* const* Svr_Values::Pointers()
+{
+    for (int i = 0; i < Value_Count; ++i) {
+        if (Type_List[i] == ZTInt_rpc_type_String) {
+            // A decoder may put a text of its own there: its size is not known.
+            Cells[i].Length = kUnknown;
+            Cells[i].Room = 0;
+        }
+        Value_Pointers[i] = Pointer_Of(i);
+    }
+    return Value_Pointers.data();
+}
+
+bool Svr_Values::Assign_Text(Cell& cell, const char* bytes, int64_t length)
+{
+    if (cell.Room < length + 1) {
+        ZTInt_String_Free(cell.Text);
+        cell.Room = 0;
+        cell.Length = kUnknown;
+        cell.Text = ZTInt_String_Alloc(length);
+        if (cell.Text == nullptr)
+            return false;
+        cell.Room = length + 1;
+    }
+    if (length > 0)
+        std::memcpy(cell.Text, bytes, static_cast<size_t>(length));
+    cell.Text[length] = '\0';
+    cell.Length = length;
+    return true;
+}
+
+bool Svr_Values::Decode_Text(ZTInt_msg_info& info, Cell& cell)
+{
+    ZTInt_rpc_type tag = 0;
+    int32_t length = 0;
+    if (!ZTInt_rpc_type_Decode(&info, &tag) || tag != ZTInt_rpc_type_String ||
+        !ZTInt_rpc_int_Decode(&info, &length) || length < 0 ||
+        length > ZTInt_msg_Available(&info) || !Assign_Text(cell, info.Current, length))
+        return false;
+    info.Current += length;
+    return true;
+}
+
+bool Svr_Values::Decode(ZTInt_msg_struct* message)
+{
+    ZTInt_msg_info info;
+    ZTInt_msg_info_Init(&info, message);
+    bool decoded = true;
+    for (int i = 0; i < Value_Count && decoded; ++i) {
+        // Texts go into the kept buffers; the other types decode without allocating.
+        decoded = Type_List[i] == ZTInt_rpc_type_String
+                      ? Decode_Text(info, Cells[i])
+                      : ZTInt_rpc_Decode(&info, Type_List[i], Pointer_Of(i)) != 0;
+    }
+    ZTInt_String_Free(info.Error);
+    return decoded && ZTInt_msg_Available(&info) == 0;
+}
+
+int64_t Svr_Values::Text_Length(const Cell& cell) const
+{
+    if (cell.Text == nullptr)
+        return 0;
+    return cell.Length != kUnknown ? cell.Length : static_cast<int64_t>(std::strlen(cell.Text));
+}
+
+int64_t Svr_Values::Data_Size() const
+{
+    int64_t size = 0;
+    for (int i = 0; i < Value_Count; ++i) {
+        const ZTInt_rpc_type type = Type_List[i];
+        if (type == ZTInt_rpc_type_String)
+            size += kTagSize + kWordSize + Text_Length(Cells[i]);
+        else if (type == ZTInt_rpc_type_StringArray)
+            size += kTagSize + ZTInt_rpc_StringArray_sizeof(Cells[i].Texts);
+        else
+            size += ZTInt_rpc_Get_Length(type, nullptr);
+    }
+    return size;
+}
+
+bool Svr_Values::Encode_Value(ZTInt_msg_info& info, int index)
+{
+    const ZTInt_rpc_type type = Type_List[index];
+    if (type != ZTInt_rpc_type_String)
+        return ZTInt_rpc_Encode(&info, type, Pointer_Of(index)) != 0;
+    // The length is known: no second pass over the text to measure it.
+    const Cell& cell = Cells[index];
+    const int64_t length = Text_Length(cell);
+    if (!ZTInt_rpc_type_Encode(&info, type) ||
+        !ZTInt_rpc_int_Encode(&info, static_cast<int32_t>(length)) ||
+        ZTInt_msg_Available(&info) < length)
+        return false;
+    if (length > 0)
+        std::memcpy(info.Current, cell.Text, static_cast<size_t>(length));
+    info.Current += length;
+    return true;
+}
+
+ZTInt_msg_struct* Svr_Values::Encode_Reply(const ZTInt_msg_struct* call)
+{
+    const int64_t size = Data_Size();
+    if (size > ZTInt_msg_Max_Data_Size)
+        return nullptr;
+    // The pool's buffers have room for a zeroed first data word even with no data.
+    auto* reply = static_cast<ZTInt_msg_struct*>(
+        ZTInt_msg_buffer_Get(static_cast<int32_t>(kHeaderSize + size + kWordSize)));
+    ZTInt_msg_Init(reply);
+    reply->Param_Count = Value_Count;
+    reply->Data_Size = static_cast<int32_t>(size);
+    std::memset(ZTInt_msg_Data_Addr(reply), 0, kWordSize);
+    ZTInt_msg_info info;
+    ZTInt_msg_info_Init(&info, reply);
+    bool encoded = true;
+    for (int i = 0; i < Value_Count && encoded; ++i)
+        encoded = Encode_Value(info, i);
+    ZTInt_String_Free(info.Error);
+    if (!encoded || ZTInt_msg_Available(&info) != 0) {
+        ZTInt_msg_Free(reply);
+        return nullptr;
+    }
+    ZTInt_msg_Init_Reply(reply, call);
+    return reply;
 }
 
 const char* Svr_Values::Text(int index) const
@@ -38,9 +192,32 @@ const char* Svr_Values::Text(int index) const
 
 void Svr_Values::Set_Text(int index, const char* text)
 {
+    if (text == nullptr)
+        text = "";
     Cell& cell = Cells[index];
-    ZTInt_String_Free(cell.Text);
-    cell.Text = ZTInt_String_New(text);
+    if (!Assign_Text(cell, text, static_cast<int64_t>(std::strlen(text))))
+        ZTInt_abort3("memory allocation failed for a text of the server's answer", __FILE__,
+                     __LINE__);
+}
+
+void Svr_Values::Move_Text(int index, Svr_Values& from, int from_index)
+{
+    Cell& to = Cells[index];
+    Cell& source = from.Cells[from_index];
+    std::swap(to.Text, source.Text);
+    std::swap(to.Length, source.Length);
+    std::swap(to.Room, source.Room);
+    // The source keeps what was here as a buffer for its next text.
+    if (source.Text == nullptr)
+        return;
+    if (source.Room == 0) {
+        ZTInt_String_Free(source.Text);
+        source.Text = nullptr;
+        source.Length = kUnknown;
+    } else {
+        source.Text[0] = '\0';
+        source.Length = 0;
+    }
 }
 
 std::vector<std::string> Svr_Values::Texts(int index) const
