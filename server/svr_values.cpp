@@ -147,15 +147,8 @@ bool Svr_Values::Encode_Value(ZTInt_msg_info& info, int index)
         return ZTInt_rpc_Encode(&info, type, Pointer_Of(index)) != 0;
     // The length is known: no second pass over the text to measure it.
     const Cell& cell = Cells[index];
-    const int64_t length = Text_Length(cell);
-    if (!ZTInt_rpc_type_Encode(&info, type) ||
-        !ZTInt_rpc_int_Encode(&info, static_cast<int32_t>(length)) ||
-        ZTInt_msg_Available(&info) < length)
-        return false;
-    if (length > 0)
-        std::memcpy(info.Current, cell.Text, static_cast<size_t>(length));
-    info.Current += length;
-    return true;
+    return ZTInt_rpc_type_Encode(&info, type) &&
+           ZTInt_rpc_String_Encode_Bytes(&info, cell.Text, Text_Length(cell));
 }
 
 ZTInt_msg_struct* Svr_Values::Encode_Reply(const ZTInt_msg_struct* call)
