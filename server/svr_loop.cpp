@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "server/svr_status.h"
@@ -18,6 +19,10 @@ volatile int Svr_Stop_Signal = 0;
 namespace {
 
 constexpr int32_t kLargestKeptBuffer = 8 * 1024 * 1024;
+// The status file is written once the loop has been quiet this long, or at the latest
+// after kLongestStale.
+constexpr std::chrono::milliseconds kQuiet{2};
+constexpr std::chrono::milliseconds kLongestStale{100};
 
 void On_Stop_Signal(int number)
 {
@@ -80,6 +85,8 @@ std::string Svr_Loop::Run()
     std::string reason = Serve();
     while (!Clients.empty())
         Drop_Client(Clients.size() - 1);
+    if (Status_Stale)
+        Publish_Status();
     return reason;
 }
 
@@ -95,9 +102,12 @@ std::string Svr_Loop::Serve()
         if (timeout == 0)
             return "idle";
         Update_Poll_Set();
-        timespec limit = {timeout / 1000, (timeout % 1000) * 1000000L};
+        const int bound = Wait_Bound_Ms(timeout);
+        timespec limit = {bound / 1000, (bound % 1000) * 1000000L};
         const int ready =
-            ppoll(Wanted.data(), Wanted.size(), timeout < 0 ? nullptr : &limit, &waiting_mask);
+            ppoll(Wanted.data(), Wanted.size(), bound < 0 ? nullptr : &limit, &waiting_mask);
+        if (ready == 0 && Status_Stale)
+            Publish_Status();  // nothing came for a while: nobody waits for the server
         if (ready <= 0)
             continue;  // timeout, or a signal (EINTR): the checks above decide
         // Clients first: a client added by the point below has no entry in wanted.
@@ -179,7 +189,7 @@ void Svr_Loop::Start_Client(ZTInt_msg_struct* startup)
         return;
     Clients.push_back(std::move(client));
     Idle_Since = std::chrono::steady_clock::time_point();
-    Publish_Status();
+    Mark_Status_Stale();
 }
 
 // Buffers of huge messages go back to the system once the messages are done; the
@@ -198,13 +208,37 @@ void Svr_Loop::Drop_Client(std::size_t index)
         Svr_Trace::Client_Event("disconnect", client.Number(), client.Pid());
     Dispatcher.Client_Gone(Clients[index]->State());
     Clients.erase(Clients.begin() + static_cast<std::ptrdiff_t>(index));
-    Publish_Status();
+    Mark_Status_Stale();
 }
 
-void Svr_Loop::Publish_Status() const
+void Svr_Loop::Publish_Status()
 {
+    Status_Stale = false;
     if (!Options.Status_Path.empty())
         Svr_Status_Write(Options.Status_Path, Svr_Status{getpid(), Started, Clients.size()});
+}
+
+// A client that has just connected makes its first call at once: the status file is
+// written once the loop has nothing to do, not in the client's way.
+void Svr_Loop::Mark_Status_Stale()
+{
+    if (!Status_Stale)
+        Stale_Since = std::chrono::steady_clock::now();
+    Status_Stale = true;
+}
+
+// The bound of the next wait: the idle bound, or a short one while the status file
+// is stale, which is written now if it has waited long enough.
+int Svr_Loop::Wait_Bound_Ms(int idle_timeout)
+{
+    if (!Status_Stale)
+        return idle_timeout;
+    if (std::chrono::steady_clock::now() - Stale_Since >= kLongestStale) {
+        Publish_Status();
+        return idle_timeout;
+    }
+    const int quiet = static_cast<int>(kQuiet.count());
+    return idle_timeout < 0 ? quiet : std::min(idle_timeout, quiet);
 }
 
 // What is left in the pipe after bytes that were no message can't be put back in
