@@ -41,14 +41,14 @@ int32_t Svr_Reader::Message_Size() const
     return kHeaderSize + reinterpret_cast<const ZTInt_msg_struct*>(Buffer)->Data_Size;
 }
 
-// Room for bytes, and one byte more: the decoding of a call may end its last text
-// in place.
+// Room for bytes and then some: a read that brings a whole message then leaves room
+// unused, which tells that the socket has nothing more for now.
 bool Svr_Reader::Reserve(int32_t bytes)
 {
-    const int32_t wanted = bytes + 1;
-    if (Capacity >= wanted)
+    if (Capacity > bytes)
         return true;
-    const int32_t room = wanted < kFirstRoom ? kFirstRoom : wanted;
+    const int32_t headroom = bytes / 8 + 1;
+    const int32_t room = bytes + headroom < kFirstRoom ? kFirstRoom : bytes + headroom;
     char* grown = static_cast<char*>(std::realloc(Buffer, static_cast<size_t>(room)));
     if (grown == nullptr)
         return false;
@@ -85,7 +85,7 @@ Svr_Step Svr_Reader::Step(int fd)
         // poll rather than make a read that fails.
         if (drained)
             return Svr_Step::Pending;
-        const int32_t room = Capacity - 1 - Filled;
+        const int32_t room = Capacity - Filled;
         const ssize_t count = ::read(fd, Buffer + Filled, static_cast<size_t>(room));
         if (count < 0) {
             if (errno == EINTR)

@@ -37,8 +37,6 @@ public:
     [[nodiscard]] bool More_May_Be_There() const { return Filled > 0 || Read_Filled_Room; }
     // Drops every buffered byte, e.g. after Broken.
     void Reset();
-    // The bytes the buffer holds at most before it grows; for tests.
-    [[nodiscard]] int32_t Room() const { return Capacity; }
 
 private:
     [[nodiscard]] bool Header_Is_Whole() const;
