@@ -46,7 +46,9 @@ Svr_Step Svr_Client::Read_Step(Svr_Dispatcher& dispatcher)
     if (step != Svr_Step::Complete)
         return step;
     ZTInt_msg_struct* call = Reader.Message();
-    ZTInt_msg_struct* answer = dispatcher.Answer(Client_State, call);
+    // The call's texts are read where they are unless a next call follows them.
+    const Svr_Texts texts = Reader.Message_Ends_Buffer() ? Svr_Texts::In_Place : Svr_Texts::Copied;
+    ZTInt_msg_struct* answer = dispatcher.Answer(Client_State, call, texts);
     Svr_Trace::Call(call, answer);
     Reader.Consume();
     Send(answer);

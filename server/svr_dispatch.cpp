@@ -61,14 +61,15 @@ void Svr_Dispatcher::Add(ZTInt_opcode opcode, Call_Handler handler)
     };
 }
 
-ZTInt_msg_struct* Svr_Dispatcher::Answer(Svr_Client_State& client, ZTInt_msg_struct* call)
+ZTInt_msg_struct* Svr_Dispatcher::Answer(Svr_Client_State& client, ZTInt_msg_struct* call,
+                                         Svr_Texts texts)
 {
     const ZTInt_call_entry* entry = ZTInt_call_Find(call->Procedure);
     if (call->Type != ZTInt_msg_type_Call || entry == nullptr || entry->Kind == ZTInt_call_Declared)
         return Error_Answer(call);
     // The two lists are kept from call to call, and so are their buffers.
     In.Reset(entry->Types_In, entry->In_Count);
-    if (!In.Decode(call))
+    if (!In.Decode(call, texts))
         return Error_Answer(call);
     Out.Reset(entry->Types_Out, entry->Out_Count);
     Svr_Request request{client, *entry, In, Out};

@@ -47,7 +47,9 @@ public:
 
     // The answer to call, a new message the caller frees; never NULL. Not reentrant:
     // the values of one call are kept for the next.
-    [[nodiscard]] ZTInt_msg_struct* Answer(Svr_Client_State& client, ZTInt_msg_struct* call);
+    // texts tells where the call's texts are decoded to (see Svr_Values::Decode).
+    [[nodiscard]] ZTInt_msg_struct* Answer(Svr_Client_State& client, ZTInt_msg_struct* call,
+                                           Svr_Texts texts = Svr_Texts::Copied);
     // True once a client has asked the server to shut down.
     bool Shutdown_Requested() const { return Shutdown; }
     // The client has gone: its objects go too.

@@ -30,6 +30,9 @@ public:
     [[nodiscard]] Svr_Step Step(int fd);
     // The complete message, valid until Consume or Reset.
     [[nodiscard]] ZTInt_msg_struct* Message();
+    // True when no byte of a next message follows the complete one in the buffer: the
+    // byte after it may then be written (there is always room for one).
+    [[nodiscard]] bool Message_Ends_Buffer() const { return Filled == Message_Size(); }
     // Done with the complete message: the bytes after it move to the front.
     void Consume();
     // True when the descriptor may hold more right now: the buffer has bytes of a next

@@ -20,9 +20,20 @@ constexpr int64_t kLargestKept = 8 * 1024 * 1024;
 Svr_Values::~Svr_Values()
 {
     for (Cell& cell : Cells) {
-        ZTInt_String_Free(cell.Text);
+        Release_Text(cell);
+        ZTInt_String_Free(cell.Buffer);
         ZTInt_StringArray_Free(cell.Texts);
     }
+}
+
+// The cell holds no text; its buffer stays.
+void Svr_Values::Release_Text(Cell& cell)
+{
+    if (cell.Text != nullptr && cell.Text != cell.Buffer && !cell.Borrowed)
+        ZTInt_String_Free(cell.Text);
+    cell.Text = nullptr;
+    cell.Length = kUnknown;
+    cell.Borrowed = false;
 }
 
 void Svr_Values::Reset(const ZTInt_rpc_type* types, int count)
@@ -36,14 +47,11 @@ void Svr_Values::Reset(const ZTInt_rpc_type* types, int count)
         cell.Object = {0, 0, 0, 0};
         ZTInt_StringArray_Free(cell.Texts);
         cell.Texts = nullptr;
-        if (cell.Room == 0 || cell.Room > kLargestKept) {
-            ZTInt_String_Free(cell.Text);
-            cell.Text = nullptr;
+        Release_Text(cell);
+        if (cell.Room > kLargestKept) {
+            ZTInt_String_Free(cell.Buffer);
+            cell.Buffer = nullptr;
             cell.Room = 0;
-            cell.Length = kUnknown;
-        } else {
-            cell.Text[0] = '\0';
-            cell.Length = 0;
         }
     }
 }
@@ -63,10 +71,13 @@ void* Svr_Values::Pointer_Of(int index)
 void* const* Svr_Values::Pointers()
 {
     for (int i = 0; i < Value_Count; ++i) {
+        Cell& cell = Cells[i];
         if (Type_List[i] == ZTInt_rpc_type_String) {
-            // A decoder may put a text of its own there: its size is not known.
-            Cells[i].Length = kUnknown;
-            Cells[i].Room = 0;
+            // A decoder may put a heap text of its own there, which the cell then owns:
+            // a text left in a message becomes the cell's own first.
+            if (cell.Borrowed && !Assign_Text(cell, cell.Text, Text_Length(cell)))
+                ZTInt_abort3("memory allocation failed for a text of the server", __FILE__, __LINE__);
+            cell.Length = kUnknown;
         }
         Value_Pointers[i] = Pointer_Of(i);
     }
@@ -76,49 +87,75 @@ void* const* Svr_Values::Pointers()
 bool Svr_Values::Assign_Text(Cell& cell, const char* bytes, int64_t length)
 {
     if (cell.Room < length + 1) {
-        ZTInt_String_Free(cell.Text);
-        cell.Room = 0;
-        cell.Length = kUnknown;
-        cell.Text = ZTInt_String_Alloc(length);
-        if (cell.Text == nullptr)
+        char* grown = ZTInt_String_Alloc(length);
+        if (grown == nullptr)
             return false;
+        if (length > 0)
+            std::memcpy(grown, bytes, static_cast<size_t>(length));  // bytes may be in the old buffer
+        Release_Text(cell);
+        ZTInt_String_Free(cell.Buffer);
+        cell.Buffer = grown;
         cell.Room = length + 1;
+    } else {
+        if (length > 0)
+            std::memmove(cell.Buffer, bytes, static_cast<size_t>(length));
+        if (cell.Text != cell.Buffer)
+            Release_Text(cell);
     }
-    if (length > 0)
-        std::memcpy(cell.Text, bytes, static_cast<size_t>(length));
-    cell.Text[length] = '\0';
+    cell.Buffer[length] = '\0';
+    cell.Text = cell.Buffer;
     cell.Length = length;
+    cell.Borrowed = false;
     return true;
 }
 
-bool Svr_Values::Decode_Text(ZTInt_msg_info& info, Cell& cell)
+bool Svr_Values::Decode_Text(ZTInt_msg_info& info, Cell& cell, Svr_Texts texts)
 {
     ZTInt_rpc_type tag = 0;
     int32_t length = 0;
     if (!ZTInt_rpc_type_Decode(&info, &tag) || tag != ZTInt_rpc_type_String ||
-        !ZTInt_rpc_int_Decode(&info, &length) || length < 0 ||
-        length > ZTInt_msg_Available(&info) || !Assign_Text(cell, info.Current, length))
+        !ZTInt_rpc_int_Decode(&info, &length) || length < 0 || length > ZTInt_msg_Available(&info))
         return false;
+    if (texts == Svr_Texts::Copied) {
+        if (!Assign_Text(cell, info.Current, length))
+            return false;
+    } else {
+        Release_Text(cell);
+        cell.Text = info.Current;  // ended once the whole list has been read
+        cell.Length = length;
+        cell.Borrowed = true;
+    }
     info.Current += length;
     return true;
 }
 
-bool Svr_Values::Decode(ZTInt_msg_struct* message)
+bool Svr_Values::Decode(ZTInt_msg_struct* message, Svr_Texts texts)
 {
     ZTInt_msg_info info;
     ZTInt_msg_info_Init(&info, message);
     bool decoded = true;
     for (int i = 0; i < Value_Count && decoded; ++i) {
-        // Texts go into the kept buffers; the other types decode without allocating.
+        // Texts go into the kept buffers or stay; the other types decode without
+        // allocating.
         decoded = Type_List[i] == ZTInt_rpc_type_String
-                      ? Decode_Text(info, Cells[i])
+                      ? Decode_Text(info, Cells[i], texts)
                       : ZTInt_rpc_Decode(&info, Type_List[i], Pointer_Of(i)) != 0;
     }
     ZTInt_String_Free(info.Error);
-    return decoded && ZTInt_msg_Available(&info) == 0;
+    decoded = decoded && ZTInt_msg_Available(&info) == 0;
+    // A text left in the message ends where the next value's tag was, or just after the
+    // data: only now that every value has been read can the bytes be overwritten.
+    for (int i = 0; i < Value_Count; ++i) {
+        Cell& cell = Cells[i];
+        if (!decoded)
+            Release_Text(cell);  // a list that failed holds no texts
+        else if (cell.Borrowed)
+            cell.Text[cell.Length] = '\0';
+    }
+    return decoded;
 }
 
-int64_t Svr_Values::Text_Length(const Cell& cell) const
+int64_t Svr_Values::Text_Length(const Cell& cell)
 {
     if (cell.Text == nullptr)
         return 0;
@@ -187,8 +224,7 @@ void Svr_Values::Set_Text(int index, const char* text)
 {
     if (text == nullptr)
         text = "";
-    Cell& cell = Cells[index];
-    if (!Assign_Text(cell, text, static_cast<int64_t>(std::strlen(text))))
+    if (!Assign_Text(Cells[index], text, static_cast<int64_t>(std::strlen(text))))
         ZTInt_abort3("memory allocation failed for a text of the server's answer", __FILE__,
                      __LINE__);
 }
@@ -197,20 +233,13 @@ void Svr_Values::Move_Text(int index, Svr_Values& from, int from_index)
 {
     Cell& to = Cells[index];
     Cell& source = from.Cells[from_index];
+    Release_Text(to);
+    // The text goes with its buffer; the source keeps this cell's buffer for its next.
     std::swap(to.Text, source.Text);
     std::swap(to.Length, source.Length);
+    std::swap(to.Borrowed, source.Borrowed);
+    std::swap(to.Buffer, source.Buffer);
     std::swap(to.Room, source.Room);
-    // The source keeps what was here as a buffer for its next text.
-    if (source.Text == nullptr)
-        return;
-    if (source.Room == 0) {
-        ZTInt_String_Free(source.Text);
-        source.Text = nullptr;
-        source.Length = kUnknown;
-    } else {
-        source.Text[0] = '\0';
-        source.Length = 0;
-    }
 }
 
 std::vector<std::string> Svr_Values::Texts(int index) const

@@ -15,6 +15,10 @@
 #include "ztint_utils/ztint_message.h"
 #include "ztint_utils/ztint_objects.h"
 
+// Where decoded texts live: copied into the values' own buffers, or left in the
+// message they came in.
+enum class Svr_Texts { Copied, In_Place };
+
 class Svr_Values {
 public:
     // The longest list of the table of calls has 8 values.
@@ -36,8 +40,10 @@ public:
     void* const* Pointers();
 
     // Decodes the data of message by the list's types; true if every value decoded
-    // and no byte was left over. Texts are copied into the kept buffers.
-    [[nodiscard]] bool Decode(ZTInt_msg_struct* message);
+    // and no byte was left over. Texts are copied into the kept buffers, or with
+    // In_Place stay in message and are ended there: message's data change, the byte
+    // after them must be writable, and the texts last until the list starts over.
+    [[nodiscard]] bool Decode(ZTInt_msg_struct* message, Svr_Texts texts = Svr_Texts::Copied);
     // The list encoded as the reply to call, a new pool message; NULL if the values
     // exceed the largest message.
     [[nodiscard]] ZTInt_msg_struct* Encode_Reply(const ZTInt_msg_struct* call);
@@ -62,17 +68,22 @@ private:
 
     struct Cell {
         int32_t Number = 0;
-        char* Text = nullptr;        // heap text or NULL
-        int64_t Length = kUnknown;   // of Text, when known
-        int64_t Room = 0;            // bytes of Text's buffer; 0 when not known
+        // The text: NULL, Buffer, a text left in a message (Borrowed), or a heap text
+        // a decoder put there through Pointers().
+        char* Text = nullptr;
+        int64_t Length = kUnknown;  // of Text, when known
+        bool Borrowed = false;
+        char* Buffer = nullptr;     // the cell's own, kept for its next texts
+        int64_t Room = 0;           // bytes of Buffer
         char** Texts = nullptr;
         ZTInt_obj_struct Object = {0, 0, 0, 0};
     };
 
+    static void Release_Text(Cell& cell);
     [[nodiscard]] void* Pointer_Of(int index);
-    [[nodiscard]] bool Assign_Text(Cell& cell, const char* bytes, int64_t length);
-    [[nodiscard]] bool Decode_Text(ZTInt_msg_info& info, Cell& cell);
-    [[nodiscard]] int64_t Text_Length(const Cell& cell) const;
+    [[nodiscard]] static bool Assign_Text(Cell& cell, const char* bytes, int64_t length);
+    [[nodiscard]] static bool Decode_Text(ZTInt_msg_info& info, Cell& cell, Svr_Texts texts);
+    [[nodiscard]] static int64_t Text_Length(const Cell& cell);
     [[nodiscard]] int64_t Data_Size() const;
     [[nodiscard]] bool Encode_Value(ZTInt_msg_info& info, int index);
 
