@@ -59,6 +59,9 @@ public:
     long Get_Count() const { return Count; }
     long Get_Capacity() const { return Capacity; }
     long Get_Options() const { return Options; }
+    // The element deleter and image function from now on.
+    void Set_Deleter(Utl_Element_Deleter Value) { Deleter = Value; }
+    void Set_Image_Function(Utl_Element_Image Value) { Image_Function = Value; }
     void* const* Get_Elements() const { return Elements; }
     void* operator[](long Index) const { return Elements[Index]; }
 

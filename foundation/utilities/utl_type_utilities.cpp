@@ -46,6 +46,16 @@ const Code_Unit* const Utl_Domain_Case_Table[] = {Case_Unchanged, Case_Lower, Ca
                                                   nullptr};
 
 const Code_Unit* const Utl_Type_Utilities::Null_Word = u"null";
+const Code_Unit* const Utl_Type_Utilities::Verbose = u"verbose";
+const Code_Unit* const Utl_Type_Utilities::All = u"all";
+const Code_Unit* const Utl_Type_Utilities::Off = u"off";
+const Code_Unit* const Utl_Type_Utilities::Freed = u"freed";
+const Code_Unit* const Utl_Type_Utilities::Names = u"names";
+const Code_Unit* const Utl_Type_Utilities::Trees = u"trees";
+const Code_Unit* const Utl_Type_Utilities::Domain_Table = u"domain_table";
+const Code_Unit* const Utl_Type_Utilities::Null_Object = u"null_object";
+const Code_Unit* const Utl_Type_Utilities::Trace_Start = u"==> ";
+const Code_Unit* const Utl_Type_Utilities::Show_Start = u"--- ";
 const Code_Unit* const Utl_Type_Utilities::Exclude = u"exclude";
 const Code_Unit* const Utl_Type_Utilities::Domain = u"domain";
 const Code_Unit* const Utl_Type_Utilities::Empty_Array = u"empty_array";
