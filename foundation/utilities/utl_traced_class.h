@@ -91,3 +91,59 @@ void Operation(const Utl_Trace_Class& Class, Utl_Trace_Words* Object, const void
                long Count, long Capacity, const Utl_Trace_Image& Image);
 
 }  // namespace Utl_Traced
+
+// The trace line of an operation at its start and its show block at its end. Detail
+// gives the line's text behind the label and Image the object's image; neither is
+// called unless the words ask for something.
+template <class Detail_Function, class Image_Function>
+class Utl_Trace_Scope {
+public:
+    Utl_Trace_Scope(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+                    const void* Address, const Utl_Trace_Op& Op, Detail_Function Detail,
+                    Image_Function Image)
+        : Image(Image) {
+        if (Utl_Trace_Active(Class.Words, Object)) [[unlikely]] {
+            Active_Class = &Class;
+            Words = &Object;
+            Object_Address = Address;
+            Operation = &Op;
+            Utl_Traced::Before(Class, Object, Address, Op, Detail());
+        }
+    }
+    ~Utl_Trace_Scope() {
+        if (Active_Class) [[unlikely]]
+            Utl_Traced::After(*Active_Class, *Words, Object_Address, *Operation,
+                              Utl_Trace_Image(Image));
+    }
+    Utl_Trace_Scope(const Utl_Trace_Scope&) = delete;
+    Utl_Trace_Scope& operator=(const Utl_Trace_Scope&) = delete;
+
+private:
+    Image_Function Image;
+    const Utl_Trace_Class* Active_Class = nullptr;
+    const Utl_Trace_Words* Words = nullptr;
+    const void* Object_Address = nullptr;
+    const Utl_Trace_Op* Operation = nullptr;
+};
+
+// The life hooks of a class, behind the cheap tests.
+inline void Utl_Trace_Created(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+                              void* Address) {
+    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object))
+        Utl_Traced::Created(Class, Object, Address);
+}
+inline void Utl_Trace_Deleted(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+                              void* Address) {
+    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object))
+        Utl_Traced::Deleted(Class, Object, Address);
+}
+inline void Utl_Trace_Reused(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+                             void* Address) {
+    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object))
+        Utl_Traced::Reused(Class, Object, Address);
+}
+inline void Utl_Trace_Freed(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+                            void* Address) {
+    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object))
+        Utl_Traced::Freed(Class, Object, Address);
+}

@@ -714,6 +714,7 @@ void Utl_Tracing::Command_Loop(void* Evaluator) {
 
 void Utl_Tracing::Object_Operation(const Fnd_String& Target, const Fnd_String& Command,
                                    const Fnd_String& First, const Fnd_String& Second) {
+    Registry_Guard guard;
     Trace_Call(u"Object_Operation ", Target + u" " + Command + u" " + First + u" " + Second,
                false);
     Registry& registry = The_Registry();
@@ -768,6 +769,7 @@ void Utl_Tracing::Object_Operation(const Fnd_String& Target, const Fnd_String& C
 
 void Utl_Tracing::Show_Command(const Fnd_String& Target, const Fnd_String& First,
                                const Fnd_String& Second, const Fnd_String& Third) {
+    Registry_Guard guard;
     Trace_Call(u"Show_Command ", Target + u" " + First + u" " + Second, false);
     Fnd_String option(First);
     if (!Second.Is_Empty()) option.Append(u":" + Second);
@@ -860,6 +862,7 @@ void Dissect_Word(const Fnd_String& Word, Utl_Pointer_Array& Values) {
 }  // namespace
 
 bool Utl_Tracing::Dissect_Value(const Fnd_String& Text, Utl_Pointer_Array& Values) {
+    Registry_Guard guard;
     Values.Set_Deleter(Utl_Trace_Data::Deleter);
     Values.Set_Image_Function(Utl_Trace_Data::Element_Image);
     Trace_Call(u"Dissect_Value \"", Text + u"\"", false);
@@ -903,6 +906,7 @@ bool Utl_Tracing::Dissect_Value(const Fnd_String& Text, Utl_Pointer_Array& Value
 
 void Utl_Tracing::Check_Arguments(Utl_Pointer_Array& Values, Utl_Trace_Option_Kind Kind,
                                   const Utl_Tracing_Tables& Tables) {
+    Registry_Guard guard;
     Trace_Call(u"Check_Arguments ", Number_Text(Kind), false);
     if (Kind < Utl_Trace_Kind_Trace || Kind > Utl_Trace_Kind_Break) return;
     auto element_at = [&](long I) { return static_cast<Utl_Trace_Data*>(Values[I]); };
@@ -1048,6 +1052,7 @@ void Utl_Tracing::Check_Arguments(Utl_Pointer_Array& Values, Utl_Trace_Option_Ki
 // ---- The command loop
 
 void Utl_Tracing::Run_Commands(const Utl_Command_Source& Next_Line) {
+    Registry_Guard guard;
     Fnd_String line;
     while (Next_Line(line)) {
         const Utl_String_Array words(line, 10, 0);

@@ -4,8 +4,12 @@
 #include <vector>
 
 #include "foundation/base/fnd_string.h"
+#include "foundation/utilities/utl_long_array.h"
 #include "foundation/utilities/utl_pointer_array.h"
+#include "foundation/utilities/utl_pointer_map.h"
+#include "foundation/utilities/utl_string_array.h"
 #include "foundation/utilities/utl_string_map.h"
+#include "foundation/utilities/utl_string_set.h"
 #include "foundation/utilities/utl_tracing.h"
 #include "foundation/utilities/utl_tracing_utilities.h"
 #include "tests/foundation/base/message_test_support.h"
@@ -354,4 +358,81 @@ TEST_F(TracingTest, BitsAndBytesImages) {
     Utl_Tracing_Utilities::Aligned_Value(field, 42L, 5, true, false);
     Utl_Tracing_Utilities::prefix = nullptr;
     EXPECT_EQ(Narrow(field), "#    count => 3\n   42");
+}
+
+// ---- Show output of each container kind
+
+
+namespace {
+
+template <class Container>
+std::string Shown(const Container& Object) {
+    testing::internal::CaptureStdout();
+    Object.Show(u"now");
+    return Without(testing::internal::GetCapturedStdout(), &Object);
+}
+
+}  // namespace
+
+TEST_F(TracingTest, EachContainerKindShowsItsContent) {
+    Utl_String_Map map(Utl_Range_String, 7);
+    map.Set_Name(u"m");
+    map.Bind(u"k", Fnd_String(u"v"));
+    Utl_String_Set set(7);
+    set.Add(u"b");
+    set.Add(u"a");
+    Utl_Pointer_Map pointers(Utl_Domain_Long, Utl_Range_Long, 7);
+    pointers.Bind(2L, 20L);
+    Utl_Pointer_Set words(Utl_Range_Long, 7);
+    words.Add(reinterpret_cast<void*>(5L));
+    Utl_Pointer_Array array(4);
+    array.Add(nullptr);
+    Utl_String_Array strings(4);
+    strings.Add(u"one");
+    strings.Add(u"two");
+    Utl_Long_Array numbers(4);
+    numbers.Add(7);
+    numbers.Add(-1);
+    Utl_String_Array empty(4);
+    empty.Set_Name(u"nothing");
+
+    EXPECT_EQ(Shown(map), "\n--- Utl_String_Map: m @ now\n   k => \"v\"\n");
+    EXPECT_EQ(Shown(set), "\n--- Utl_String_Set: @ now\n   \"a\"\n   \"b\"\n");
+    EXPECT_EQ(Shown(pointers), "\n--- Utl_Pointer_Map: @ now\n   2 => 20\n");
+    EXPECT_EQ(Shown(words), "\n--- Utl_Pointer_Set: @ now\n   5\n");
+    EXPECT_EQ(Shown(array), "\n--- Utl_Pointer_Array: @ now\n   null\n");
+    EXPECT_EQ(Shown(strings), "\n--- Utl_String_Array: @ now\n   one\n   two\n");
+    EXPECT_EQ(Shown(numbers), "\n--- Utl_Long_Array: @ now\n   7\n   -1\n");
+    EXPECT_EQ(Shown(empty), "\n--- Utl_String_Array: nothing @ now\n   empty_array\n");
+}
+
+TEST_F(TracingTest, ALongArrayHasNoWordsAndTakesNoPendingCommand) {
+    Apply(u"all", Utl_Trace_Kind_Trace, true);
+    Apply(u"numbers:bind", Utl_Trace_Kind_Trace, true);
+    Utl_Long_Array numbers(4);
+    numbers.Register_Object(u"numbers");  // no words: nothing to set, and no crash
+    Utl_String_Array names(4);
+    names.Register_Object(u"names");
+    EXPECT_EQ(names.Trace.trace, 1) << "the pending all reaches a class with a level";
+    testing::internal::CaptureStdout();
+    Utl_Tracing::Object_Operation(Fnd_String(u"numbers"), Fnd_String(u"show"),
+                                  Fnd_String(u"info"), Fnd_String());
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "name: numbers, length: 0, size: 4\n");
+}
+
+TEST_F(TracingTest, ArraysAndSetsTraceTheirOperations) {
+    Utl_String_Array strings(4);
+    Utl_Pointer_Set words(Utl_Range_Long, 7);
+    strings.Trace.specific_trace = (1 << 25) | (1 << 30);
+    words.Trace.specific2_trace = 1 << 2;
+    testing::internal::CaptureStdout();
+    strings.Add(u"x");
+    strings.Delete(0);
+    (void)words.Contains(reinterpret_cast<void*>(9L));
+    const std::string out =
+        Without(Without(testing::internal::GetCapturedStdout(), &strings), &words);
+    EXPECT_EQ(out,
+              "\n==> Utl_String_Array: @ Add \"x\"\n"
+              "\n==> Utl_String_Array: @ Delete 0 0\n"
+              "\n==> Utl_Pointer_Set: @ Contains 0x9\n");
 }
