@@ -65,6 +65,10 @@ void Trace_Image(const Utl_Pointer_Array& Object, Fnd_String& Out) {
     Object.Image(Out, Fnd_String::Null, 1, 1, Utl_Type_Utilities::Prefix);
 }
 
+auto Image_Of(const Utl_Pointer_Array* Object) {
+    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
+}
+
 }  // namespace
 
 const Utl_Trace_Class Array_Class{u"Utl_Pointer_Array", u"pointer_array", Utl_Pointer_Array::Class_Trace, 2247,
@@ -277,10 +281,11 @@ void Utl_Pointer_Array::Check_Index(long Index, long Last) const {
 }
 
 void Utl_Pointer_Array::Add(void* Element) {
-    Utl_Trace_Scope trace_scope(Array_Class, Trace, this, Op_Add, [&] { return Trace_Pointer(Element); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    Grow_For_Append();
-    Elements[Count++] = Element;
+    const auto detail = [&] { return Trace_Pointer(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+        Grow_For_Append();
+        Elements[Count++] = Element;
+    });
 }
 
 void Utl_Pointer_Array::Add_To_Set(void* Element) {
@@ -288,13 +293,14 @@ void Utl_Pointer_Array::Add_To_Set(void* Element) {
 }
 
 void Utl_Pointer_Array::Remove(void* Element) {
-    Utl_Trace_Scope trace_scope(Array_Class, Trace, this, Op_Remove, [&] { return Trace_Pointer(Element); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    const long at = Index(Element);
-    if (at < 0) return;
-    Dispose(Elements[at]);
-    Move_Cells(Elements + at, Elements + at + 1, Count - at - 1);
-    --Count;
+    const auto detail = [&] { return Trace_Pointer(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Remove, detail, Image_Of(this), [&] {
+        const long at = Index(Element);
+        if (at < 0) return;
+        Dispose(Elements[at]);
+        Move_Cells(Elements + at, Elements + at + 1, Count - at - 1);
+        --Count;
+    });
 }
 
 void Utl_Pointer_Array::Replace_Element(long Index, void* Element) {
@@ -307,13 +313,14 @@ void Utl_Pointer_Array::Replace_Element(long Index, void* Element) {
 }
 
 void Utl_Pointer_Array::Set(long Index, void* Element) {
-    Utl_Trace_Scope trace_scope(Array_Class, Trace, this, Op_Set, [&] { return Trace_Word(Index) + u" " + Trace_Pointer(Element); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    Check_Index(Index, INT32_MAX - 1);
-    if (Index < Count)
-        Replace_Element(Index, Element);
-    else
-        Extend_To(Index, Element);
+    const auto detail = [&] { return Trace_Word(Index) + u" " + Trace_Pointer(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Set, detail, Image_Of(this), [&] {
+        Check_Index(Index, INT32_MAX - 1);
+        if (Index < Count)
+            Replace_Element(Index, Element);
+        else
+            Extend_To(Index, Element);
+    });
 }
 
 void*& Utl_Pointer_Array::Subscript(long Index) {
@@ -329,32 +336,35 @@ long Utl_Pointer_Array::Index(void* Element) const {
 }
 
 void Utl_Pointer_Array::Sort(int (*Compare)(const void*, const void*)) {
-    Utl_Trace_Scope trace_scope(Array_Class, Trace, this, Op_Sort, [&] { return Fnd_String(); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    if (Count > 1) Hst_qsort(Elements, static_cast<size_t>(Count), sizeof(void*), Compare);
+    const auto detail = [&] { return Fnd_String(); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Sort, detail, Image_Of(this), [&] {
+        if (Count > 1) Hst_qsort(Elements, static_cast<size_t>(Count), sizeof(void*), Compare);
+    });
 }
 
 void Utl_Pointer_Array::Delete(long Index) { Delete(Index, Index); }
 
 void Utl_Pointer_Array::Delete(long From, long To) {
-    Utl_Trace_Scope trace_scope(Array_Class, Trace, this, Op_Delete, [&] { return Trace_Word(From) + u" " + Trace_Word(To); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    Check_Index(From, Count - 1);
-    Check_Index(To, Count - 1);
-    if (To < From) return;
-    for (long i = From; i <= To; ++i) Dispose(Elements[i]);
-    Move_Cells(Elements + From, Elements + To + 1, Count - To - 1);
-    Count = static_cast<int32_t>(Count - (To - From + 1));
+    const auto detail = [&] { return Trace_Word(From) + u" " + Trace_Word(To); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Delete, detail, Image_Of(this), [&] {
+        Check_Index(From, Count - 1);
+        Check_Index(To, Count - 1);
+        if (To < From) return;
+        for (long i = From; i <= To; ++i) Dispose(Elements[i]);
+        Move_Cells(Elements + From, Elements + To + 1, Count - To - 1);
+        Count = static_cast<int32_t>(Count - (To - From + 1));
+    });
 }
 
 void Utl_Pointer_Array::Insert(long Index, void* Element) {
-    Utl_Trace_Scope trace_scope(Array_Class, Trace, this, Op_Insert, [&] { return Trace_Word(Index) + u" " + Trace_Pointer(Element); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    Check_Index(Index, Count);
-    Grow_For_Append();
-    Move_Cells(Elements + Index + 1, Elements + Index, Count - Index);
-    Elements[Index] = Element;
-    ++Count;
+    const auto detail = [&] { return Trace_Word(Index) + u" " + Trace_Pointer(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Insert, detail, Image_Of(this), [&] {
+        Check_Index(Index, Count);
+        Grow_For_Append();
+        Move_Cells(Elements + Index + 1, Elements + Index, Count - Index);
+        Elements[Index] = Element;
+        ++Count;
+    });
 }
 
 void Utl_Pointer_Array::Insert(long Index, const Utl_Pointer_Array& Other) {
@@ -402,19 +412,19 @@ void Utl_Pointer_Array::Transfer(Utl_Pointer_Array& Destination, long From, long
 }
 
 void Utl_Pointer_Array::Make_Empty() {
-    if (Utl_Trace_Active(Class_Trace, Trace)) [[unlikely]]
-        Utl_Traced::Before(Array_Class, Trace, this, Op_Make_Empty, Fnd_String::Null);
+    Utl_Trace_Before(Array_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
     for (long i = 0; i < Count; ++i) Dispose(Elements[i]);
     Count = 0;
 }
 
 void Utl_Pointer_Array::Shorten(long N) {
-    Utl_Trace_Scope trace_scope(Array_Class, Trace, this, Op_Shorten, [&] { return Trace_Word(N); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    if (N < 1) return;
-    const long keep = N >= Count ? 0 : Count - N;
-    for (long i = keep; i < Count; ++i) Dispose(Elements[i]);
-    Count = static_cast<int32_t>(keep);
+    const auto detail = [&] { return Trace_Word(N); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Shorten, detail, Image_Of(this), [&] {
+        if (N < 1) return;
+        const long keep = N >= Count ? 0 : Count - N;
+        for (long i = keep; i < Count; ++i) Dispose(Elements[i]);
+        Count = static_cast<int32_t>(keep);
+    });
 }
 
 bool Utl_Pointer_Array::operator==(const Utl_Pointer_Array& Other) const {

@@ -98,6 +98,10 @@ void Trace_Image(const Utl_Pointer_Map& Object, Fnd_String& Out) {
     Object.Image(Out, Fnd_String::Null, 1, 1, Utl_Type_Utilities::Prefix, Utl_Type_Utilities::Arrow, 1);
 }
 
+auto Image_Of(const Utl_Pointer_Map* Object) {
+    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
+}
+
 }  // namespace
 
 const Utl_Trace_Class Map_Class{u"Utl_Pointer_Map", u"pointer_map", Utl_Pointer_Map::Class_Trace, 2247,
@@ -130,6 +134,10 @@ namespace {
 
 void Trace_Image(const Utl_Pointer_Set& Object, Fnd_String& Out) {
     Object.Image(Out, Fnd_String::Null, 1, 1, Utl_Type_Utilities::Prefix);
+}
+
+auto Image_Of(const Utl_Pointer_Set* Object) {
+    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
 }
 
 }  // namespace
@@ -334,41 +342,42 @@ long Utl_Pointer_Map::Bind(void* Key, void* Range) {
 }
 
 long Utl_Pointer_Map::Bind(long Key, long Range) {
-    Utl_Trace_Scope trace_scope(Map_Class, Trace, this, Op_Bind, [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)) + Utl_Type_Utilities::Arrow + Trace_Pointer(reinterpret_cast<const void*>(Range)); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    if (utl_pointer_map_data* node = Find(Key)) {
-        replace_range(node, Range);
-        return 0;
-    }
-    utl_pointer_map_data** tail = &Table[Bucket_Of(Key)];
-    while (*tail) tail = &(*tail)->next;
-    *tail = Get_Map_Node(Key, Range);
-    ++Count;
-    return 1;
+    const auto detail = [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)) + Utl_Type_Utilities::Arrow + Trace_Pointer(reinterpret_cast<const void*>(Range)); };
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Bind, detail, Image_Of(this), [&] {
+        if (utl_pointer_map_data* node = Find(Key)) {
+            replace_range(node, Range);
+            return 0;
+        }
+        utl_pointer_map_data** tail = &Table[Bucket_Of(Key)];
+        while (*tail) tail = &(*tail)->next;
+        *tail = Get_Map_Node(Key, Range);
+        ++Count;
+        return 1;
+    });
 }
 
 long Utl_Pointer_Map::Unbind(void* Key) { return Unbind(reinterpret_cast<long>(Key)); }
 
 long Utl_Pointer_Map::Unbind(long Key) {
-    Utl_Trace_Scope trace_scope(Map_Class, Trace, this, Op_Unbind, [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    if (Count == 0) return 0;
-    for (utl_pointer_map_data** link = &Table[Bucket_Of(Key)]; *link; link = &(*link)->next) {
-        utl_pointer_map_data* node = *link;
-        if (node->domain != Key) continue;
-        *link = node->next;
-        --Count;
-        if (Domain_Deleter) Domain_Deleter(node->domain);
-        if (Range_Deleter) Range_Deleter(node->range);
-        Free_Map_Nodes.Give(node);
-        return 1;
-    }
-    return 0;
+    const auto detail = [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); };
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Unbind, detail, Image_Of(this), [&] {
+        if (Count == 0) return 0;
+        for (utl_pointer_map_data** link = &Table[Bucket_Of(Key)]; *link; link = &(*link)->next) {
+            utl_pointer_map_data* node = *link;
+            if (node->domain != Key) continue;
+            *link = node->next;
+            --Count;
+            if (Domain_Deleter) Domain_Deleter(node->domain);
+            if (Range_Deleter) Range_Deleter(node->range);
+            Free_Map_Nodes.Give(node);
+            return 1;
+        }
+        return 0;
+    });
 }
 
 void Utl_Pointer_Map::Make_Empty() {
-    if (Utl_Trace_Active(Class_Trace, Trace)) [[unlikely]]
-        Utl_Traced::Before(Map_Class, Trace, this, Op_Make_Empty, Fnd_String::Null);
+    Utl_Trace_Before(Map_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
     if (Count == 0) return;
     for (long bucket = 0; bucket < Size; ++bucket) {
         while (utl_pointer_map_data* node = Table[bucket]) {
@@ -384,8 +393,7 @@ void Utl_Pointer_Map::Make_Empty() {
 long Utl_Pointer_Map::Is_Bound(void* Key) const { return Is_Bound(reinterpret_cast<long>(Key)); }
 
 long Utl_Pointer_Map::Is_Bound(long Key) const {
-    if (Utl_Trace_Active(Class_Trace, Trace)) [[unlikely]]
-        Utl_Traced::Before(Map_Class, Trace, this, Op_Is_Bound, Trace_Pointer(reinterpret_cast<const void*>(Key)));
+    Utl_Trace_Before(Map_Class, Trace, this, Op_Is_Bound, [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
     return Find(Key) != nullptr;
 }
 
@@ -394,8 +402,7 @@ void* Utl_Pointer_Map::Get_Range(void* Key) const {
 }
 
 long Utl_Pointer_Map::Get_Range(long Key) const {
-    if (Utl_Trace_Active(Class_Trace, Trace)) [[unlikely]]
-        Utl_Traced::Before(Map_Class, Trace, this, Op_Get_Range, Trace_Pointer(reinterpret_cast<const void*>(Key)));
+    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range, [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
     const utl_pointer_map_data* node = Find(Key);
     return node ? node->range : Null_Range;
 }
@@ -408,8 +415,7 @@ long Utl_Pointer_Map::Get_Range(void* Key, void*& Out) const {
 }
 
 long Utl_Pointer_Map::Get_Range(long Key, long& Out) const {
-    if (Utl_Trace_Active(Class_Trace, Trace)) [[unlikely]]
-        Utl_Traced::Before(Map_Class, Trace, this, Op_Get_Range, Trace_Pointer(reinterpret_cast<const void*>(Key)));
+    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range, [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
     const utl_pointer_map_data* node = Find(Key);
     Out = node ? node->range : Null_Range;
     return node != nullptr;
@@ -581,8 +587,7 @@ utl_pointer_set_data* Utl_Pointer_Set::Find(long Member) const {
 }
 
 void Utl_Pointer_Set::Make_Empty() {
-    if (Utl_Trace_Active(Class_Trace, Trace)) [[unlikely]]
-        Utl_Traced::Before(Set_Class, Trace, this, Op_Make_Empty, Fnd_String::Null);
+    Utl_Trace_Before(Set_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
     if (Count == 0) return;
     for (long bucket = 0; bucket < Size; ++bucket) {
         while (utl_pointer_set_data* node = Table[bucket]) {
@@ -595,37 +600,38 @@ void Utl_Pointer_Set::Make_Empty() {
 }
 
 long Utl_Pointer_Set::Add(void* Member) {
-    Utl_Trace_Scope trace_scope(Set_Class, Trace, this, Op_Add, [&] { return Trace_Pointer(Member); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    const long word = reinterpret_cast<long>(Member);
-    if (Find(word)) return 0;
-    utl_pointer_set_data** tail = &Table[Bucket_Of(word)];
-    while (*tail) tail = &(*tail)->next;
-    *tail = Get_Set_Node(word);
-    ++Count;
-    return 1;
+    const auto detail = [&] { return Trace_Pointer(Member); };
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+        const long word = reinterpret_cast<long>(Member);
+        if (Find(word)) return 0;
+        utl_pointer_set_data** tail = &Table[Bucket_Of(word)];
+        while (*tail) tail = &(*tail)->next;
+        *tail = Get_Set_Node(word);
+        ++Count;
+        return 1;
+    });
 }
 
 long Utl_Pointer_Set::Remove(void* Member) {
-    Utl_Trace_Scope trace_scope(Set_Class, Trace, this, Op_Remove, [&] { return Trace_Pointer(Member); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    if (Count == 0) return 0;
-    const long word = reinterpret_cast<long>(Member);
-    for (utl_pointer_set_data** link = &Table[Bucket_Of(word)]; *link; link = &(*link)->next) {
-        utl_pointer_set_data* node = *link;
-        if (node->member != word) continue;
-        *link = node->next;
-        --Count;
-        if (Deleter) Deleter(node->member);
-        Free_Set_Nodes.Give(node);
-        return 1;
-    }
-    return 0;
+    const auto detail = [&] { return Trace_Pointer(Member); };
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Remove, detail, Image_Of(this), [&] {
+        if (Count == 0) return 0;
+        const long word = reinterpret_cast<long>(Member);
+        for (utl_pointer_set_data** link = &Table[Bucket_Of(word)]; *link; link = &(*link)->next) {
+            utl_pointer_set_data* node = *link;
+            if (node->member != word) continue;
+            *link = node->next;
+            --Count;
+            if (Deleter) Deleter(node->member);
+            Free_Set_Nodes.Give(node);
+            return 1;
+        }
+        return 0;
+    });
 }
 
 long Utl_Pointer_Set::Contains(void* Member) const {
-    if (Utl_Trace_Active(Class_Trace, Trace)) [[unlikely]]
-        Utl_Traced::Before(Set_Class, Trace, this, Op_Contains, Trace_Pointer(Member));
+    Utl_Trace_Before(Set_Class, Trace, this, Op_Contains, [&] { return Trace_Pointer(Member); });
     return Find(reinterpret_cast<long>(Member)) != nullptr;
 }
 

@@ -82,6 +82,10 @@ void Trace_Image(const Utl_String_Array& Object, Fnd_String& Out) {
     Object.Image(Out, 1, 0, 1, Utl_Type_Utilities::Prefix);
 }
 
+auto Image_Of(const Utl_String_Array* Object) {
+    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
+}
+
 }  // namespace
 
 const Utl_Trace_Class Array_Class{u"Utl_String_Array", u"string_array", Utl_String_Array::Class_Trace, 2247,
@@ -311,15 +315,17 @@ void Utl_String_Array::Insert_Element(long Index, Fnd_String* Element, long Own)
 // ---- Elements
 
 void Utl_String_Array::Add(const Fnd_String* Element) {
-    Utl_Trace_Scope trace_scope(Array_Class, Trace, this, Op_Add, [&] { return Element ? Trace_Quoted(*Element) : Fnd_String(u"null"); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    Insert_Element(Count, const_cast<Fnd_String*>(Element), 0);
+    const auto detail = [&] { return Element ? Trace_Quoted(*Element) : Fnd_String(u"null"); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+        Insert_Element(Count, const_cast<Fnd_String*>(Element), 0);
+    });
 }
 
 void Utl_String_Array::Add(const Fnd_String& Element) {
-    Utl_Trace_Scope trace_scope(Array_Class, Trace, this, Op_Add, [&] { return Trace_Quoted(Element); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    Insert_Element(Count, Heap_Copy(Element), 1);
+    const auto detail = [&] { return Trace_Quoted(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+        Insert_Element(Count, Heap_Copy(Element), 1);
+    });
 }
 
 void Utl_String_Array::Add(const Code_Unit* Element) { Add(Fnd_String(Element)); }
@@ -364,9 +370,10 @@ void Utl_String_Array::Set(long Index, const Fnd_String* Element) {
 }
 
 void Utl_String_Array::Set(long Index, const Fnd_String& Element) {
-    Utl_Trace_Scope trace_scope(Array_Class, Trace, this, Op_Set, [&] { return Trace_Word(Index) + u" " + Trace_Quoted(Element); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    Set_Element(Index, Heap_Copy(Element), 1);
+    const auto detail = [&] { return Trace_Word(Index) + u" " + Trace_Quoted(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Set, detail, Image_Of(this), [&] {
+        Set_Element(Index, Heap_Copy(Element), 1);
+    });
 }
 
 void Utl_String_Array::Set(long Index, const Code_Unit* Element) {
@@ -385,10 +392,11 @@ Fnd_String& Utl_String_Array::Subscript(long Index) {
 // ---- Order and search
 
 void Utl_String_Array::Sort() {
-    Utl_Trace_Scope trace_scope(Array_Class, Trace, this, Op_Sort, [&] { return Fnd_String(); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    Sort(Utl_String_Utilities::Compare_Strings);
-    Flags |= Sorted_Flag;
+    const auto detail = [&] { return Fnd_String(); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Sort, detail, Image_Of(this), [&] {
+        Sort(Utl_String_Utilities::Compare_Strings);
+        Flags |= Sorted_Flag;
+    });
 }
 
 void Utl_String_Array::Caseless_Sort() {
@@ -483,15 +491,16 @@ long Utl_String_Array::Contain_Duplicate() const {
 void Utl_String_Array::Delete(long Index) { Delete(Index, Index); }
 
 void Utl_String_Array::Delete(long From, long To) {
-    Utl_Trace_Scope trace_scope(Array_Class, Trace, this, Op_Delete, [&] { return Trace_Word(From) + u" " + Trace_Word(To); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    Check_Index(From, Count - 1);
-    Check_Index(To, Count - 1);
-    if (To < From) return;
-    for (long i = From; i <= To; ++i) Release(i);
-    std::copy(Strings + To + 1, Strings + Count, Strings + From);
-    if (Owned) std::copy(Owned + To + 1, Owned + Count, Owned + From);
-    Count = static_cast<int32_t>(Count - (To - From + 1));
+    const auto detail = [&] { return Trace_Word(From) + u" " + Trace_Word(To); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Delete, detail, Image_Of(this), [&] {
+        Check_Index(From, Count - 1);
+        Check_Index(To, Count - 1);
+        if (To < From) return;
+        for (long i = From; i <= To; ++i) Release(i);
+        std::copy(Strings + To + 1, Strings + Count, Strings + From);
+        if (Owned) std::copy(Owned + To + 1, Owned + Count, Owned + From);
+        Count = static_cast<int32_t>(Count - (To - From + 1));
+    });
 }
 
 Fnd_String* Utl_String_Array::Transfer_Delete(long Index) {
@@ -520,9 +529,10 @@ void Utl_String_Array::Insert(long Index, const Fnd_String* Element) {
 }
 
 void Utl_String_Array::Insert(long Index, const Fnd_String& Element) {
-    Utl_Trace_Scope trace_scope(Array_Class, Trace, this, Op_Insert, [&] { return Trace_Word(Index) + u" " + Trace_Quoted(Element); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    Insert_Element(Index, Heap_Copy(Element), 1);
+    const auto detail = [&] { return Trace_Word(Index) + u" " + Trace_Quoted(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Insert, detail, Image_Of(this), [&] {
+        Insert_Element(Index, Heap_Copy(Element), 1);
+    });
 }
 
 void Utl_String_Array::Insert(long Index, const Code_Unit* Element) {
@@ -596,19 +606,19 @@ long Utl_String_Array::Ordered_Insert(const Code_Unit* Element) {
 }
 
 void Utl_String_Array::Make_Empty() {
-    if (Utl_Trace_Active(Class_Trace, Trace)) [[unlikely]]
-        Utl_Traced::Before(Array_Class, Trace, this, Op_Make_Empty, Fnd_String::Null);
+    Utl_Trace_Before(Array_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
     for (long i = 0; i < Count; ++i) Release(i);
     Count = 0;
 }
 
 void Utl_String_Array::Shorten(long N) {
-    Utl_Trace_Scope trace_scope(Array_Class, Trace, this, Op_Shorten, [&] { return Trace_Word(N); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    if (N <= 0) return;
-    const long keep = N >= Count ? 0 : Count - N;
-    for (long i = keep; i < Count; ++i) Release(i);
-    Count = static_cast<int32_t>(keep);
+    const auto detail = [&] { return Trace_Word(N); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Shorten, detail, Image_Of(this), [&] {
+        if (N <= 0) return;
+        const long keep = N >= Count ? 0 : Count - N;
+        for (long i = keep; i < Count; ++i) Release(i);
+        Count = static_cast<int32_t>(keep);
+    });
 }
 
 bool Utl_String_Array::operator==(const Utl_String_Array& Other) const {

@@ -185,6 +185,8 @@ private:
                 Utl_Range_Copier Copier, Utl_Domain_Case Case,
                 Utl_String_Map_Image_Function Image);
     static Utl_String_Map* Take_Free(long Size);
+    // The text of a Bind trace line: the domain and the range.
+    Fnd_String Bind_Detail(const Fnd_String& Domain, long Range) const;
 
     Fnd_String Folded(const Fnd_String& Key) const;
     long Bucket_Of_Hash(long Hash) const;

@@ -62,6 +62,10 @@ void Trace_Image(const Utl_String_Set& Object, Fnd_String& Out) {
     Object.Image(Out, 1, 1, 1, Utl_Type_Utilities::Prefix);
 }
 
+auto Image_Of(const Utl_String_Set* Object) {
+    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
+}
+
 }  // namespace
 
 const Utl_Trace_Class Set_Class{u"Utl_String_Set", u"string_set", Utl_String_Set::Class_Trace, 2247,
@@ -176,8 +180,7 @@ long Utl_String_Set::Add_Folded(const Fnd_String& Member) {
 }
 
 void Utl_String_Set::Make_Empty() {
-    if (Utl_Trace_Active(Class_Trace, Trace)) [[unlikely]]
-        Utl_Traced::Before(Set_Class, Trace, this, Op_Make_Empty, Fnd_String::Null);
+    Utl_Trace_Before(Set_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
     if (Count == 0) return;
     for (long bucket = 0; bucket < Size; ++bucket) {
         while (utl_string_set_data* node = Table[bucket]) {
@@ -189,9 +192,10 @@ void Utl_String_Set::Make_Empty() {
 }
 
 long Utl_String_Set::Add(const Fnd_String& Member) {
-    Utl_Trace_Scope trace_scope(Set_Class, Trace, this, Op_Add, [&] { return Trace_Quoted(Member); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    return Add_Folded(Member_Case == Utl_Case_Unchanged ? Member : Folded(Member));
+    const auto detail = [&] { return Trace_Quoted(Member); };
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+        return Add_Folded(Member_Case == Utl_Case_Unchanged ? Member : Folded(Member));
+    });
 }
 
 long Utl_String_Set::Add(const Fnd_Substring& Member) { return Add(View_Text(Member)); }
@@ -199,28 +203,28 @@ long Utl_String_Set::Add(const Fnd_Substring& Member) { return Add(View_Text(Mem
 long Utl_String_Set::Add(const Code_Unit* Member) { return Add(Fnd_String(Member)); }
 
 long Utl_String_Set::Remove(const Fnd_String& Member) {
-    Utl_Trace_Scope trace_scope(Set_Class, Trace, this, Op_Remove, [&] { return Trace_Quoted(Member); },
-                                [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-    if (Count == 0) return 0;
-    const Fnd_String key = Member_Case == Utl_Case_Unchanged ? Member : Folded(Member);
-    for (utl_string_set_data** link = &Table[Bucket_Of_Hash(key.Get_Buffer().Hash())]; *link;
-         link = &(*link)->next) {
-        utl_string_set_data* node = *link;
-        if (node->member == key) {
-            *link = node->next;
-            --Count;
-            Free_Nodes.Give(node);
-            return 1;
+    const auto detail = [&] { return Trace_Quoted(Member); };
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Remove, detail, Image_Of(this), [&] {
+        if (Count == 0) return 0;
+        const Fnd_String key = Member_Case == Utl_Case_Unchanged ? Member : Folded(Member);
+        for (utl_string_set_data** link = &Table[Bucket_Of_Hash(key.Get_Buffer().Hash())]; *link;
+             link = &(*link)->next) {
+            utl_string_set_data* node = *link;
+            if (node->member == key) {
+                *link = node->next;
+                --Count;
+                Free_Nodes.Give(node);
+                return 1;
+            }
         }
-    }
-    return 0;
+        return 0;
+    });
 }
 
 long Utl_String_Set::Remove(const Code_Unit* Member) { return Remove(Fnd_String(Member)); }
 
 long Utl_String_Set::Contains(const Fnd_String& Member) const {
-    if (Utl_Trace_Active(Class_Trace, Trace)) [[unlikely]]
-        Utl_Traced::Before(Set_Class, Trace, this, Op_Contains, Trace_Quoted(Member));
+    Utl_Trace_Before(Set_Class, Trace, this, Op_Contains, [&] { return Trace_Quoted(Member); });
     if (Count == 0) return 0;
     return Find(Member_Case == Utl_Case_Unchanged ? Member : Folded(Member)) != nullptr;
 }
@@ -230,8 +234,7 @@ long Utl_String_Set::Contains(const Fnd_Substring& Member) const {
 }
 
 long Utl_String_Set::Contains(const Code_Unit* Member) const {
-    if (Utl_Trace_Active(Class_Trace, Trace)) [[unlikely]]
-        Utl_Traced::Before(Set_Class, Trace, this, Op_Contains, Trace_Quoted(Fnd_String(Member)));
+    Utl_Trace_Before(Set_Class, Trace, this, Op_Contains, [&] { return Trace_Quoted(Fnd_String(Member)); });
     if (Count == 0) return 0;
     if (Member_Case != Utl_Case_Unchanged) return Contains(Fnd_String(Member));
     const Code_Unit* text = Member ? Member : u"";

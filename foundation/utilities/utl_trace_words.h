@@ -5,6 +5,8 @@
 #pragma once
 
 #include <cstdint>
+#include <cstddef>
+#include <cstring>
 
 #include "foundation/base/fnd_code_unit.h"
 
@@ -39,10 +41,15 @@ struct Utl_Trace_Words {
 
     // Back to the state of a new object.
     void Reset() { *this = Utl_Trace_Words(); }
-    // Whether any control is set.
+    // Whether any control is set: the six words read as three 64-bit ones.
     bool Any() const {
-        return (trace | specific_trace | specific2_trace | specific_show | specific2_show |
-                specific_break) != 0;
+        static_assert(offsetof(Utl_Trace_Words, specific_break) == 20);
+        const auto* bytes = reinterpret_cast<const unsigned char*>(this);
+        uint64_t first, second, third;
+        std::memcpy(&first, bytes, 8);
+        std::memcpy(&second, bytes + 8, 8);
+        std::memcpy(&third, bytes + 16, 8);
+        return (first | second | third) != 0;
     }
 };
 

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <type_traits>
 
 #include "foundation/base/fnd_string.h"
 #include "foundation/utilities/utl_trace_words.h"
@@ -92,39 +93,63 @@ void Operation(const Utl_Trace_Class& Class, Utl_Trace_Words* Object, const void
 
 }  // namespace Utl_Traced
 
-// The trace line of an operation at its start and its show block at its end. Detail
-// gives the line's text behind the label and Image the object's image; neither is
-// called unless the words ask for something.
-template <class Detail_Function, class Image_Function>
-class Utl_Trace_Scope {
-public:
-    Utl_Trace_Scope(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
-                    const void* Address, const Utl_Trace_Op& Op, Detail_Function Detail,
-                    Image_Function Image)
-        : Image(Image) {
-        if (Utl_Trace_Active(Class.Words, Object)) [[unlikely]] {
-            Active_Class = &Class;
-            Words = &Object;
-            Object_Address = Address;
-            Operation = &Op;
-            Utl_Traced::Before(Class, Object, Address, Op, Detail());
-        }
-    }
-    ~Utl_Trace_Scope() {
-        if (Active_Class) [[unlikely]]
-            Utl_Traced::After(*Active_Class, *Words, Object_Address, *Operation,
-                              Utl_Trace_Image(Image));
-    }
-    Utl_Trace_Scope(const Utl_Trace_Scope&) = delete;
-    Utl_Trace_Scope& operator=(const Utl_Trace_Scope&) = delete;
+// The slow paths, kept out of line so that an operation with all words at 0 pays only
+// for the test.
+template <class Detail_Function>
+[[gnu::noinline, gnu::cold]] void Utl_Trace_Before_Slow(const Utl_Trace_Class& Class,
+                                                        const Utl_Trace_Words& Object,
+                                                        const void* Address,
+                                                        const Utl_Trace_Op& Op,
+                                                        Detail_Function Detail) {
+    Utl_Traced::Before(Class, Object, Address, Op, Detail());
+}
 
-private:
-    Image_Function Image;
-    const Utl_Trace_Class* Active_Class = nullptr;
-    const Utl_Trace_Words* Words = nullptr;
-    const void* Object_Address = nullptr;
-    const Utl_Trace_Op* Operation = nullptr;
-};
+template <class Image_Function>
+[[gnu::noinline, gnu::cold]] void Utl_Trace_After_Slow(const Utl_Trace_Class& Class,
+                                                       const Utl_Trace_Words& Object,
+                                                       const void* Address,
+                                                       const Utl_Trace_Op& Op,
+                                                       Image_Function Image) {
+    Utl_Traced::After(Class, Object, Address, Op, Utl_Trace_Image(Image));
+}
+
+// The trace line of an operation (and its break), Detail giving the text behind the label.
+template <class Detail_Function>
+inline void Utl_Trace_Before(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+                             const void* Address, const Utl_Trace_Op& Op,
+                             Detail_Function Detail) {
+    if (Utl_Trace_Active(Class.Words, Object)) [[unlikely]]
+        Utl_Trace_Before_Slow(Class, Object, Address, Op, Detail);
+}
+
+template <class Detail_Function, class Image_Function, class Body_Function>
+[[gnu::noinline, gnu::cold]] auto Utl_Traced_Call_Slow(const Utl_Trace_Class& Class,
+                                                       const Utl_Trace_Words& Object,
+                                                       const void* Address, const Utl_Trace_Op& Op,
+                                                       Detail_Function Detail, Image_Function Image,
+                                                       Body_Function Body) {
+    Utl_Traced::Before(Class, Object, Address, Op, Detail());
+    if constexpr (std::is_void_v<decltype(Body())>) {
+        Body();
+        Utl_Traced::After(Class, Object, Address, Op, Utl_Trace_Image(Image));
+    } else {
+        auto result = Body();
+        Utl_Traced::After(Class, Object, Address, Op, Utl_Trace_Image(Image));
+        return result;
+    }
+}
+
+// Runs Body, the operation itself; with the words set, its trace line (Detail gives the
+// text behind the label) comes before and its show block (Image) after. With all words
+// at 0 this is Body behind one test.
+template <class Detail_Function, class Image_Function, class Body_Function>
+inline auto Utl_Traced_Call(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+                            const void* Address, const Utl_Trace_Op& Op, Detail_Function Detail,
+                            Image_Function Image, Body_Function Body) {
+    if (Utl_Trace_Active(Class.Words, Object)) [[unlikely]]
+        return Utl_Traced_Call_Slow(Class, Object, Address, Op, Detail, Image, Body);
+    return Body();
+}
 
 // The life hooks of a class, behind the cheap tests.
 inline void Utl_Trace_Created(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
