@@ -18,6 +18,7 @@
 #include "foundation/base/fnd_string_library.h"
 #include "foundation/host/hst_filesystem.h"
 #include "foundation/textio/tio_streams.h"
+#include "foundation/utilities/utl_editor_interface.h"
 #include "foundation/textio/tio_text_output.h"
 #include "foundation/textio/tio_text_log_stream.h"
 #include "foundation/utilities/utl_pathname.h"
@@ -504,6 +505,15 @@ void Utl_File_Reader::Open_Block(bool Taken) {
         (void)Skip_Lines(true);
 }
 
+bool Utl_File_Reader::Process_Expression(const Fnd_String& Expression) {
+    Fnd_Condition condition;
+    long result = 0;
+    if (Utl_Script_Interface::Get().Process_Test(condition, Expression, result)) return result != 0;
+    if (condition.Failed())
+        Error_Message(condition.Image(Fnd_Detail_Normal, 0, 0, 1, 0, Fnd_String(u"; ")), 0);
+    return false;
+}
+
 void Utl_File_Reader::Do_If(long Pos) {
     const Fnd_String rest = Line.Get(Pos, Line.Get_Length() - Pos);
     long at = -1;
@@ -513,8 +523,8 @@ void Utl_File_Reader::Do_If(long Pos) {
         return;
     }
     if (!left.Is_Empty() && left[0] == u'(') {
-        Error_Message(Fnd_String(u"Expression tests are not supported"), 0);
-        Open_Block(false);
+        const long open = Utl_String_Utilities::Locate(u'(', Line, Pos);
+        Open_Block(Process_Expression(Line.Get(open + 1, Line.Get_Length() - open - 1)));
         return;
     }
     for (;;) {
@@ -804,11 +814,22 @@ void Utl_File_Reader::Message(const Code_Unit* Label, const Code_Unit* Bare, lon
     }
     line.Append(Text);
     Tio_Log.Put_Line(static_cast<Fnd_Message_Kinds>(Message_Kind), line);
+    Tell_Editor(Message_Kind == Fnd_Negative_Msg ? Text : Fnd_String());
     Line.Make_Empty();
     Position = -1;
     if (Skip_Paragraph)
         while (Read_Raw() && !Line.Is_Empty()) {
         }
+}
+
+void Utl_File_Reader::Tell_Editor(const Fnd_String& Text) const {
+    if (!(Options & (Utl_Read_Highlight | Utl_Read_Visit)) || File_Name.Is_Empty()) return;
+    Utl_Editor_Interface& editor = Utl_Editor_Interface::Get();
+    Fnd_Condition condition;
+    if (Options & Utl_Read_Highlight)
+        editor.Highlight(condition, File_Name, Line_Number, Text, Fnd_String(), 0, 0, 0, 0,
+                         Utl_Display_Default, 0);
+    if (Options & Utl_Read_Visit) (void)editor.Visit_File(condition, File_Name, Line_Number, 0);
 }
 
 void Utl_File_Reader::Error_Message(const Fnd_String& Text, long Skip_Paragraph) {

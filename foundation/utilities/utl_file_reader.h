@@ -28,6 +28,8 @@ enum Utl_File_Reader_Options : long {
     Utl_Read_Continuation = 4,   // "\" at the end of a line of a file joins the next
     Utl_Read_Conditionals = 8,   // obey #if, #ifdef, #ifndef, #else, #endif (and defines)
     Utl_Read_Defines = 16,       // obey #define, #undef
+    Utl_Read_Highlight = 32,     // messages also go to the editor interface's Highlight
+    Utl_Read_Visit = 64,         // messages also go to the editor interface's Visit_File
     Utl_Read_Unescape = 128,     // escapes are removed from a quoted token
     Utl_Read_Default = 15
 };
@@ -179,6 +181,11 @@ private:
     void Do_Define(long Pos, bool Undefine);
     void Do_Include(long Pos);
     void Do_If(long Pos);
+    // "#if (expression)": the text behind "(" to the end of the line, answered by the
+    // script interface; no answer is false, with its reason as an error message.
+    [[nodiscard]] bool Process_Expression(const Fnd_String& Expression);
+    // Options 32 and 64: a message's file and line to the editor interface.
+    void Tell_Editor(const Fnd_String& Text) const;
     void Do_Ifdef(long Pos, bool Negate);
     long Skip_Lines(bool To_Else);
     void Open_Block(bool Taken);

@@ -2,6 +2,7 @@
 
 #include "foundation/base/fnd_string.h"
 #include "foundation/utilities/utl_arguments.h"
+#include "foundation/utilities/utl_editor_interface.h"
 #include "foundation/utilities/utl_pointer_array.h"
 #include "foundation/utilities/utl_pointer_map.h"
 #include "foundation/utilities/utl_string_array.h"
@@ -174,4 +175,17 @@ void Utl_Type_Utilities::Range_Image(Fnd_String& Out, long Kind, long Range, lon
         Utl_Tracing_Utilities::Value(Out, Range, 0);
         return;
     }
+}
+
+void Utl_Type_Utilities::Call_Function(const Fnd_String& Name, const void* Object) {
+    Fnd_String ignored;
+    Call_Function(ignored, Name, Object);
+}
+
+void Utl_Type_Utilities::Call_Function(Fnd_String& Result, const Fnd_String& Name,
+                                       const void* Object) {
+    Fnd_String address;
+    Utl_Tracing_Utilities::Value(address, Object, 0);
+    const Code_Unit* const arguments[] = {address.Data(), nullptr};
+    Utl_Script_Interface::Get().Call_Function(Result, Name, arguments);
 }
