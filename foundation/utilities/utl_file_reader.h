@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "foundation/base/fnd_string.h"
+#include "foundation/utilities/utl_trace_words.h"
 
 class Tio_Text_Output_Base;
 class Utl_String_Array;
@@ -45,6 +46,14 @@ enum Utl_File_Reader_Kind : long {
 
 class Utl_File_Reader {
 public:
+    // Trace words (Utl_Tracing): level, first and second masks for the class and for each
+    // object; level 3 or "read" in the second mask prints each line Getline gives, "open"
+    // and "close" the files; bit 0 of the other word prints each obeyed directive.
+    static inline Utl_Trace_Words Class_Trace;
+    static inline int32_t other_trace = 0;
+    Utl_Trace_Words Trace;
+    int32_t Other_Trace = 0;
+
     // Files open at once (the outermost and the included) are at most this many; an
     // include beyond, or of a file that is already open, is an error in the log.
     static constexpr long Max_Include_Depth = 32;
@@ -132,6 +141,20 @@ public:
     // The descriptor of the file being read; -1 without one.
     int Get_File_Descriptor() const;
 
+    // ---- Tracing
+    // The source, position and options on one line; the long form adds the source
+    // string, the suspended files and the symbols.
+    void Image(Fnd_String& Out, bool Long_Form) const;
+    // The long image on the console stream under Label.
+    void Show(const Code_Unit* Label) const;
+    // Name is not copied and must outlive the registration.
+    void Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation = nullptr,
+                         void* Parent = nullptr);
+    void Set_Name(const Code_Unit* Name, void* Parent = nullptr);
+    // "set" (also bit value 8, the other word), "clear" and "show" on a reader.
+    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                          const Fnd_String& Second);
+
 private:
     struct Open_File {
         int Fd = -1;
@@ -172,6 +195,9 @@ private:
     std::string Pending;  // a line that runs over the end of a block
 
     void Start_File(const Fnd_String& File_Name);
+    long Read_Next_Line();
+    void Trace_Line(long Got) const;
+    void Trace_Directive() const;
     bool Open(const Fnd_String& Name, Open_File& File, Fnd_String& Failure);
     bool Read_File_Line(Fnd_String& Out);
     long Read_Raw();

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "foundation/base/fnd_string.h"
+#include "foundation/utilities/utl_file_reader.h"
 #include "foundation/utilities/utl_long_array.h"
 #include "foundation/utilities/utl_pointer_array.h"
 #include "foundation/utilities/utl_pointer_map.h"
@@ -435,4 +436,32 @@ TEST_F(TracingTest, ArraysAndSetsTraceTheirOperations) {
               "\n==> Utl_String_Array: @ Add \"x\"\n"
               "\n==> Utl_String_Array: @ Delete 0 0\n"
               "\n==> Utl_Pointer_Set: @ Contains 0x9\n");
+}
+
+// ---- The file reader's words and images
+
+TEST_F(TracingTest, TheFileReaderTracesItsLinesAndShowsItsState) {
+    Utl_File_Reader reader(Fnd_String(u"one\ntwo"), Utl_Reader_Text);
+    reader.Register_Object(u"text");
+    reader.Define_Variable(Fnd_String(u"A"), Fnd_String(u"1"));
+    Utl_Tracing::Object_Operation(Fnd_String(u"text"), Fnd_String(u"set"), Fnd_String(u"4"),
+                                  Fnd_String(u"0x4000"));  // "read" in the second mask
+    testing::internal::CaptureStdout();
+    ASSERT_TRUE(reader.Getline());
+    ASSERT_TRUE(reader.Getline());
+    ASSERT_FALSE(reader.Getline());
+    reader.Show(u"now");
+    EXPECT_EQ(Without(testing::internal::GetCapturedStdout(), &reader),
+              "\n==> Utl_File_Reader: text @ Getline 1: one\n"
+              "\n==> Utl_File_Reader: text @ Getline 2: two\n"
+              "\n==> Utl_File_Reader: text @ Getline 2: end\n"
+              "\n--- Utl_File_Reader: text @ now\n"
+              "multi, length: 7, index: 8, opts: 15\nSTRING_VALUE:one\ntwo\n"
+              "defined_symbols\n   A => 1\n");
+    EXPECT_EQ(reader.Trace.specific2_trace, 1 << 14);
+
+    const Utl_File_Reader none;
+    Fnd_String image;
+    none.Image(image, false);
+    EXPECT_EQ(Narrow(image), "file: , line: 0, last: , opts: 0");
 }
