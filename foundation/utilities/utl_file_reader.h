@@ -47,8 +47,8 @@ enum Utl_File_Reader_Kind : long {
 class Utl_File_Reader {
 public:
     // Trace words (Utl_Tracing): level, first and second masks for the class and for each
-    // object; level 3 or "read" in the second mask prints each line Getline gives, "open"
-    // and "close" the files; bit 0 of the other word prints each obeyed directive.
+    // object; level 3 or "read" in the second mask prints each line Getline gives, and
+    // bit 0 of the other word each obeyed directive.
     static inline Utl_Trace_Words Class_Trace;
     static inline int32_t other_trace = 0;
     Utl_Trace_Words Trace;

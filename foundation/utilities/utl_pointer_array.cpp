@@ -71,7 +71,8 @@ auto Image_Of(const Utl_Pointer_Array* Object) {
 
 }  // namespace
 
-const Utl_Trace_Class Array_Class{u"Utl_Pointer_Array", u"pointer_array", Utl_Pointer_Array::Class_Trace, 2247,
+const Utl_Trace_Class Array_Class{u"Utl_Pointer_Array", u"pointer_array",
+                                  Utl_Pointer_Array::Class_Trace, 2247,
                           &Utl_Pointer_Array::Operation, u"empty_array"};
 
 void Utl_Pointer_Array::Show(const Code_Unit* Label) const {
@@ -79,7 +80,8 @@ void Utl_Pointer_Array::Show(const Code_Unit* Label) const {
                      [this](Fnd_String& Out) { Trace_Image(*this, Out); });
 }
 
-void Utl_Pointer_Array::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation, void* Parent) {
+void Utl_Pointer_Array::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
+                                        void* Parent) {
     Utl_Traced::Register_Object(Array_Class, Trace, this, Name, Operation, Parent);
 }
 

@@ -95,7 +95,8 @@ namespace {
 namespace {
 
 void Trace_Image(const Utl_Pointer_Map& Object, Fnd_String& Out) {
-    Object.Image(Out, Fnd_String::Null, 1, 1, Utl_Type_Utilities::Prefix, Utl_Type_Utilities::Arrow, 1);
+    Object.Image(Out, Fnd_String::Null, 1, 1, Utl_Type_Utilities::Prefix,
+                 Utl_Type_Utilities::Arrow, 1);
 }
 
 auto Image_Of(const Utl_Pointer_Map* Object) {
@@ -104,7 +105,8 @@ auto Image_Of(const Utl_Pointer_Map* Object) {
 
 }  // namespace
 
-const Utl_Trace_Class Map_Class{u"Utl_Pointer_Map", u"pointer_map", Utl_Pointer_Map::Class_Trace, 2247,
+const Utl_Trace_Class Map_Class{u"Utl_Pointer_Map", u"pointer_map",
+                                Utl_Pointer_Map::Class_Trace, 2247,
                           &Utl_Pointer_Map::Operation, u"empty_map"};
 
 void Utl_Pointer_Map::Show(const Code_Unit* Label) const {
@@ -112,7 +114,8 @@ void Utl_Pointer_Map::Show(const Code_Unit* Label) const {
                      [this](Fnd_String& Out) { Trace_Image(*this, Out); });
 }
 
-void Utl_Pointer_Map::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation, void* Parent) {
+void Utl_Pointer_Map::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
+                                      void* Parent) {
     Utl_Traced::Register_Object(Map_Class, Trace, this, Name, Operation, Parent);
 }
 
@@ -142,7 +145,8 @@ auto Image_Of(const Utl_Pointer_Set* Object) {
 
 }  // namespace
 
-const Utl_Trace_Class Set_Class{u"Utl_Pointer_Set", u"pointer_set", Utl_Pointer_Set::Class_Trace, 2247,
+const Utl_Trace_Class Set_Class{u"Utl_Pointer_Set", u"pointer_set",
+                                Utl_Pointer_Set::Class_Trace, 2247,
                           &Utl_Pointer_Set::Operation, u"empty_set"};
 
 void Utl_Pointer_Set::Show(const Code_Unit* Label) const {
@@ -150,7 +154,8 @@ void Utl_Pointer_Set::Show(const Code_Unit* Label) const {
                      [this](Fnd_String& Out) { Trace_Image(*this, Out); });
 }
 
-void Utl_Pointer_Set::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation, void* Parent) {
+void Utl_Pointer_Set::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
+                                      void* Parent) {
     Utl_Traced::Register_Object(Set_Class, Trace, this, Name, Operation, Parent);
 }
 
@@ -342,7 +347,11 @@ long Utl_Pointer_Map::Bind(void* Key, void* Range) {
 }
 
 long Utl_Pointer_Map::Bind(long Key, long Range) {
-    const auto detail = [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)) + Utl_Type_Utilities::Arrow + Trace_Pointer(reinterpret_cast<const void*>(Range)); };
+    const auto detail = [&] {
+        return Trace_Pointer(reinterpret_cast<const void*>(Key)) +
+               Utl_Type_Utilities::Arrow +
+               Trace_Pointer(reinterpret_cast<const void*>(Range));
+    };
     return Utl_Traced_Call(Map_Class, Trace, this, Op_Bind, detail, Image_Of(this), [&] {
         if (utl_pointer_map_data* node = Find(Key)) {
             replace_range(node, Range);
@@ -393,7 +402,8 @@ void Utl_Pointer_Map::Make_Empty() {
 long Utl_Pointer_Map::Is_Bound(void* Key) const { return Is_Bound(reinterpret_cast<long>(Key)); }
 
 long Utl_Pointer_Map::Is_Bound(long Key) const {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Is_Bound, [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
+    Utl_Trace_Before(Map_Class, Trace, this, Op_Is_Bound,
+                     [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
     return Find(Key) != nullptr;
 }
 
@@ -402,7 +412,8 @@ void* Utl_Pointer_Map::Get_Range(void* Key) const {
 }
 
 long Utl_Pointer_Map::Get_Range(long Key) const {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range, [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
+    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range,
+                     [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
     const utl_pointer_map_data* node = Find(Key);
     return node ? node->range : Null_Range;
 }
@@ -415,7 +426,8 @@ long Utl_Pointer_Map::Get_Range(void* Key, void*& Out) const {
 }
 
 long Utl_Pointer_Map::Get_Range(long Key, long& Out) const {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range, [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
+    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range,
+                     [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
     const utl_pointer_map_data* node = Find(Key);
     Out = node ? node->range : Null_Range;
     return node != nullptr;

@@ -88,7 +88,8 @@ auto Image_Of(const Utl_String_Array* Object) {
 
 }  // namespace
 
-const Utl_Trace_Class Array_Class{u"Utl_String_Array", u"string_array", Utl_String_Array::Class_Trace, 2247,
+const Utl_Trace_Class Array_Class{u"Utl_String_Array", u"string_array",
+                                  Utl_String_Array::Class_Trace, 2247,
                           &Utl_String_Array::Operation, u"empty_array"};
 
 void Utl_String_Array::Show(const Code_Unit* Label) const {
@@ -96,7 +97,8 @@ void Utl_String_Array::Show(const Code_Unit* Label) const {
                      [this](Fnd_String& Out) { Trace_Image(*this, Out); });
 }
 
-void Utl_String_Array::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation, void* Parent) {
+void Utl_String_Array::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
+                                       void* Parent) {
     Utl_Traced::Register_Object(Array_Class, Trace, this, Name, Operation, Parent);
 }
 

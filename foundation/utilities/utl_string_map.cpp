@@ -423,7 +423,8 @@ long Utl_String_Map::Is_Bound(const Fnd_String& Domain) const {
 }
 
 long Utl_String_Map::Is_Bound(const Code_Unit* Domain) const {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Is_Bound, [&] { return Quoted(Fnd_String(Domain)); });
+    Utl_Trace_Before(Map_Class, Trace, this, Op_Is_Bound,
+                     [&] { return Quoted(Fnd_String(Domain)); });
     return Find(Domain) != nullptr;
 }
 
@@ -434,7 +435,8 @@ long Utl_String_Map::Get_Range(const Fnd_String& Domain) const {
 }
 
 long Utl_String_Map::Get_Range(const Code_Unit* Domain) const {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range, [&] { return Quoted(Fnd_String(Domain)); });
+    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range,
+                     [&] { return Quoted(Fnd_String(Domain)); });
     const utl_string_map_data* node = Find(Domain);
     return node ? node->range : Null_Range;
 }

@@ -76,7 +76,8 @@ void Utl_String_Set::Show(const Code_Unit* Label) const {
                      [this](Fnd_String& Out) { Trace_Image(*this, Out); });
 }
 
-void Utl_String_Set::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation, void* Parent) {
+void Utl_String_Set::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
+                                     void* Parent) {
     Utl_Traced::Register_Object(Set_Class, Trace, this, Name, Operation, Parent);
 }
 
@@ -107,7 +108,9 @@ Utl_String_Set::Utl_String_Set(long Size, Utl_Member_Case Case)
 }
 
 Utl_String_Set::Utl_String_Set(const Utl_String_Set& Other)
-    : Table(new utl_string_set_data*[Other.Size]()), Size(Other.Size), Member_Case(Other.Member_Case) {
+    : Table(new utl_string_set_data*[Other.Size]()),
+      Size(Other.Size),
+      Member_Case(Other.Member_Case) {
     *this = Other;
     Utl_Trace_Created(Set_Class, Trace, this);
 }
@@ -234,7 +237,8 @@ long Utl_String_Set::Contains(const Fnd_Substring& Member) const {
 }
 
 long Utl_String_Set::Contains(const Code_Unit* Member) const {
-    Utl_Trace_Before(Set_Class, Trace, this, Op_Contains, [&] { return Trace_Quoted(Fnd_String(Member)); });
+    Utl_Trace_Before(Set_Class, Trace, this, Op_Contains,
+                     [&] { return Trace_Quoted(Fnd_String(Member)); });
     if (Count == 0) return 0;
     if (Member_Case != Utl_Case_Unchanged) return Contains(Fnd_String(Member));
     const Code_Unit* text = Member ? Member : u"";

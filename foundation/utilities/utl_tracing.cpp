@@ -264,16 +264,18 @@ long Default_Value(const Object_Record& Record, const Utl_Trace_Data& Element,
 void Check_Words(const Object_Record& Record, long Base, const Utl_Trace_Data& Element,
                  const Kind_State& Kind) {
     auto has = [&](long Bit) { return (Record.words >> Bit) & 1; };
-    if (Element.has_level && has(Base)) Set_Word(Record, Base, Default_Value(Record, Element, Kind));
+    if (Element.has_level && has(Base))
+        Set_Word(Record, Base, Default_Value(Record, Element, Kind));
     if (Element.has_first && has(Base + 1)) Set_Word(Record, Base + 1, Element.first_mask);
     if (Element.has_second && has(Base + 2)) Set_Word(Record, Base + 2, Element.second_mask);
     if (!Element.others || Record.class_name.Is_Empty()) return;
     const auto lists = Kind.other_words.find(Key(Record.class_name));
     if (lists == Kind.other_words.end()) return;
     int32_t mask = 0;
-    if (has(Base + 3) && lists->second.first && Set_Other_Word(mask, lists->second.first, Element, nullptr))
+    const auto& [first_words, second_words] = lists->second;
+    if (has(Base + 3) && first_words && Set_Other_Word(mask, first_words, Element, nullptr))
         Set_Word(Record, Base + 3, mask);
-    if (has(Base + 4) && lists->second.second && Set_Other_Word(mask, lists->second.second, Element, nullptr))
+    if (has(Base + 4) && second_words && Set_Other_Word(mask, second_words, Element, nullptr))
         Set_Word(Record, Base + 4, mask);
 }
 
@@ -654,7 +656,9 @@ void Utl_Tracing::Register_Object(const Fnd_String& Class, const Code_Unit* Name
     record->created = time(nullptr);
     record->sequence = ++The_Registry().sequence;
     record->words = Words;
-    const Object_Record& stored = *(The_Registry().objects[Key(Fnd_String(Name))] = std::move(record));
+    auto& slot = The_Registry().objects[Key(Fnd_String(Name))];
+    slot = std::move(record);
+    const Object_Record& stored = *slot;
     Check_Pending(stored);
     Trace_Call(u"Register_Object ", Fnd_String(Name), false);
 }
@@ -1057,7 +1061,9 @@ void Utl_Tracing::Run_Commands(const Utl_Command_Source& Next_Line) {
     while (Next_Line(line)) {
         const Utl_String_Array words(line, 10, 0);
         if (words.Get_Count() == 0 || !words[0] || *words[0] == u"continue") return;
-        auto word = [&](long I) { return I < words.Get_Count() && words[I] ? *words[I] : Fnd_String(); };
+        auto word = [&](long I) {
+            return I < words.Get_Count() && words[I] ? *words[I] : Fnd_String();
+        };
         const Fnd_String command = word(0);
         if (command == u"info") {
             Fnd_String image;
@@ -1092,7 +1098,8 @@ void Utl_Tracing::Image(Fnd_String& Out, bool Verbose) {
             Out.Append(u", freed: ");
             Utl_Tracing_Utilities::Value(Out, data.freed, 0);
         }
-        if (Verbose) Utl_Tracing_Utilities::Value(Out, reinterpret_cast<const void*>(data.operation), 1);
+        if (Verbose)
+            Utl_Tracing_Utilities::Value(Out, reinterpret_cast<const void*>(data.operation), 1);
     }
     long width = 0;
     for (const auto& [name, record] : registry.objects)
