@@ -110,9 +110,10 @@ Utl_Long_Array& Utl_Long_Array::operator=(const Utl_Long_Array& Other) {
 }
 
 Utl_Long_Array::~Utl_Long_Array() {
-    if (Registered && Name) Utl_Tracing::Unregister_Object(Fnd_String(Name));
-    if (Utl_Trace_Reports(No_Class_Words, No_Class_Words))
+    if (Utl_Trace_Records != 0) {
+        if (Registered && Name) Utl_Tracing::Unregister_Object(Fnd_String(Name));
         Utl_Tracing::Object_Deleted(Class_Key(), this);
+    }
     delete[] Elements;
 }
 

@@ -21,6 +21,9 @@ typedef void (*Utl_Trace_Operation)(void* Object, const Fnd_String& Command,
 // registry works on its own data (Utl_Tracing::trace_objects). Constant-initialised, so
 // that it reads 0 before any constructor runs.
 inline constinit int32_t Utl_Trace_Objects = 0;
+// How many objects the registry holds records of. While it is non-zero every traced
+// object tells the registry of its end, so that no record outlives its object.
+inline constinit int32_t Utl_Trace_Records = 0;
 
 // Building with ZTINT_NO_TRACING takes every trace test out of the containers.
 #ifdef ZTINT_NO_TRACING

@@ -9,6 +9,15 @@ namespace Utl_Traced {
 
 namespace {
 
+// Unregisters Name if it is still this object's: a later object may have taken it.
+void Unregister(const Code_Unit* Name, const void* Address) {
+    void* object = nullptr;
+    Fnd_String class_name;
+    const Fnd_String name(Name);
+    if (Utl_Tracing::Get_Object(name, object, class_name) && object == Address)
+        Utl_Tracing::Unregister_Object(name);
+}
+
 // Set while a trace line or show block is made and printed: what the printing itself
 // does with containers (the console stream's charset cache is a map) stays silent.
 thread_local bool Busy = false;
@@ -150,8 +159,8 @@ void Created(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* 
 
 void Deleted(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address) {
     Life_Line(Class, Object, Address, {u" destructor", Utl_Op_Destructor, false, 2});
-    if (!Utl_Trace_Reports(Class.Words, Object)) return;
-    if (Object.registered && Object.name) Utl_Tracing::Unregister_Object(Fnd_String(Object.name));
+    if (Utl_Trace_Records == 0) return;
+    if (Object.registered && Object.name) Unregister(Object.name, Address);
     Utl_Tracing::Object_Deleted(Fnd_String(Class.Key), Address);
 }
 
@@ -163,8 +172,8 @@ void Reused(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* A
 
 void Freed(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address) {
     Life_Line(Class, Object, Address, {u" Free", Utl_Op_Free, false, 2});
-    if (!Utl_Trace_Reports(Class.Words, Object)) return;
-    if (Object.registered && Object.name) Utl_Tracing::Unregister_Object(Fnd_String(Object.name));
+    if (Utl_Trace_Records == 0) return;
+    if (Object.registered && Object.name) Unregister(Object.name, Address);
     Utl_Tracing::Object_Freed(Fnd_String(Class.Key), Address);
 }
 

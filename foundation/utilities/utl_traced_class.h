@@ -159,7 +159,8 @@ inline void Utl_Trace_Created(const Utl_Trace_Class& Class, const Utl_Trace_Word
 }
 inline void Utl_Trace_Deleted(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
                               void* Address) {
-    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object))
+    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object) ||
+        Utl_Trace_Records != 0)
         Utl_Traced::Deleted(Class, Object, Address);
 }
 inline void Utl_Trace_Reused(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
@@ -169,6 +170,7 @@ inline void Utl_Trace_Reused(const Utl_Trace_Class& Class, const Utl_Trace_Words
 }
 inline void Utl_Trace_Freed(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
                             void* Address) {
-    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object))
+    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object) ||
+        Utl_Trace_Records != 0)
         Utl_Traced::Freed(Class, Object, Address);
 }

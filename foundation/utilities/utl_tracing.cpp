@@ -120,6 +120,14 @@ private:
     int32_t Saved;
 };
 
+// Keeps Utl_Trace_Records equal to the records held, so that objects tell of their end.
+void Count_Records() {
+    Registry& registry = The_Registry();
+    size_t count = registry.objects.size();
+    for (const auto& [name, data] : registry.classes) count += data.objects.size();
+    Utl_Trace_Records = static_cast<int32_t>(std::min<size_t>(count, INT32_MAX));
+}
+
 bool Life_Traced() { return Utl_Tracing::trace >= 2 || (Utl_Tracing::other_trace & 1); }
 
 void Trace_Call(const Code_Unit* Label, const Fnd_String& Detail, bool Life) {
@@ -575,6 +583,7 @@ void Utl_Tracing::Object_Created(const Fnd_String& Class, void* Object,
     record->words = Words;
     const Object_Record& stored = *(data.objects[Object] = std::move(record));
     ++data.objects_seen;
+    Count_Records();
     Check_Pending(stored);
     Trace_Call(u"Object_Created ", Class + u" " + Address_Text(Object), true);
 }
@@ -617,6 +626,7 @@ void Utl_Tracing::Object_Deleted(const Fnd_String& Class, void* Object) {
     if (found == data->second.objects.end()) return;
     if (found->second->freed) --data->second.freed;
     data->second.objects.erase(found);
+    Count_Records();
     Trace_Call(u"Object_Deleted ", Class + u" " + Address_Text(Object), true);
 }
 
@@ -659,12 +669,14 @@ void Utl_Tracing::Register_Object(const Fnd_String& Class, const Code_Unit* Name
     auto& slot = The_Registry().objects[Key(Fnd_String(Name))];
     slot = std::move(record);
     const Object_Record& stored = *slot;
+    Count_Records();
     Check_Pending(stored);
     Trace_Call(u"Register_Object ", Fnd_String(Name), false);
 }
 
 void Utl_Tracing::Unregister_Object(const Fnd_String& Name) {
     The_Registry().objects.erase(Key(Name));
+    Count_Records();
     Trace_Call(u"Unregister_Object ", Name, false);
 }
 
@@ -735,6 +747,7 @@ void Utl_Tracing::Object_Operation(const Fnd_String& Target, const Fnd_String& C
                 it = it->second->has_name && matcher.Match(it->second->name) ? objects.erase(it)
                                                                               : std::next(it);
         }
+        Count_Records();
         if (!classes.empty()) return;
     }
     const Object_Record* record = nullptr;
@@ -1128,5 +1141,6 @@ void Utl_Tracing::Reset() {
     for (Kind_State& kind : registry.kinds) kind = Kind_State();
     trace = other_trace = 0;
     Utl_Trace_Objects = 0;
+    Utl_Trace_Records = 0;
     command_loop = nullptr;
 }

@@ -465,3 +465,29 @@ TEST_F(TracingTest, TheFileReaderTracesItsLinesAndShowsItsState) {
     none.Image(image, false);
     EXPECT_EQ(Narrow(image), "file: , line: 0, last: , opts: 0");
 }
+
+TEST_F(TracingTest, NoRecordOutlivesItsObject) {
+    Utl_Tracing::trace_objects = 1;
+    auto* recorded = new Utl_String_Map(Utl_Range_Long, 7);
+    auto* named = new Utl_Pointer_Array(4);
+    named->Register_Object(u"gone");
+    Utl_Tracing::trace_objects = 0;  // the objects end after reporting was turned off
+    delete recorded;
+    delete named;
+    Utl_String_Map later(Utl_Range_Long, 7);
+    later.Register_Object(u"kept");
+    Utl_String_Map same_name(Utl_Range_Long, 7);
+    {
+        Utl_String_Map earlier(Utl_Range_Long, 7);
+        earlier.Register_Object(u"kept");
+        same_name.Register_Object(u"kept");  // takes the name over
+    }
+    testing::internal::CaptureStdout();
+    Utl_Tracing::Show_Command(Fnd_String(u"string_map"), Fnd_String(), Fnd_String(), Fnd_String());
+    Utl_Tracing::Show_Command(Fnd_String(u"gone"), Fnd_String(), Fnd_String(), Fnd_String());
+    Utl_Tracing::Show_Command(Fnd_String(u"kept"), Fnd_String(u"info"), Fnd_String(), Fnd_String());
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "No objects of type string_map recorded\n"
+              "Unknown show command: gone\n"
+              "name: kept, length: 0, size: 7\n");
+}
