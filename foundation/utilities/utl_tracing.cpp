@@ -540,7 +540,14 @@ void Utl_Trace_Data::Image(Fnd_String& Out) const {
 
 // ---- Output
 
-void Utl_Tracing_Print(const Fnd_String& Text) { get_ztcout() << Text << std::endl; }
+void Utl_Tracing_Print(const Fnd_String& Text) {
+    // Making the console stream uses a map, which may trace: that inner line is dropped.
+    thread_local bool printing = false;
+    if (printing) return;
+    printing = true;
+    get_ztcout() << Text << std::endl;
+    printing = false;
+}
 
 void Utl_Tracing_Bits_Image(Fnd_String& Out, int32_t Bits, bool Blank) {
     if (Blank) Out.Append(u" ");

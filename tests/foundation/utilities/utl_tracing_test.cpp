@@ -491,3 +491,21 @@ TEST_F(TracingTest, NoRecordOutlivesItsObject) {
               "Unknown show command: gone\n"
               "name: kept, length: 0, size: 7\n");
 }
+
+TEST_F(TracingTest, EverythingTracedAtOnceStillPrintsAndEnds) {
+    Utl_Tracing::trace = 3;
+    Utl_Tracing::trace_objects = 1;
+    Utl_String_Map::Class_Trace.trace = 3;
+    Utl_String_Map::Class_Trace.specific_show = -1;
+    testing::internal::CaptureStdout();
+    {
+        Utl_String_Map map(Utl_Range_String, 7);
+        map.Register_Object(u"all");
+        map.Bind(u"k", Fnd_String(u"v"));
+        Utl_Tracing::Show_Command(Fnd_String(u"string_map"), Fnd_String(u"all"), Fnd_String(),
+                                  Fnd_String());
+    }
+    const std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_NE(out.find("Utl_String_Map: all "), std::string::npos) << out;
+    EXPECT_NE(out.find("k => \"v\""), std::string::npos) << out;
+}
