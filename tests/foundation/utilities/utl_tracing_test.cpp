@@ -509,3 +509,84 @@ TEST_F(TracingTest, EverythingTracedAtOnceStillPrintsAndEnds) {
     EXPECT_NE(out.find("Utl_String_Map: all "), std::string::npos) << out;
     EXPECT_NE(out.find("k => \"v\""), std::string::npos) << out;
 }
+
+// ---- Other, string and long rows; clients, show functions and removal
+
+namespace {
+
+const Code_Unit* const Reader_Names[] = {u"file_reader", u"host", nullptr};
+const Code_Unit* const Reader_Words[] = {u"directives", u"skipped", u"includes", nullptr};
+int32_t Other_Mask = 0;
+std::vector<std::string> String_Calls;
+long Long_Value = 0;
+
+}  // namespace
+
+TEST_F(TracingTest, OtherStringAndLongRowsTakeTheirWords) {
+    const Utl_Tracing_Set_Other_Element other_rows[] = {
+        {0, [](long V) { Other_Mask = static_cast<int32_t>(V); }, Reader_Words, nullptr, nullptr}};
+    const Utl_Tracing_Client_String_Element string_rows[] = {
+        {u"host", [](const Fnd_String& V) { String_Calls.push_back(Narrow(V)); }}};
+    const Utl_Tracing_Client_Long_Element long_rows[] = {{u"host", [](long V) { Long_Value = V; }}};
+    Utl_Tracing_Tables tables;
+    tables.names = Reader_Names;
+    tables.other_rows = other_rows;
+    tables.other_count = 1;
+    tables.string_rows = string_rows;
+    tables.string_count = 1;
+    tables.long_rows = long_rows;
+    tables.long_count = 1;
+    Utl_Pointer_Array values;
+    ASSERT_TRUE(Utl_Tracing::Dissect_Value(Fnd_String(u"file_reader:skipped+includes host:x+y host:7"),
+                                           values));
+    Utl_Tracing::Check_Arguments(values, Utl_Trace_Kind_Trace, tables);
+    EXPECT_EQ(Other_Mask, (1 << 1) | (1 << 2));
+    EXPECT_EQ(String_Calls, (std::vector<std::string>{"x", "y"}));
+    EXPECT_EQ(Long_Value, 7);
+
+    // A "%" word lists the row's words that match and sets nothing.
+    Other_Mask = 0;
+    Utl_Pointer_Array listing;
+    ASSERT_TRUE(Utl_Tracing::Dissect_Value(Fnd_String(u"file_reader:%s%"), listing));
+    testing::internal::CaptureStdout();
+    Utl_Tracing::Check_Arguments(listing, Utl_Trace_Kind_Trace, tables);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "  file_reader\n    directives\n    skipped\n    includes\n");
+    EXPECT_EQ(Other_Mask, 0);
+}
+
+TEST_F(TracingTest, ClientsShowFunctionsResetAndRemove) {
+    static long client_kind = -1;
+    Utl_Tracing::Add_Client([](long Kind, Utl_Pointer_Array&) { client_kind = Kind; },
+                            [](const Fnd_String& Name, const Fnd_String& Option,
+                               const Fnd_String&) -> long {
+                                if (!(Name == u"mine")) return 0;
+                                Utl_Tracing_Print(u"mine shows " + Option);
+                                return 1;
+                            });
+    Utl_Pointer_Array values;
+    Utl_Tracing::Check_Trace_Clients(2, values);
+    EXPECT_EQ(client_kind, 2);
+
+    Utl_Tracing::trace_objects = 1;
+    Utl_String_Map map(Utl_Range_Long, 7);
+    map.Register_Object(u"m");
+    map.Trace.trace = 3;
+    map.Trace.specific_trace = 9;
+    Utl_Tracing::Object_Reset_Words(0);
+    EXPECT_FALSE(map.Trace.Any());
+    void* object = nullptr;
+    Fnd_String class_name;
+    ASSERT_TRUE(Utl_Tracing::Get_Object(Fnd_String(u"m"), object, class_name));
+    EXPECT_EQ(object, &map);
+    EXPECT_EQ(Narrow(class_name), "string_map");
+    Utl_Tracing::Set_Info(&map, u"renamed", nullptr);
+
+    testing::internal::CaptureStdout();
+    Utl_Tracing::Show_Command(Fnd_String(u"mine:a"), Fnd_String(), Fnd_String(), Fnd_String());
+    Utl_Tracing::Object_Operation(Fnd_String(u"string_map"), Fnd_String(u"remove"),
+                                  Fnd_String(Wide(Address(&map))), Fnd_String());
+    Utl_Tracing::Show_Command(Fnd_String(u"string_map"), Fnd_String(), Fnd_String(), Fnd_String());
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "mine shows a\nNo objects of type string_map recorded\n");
+}
