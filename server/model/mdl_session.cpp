@@ -623,6 +623,7 @@ std::string Mdl_Session::Commit(Mdl_Record& record)
         Store_Attachments(record);
         Store_History(record, before.Dbid == 0 ? "" : old_state, now);
         transaction.Commit();
+        Remember(record, before);
     } catch (const Mdl_Refusal& refusal) {
         record = before;
         return refusal.what();
@@ -768,6 +769,7 @@ std::string Mdl_Session::Delete(Mdl_Record& record, const std::string& action_na
         return "record " + record.Display_Id + " was changed or deleted since it was read; nothing was deleted";
     remove.Run();
     transaction.Commit();
+    Remember(record, record);
     record.Deleted = true;
     return "";
 }
@@ -836,6 +838,64 @@ std::vector<Mdl_History_Entry> Mdl_Session::History(const Mdl_Record& record)
             entry.Changes.push_back(changes.Text(0) + ": " + changes.Text(1) + " -> " + changes.Text(2));
     }
     return entries;
+}
+
+// ---- the session's transaction -------------------------------------------------
+
+void Mdl_Session::Begin_Transaction()
+{
+    if (Own != nullptr)
+        throw Mdl_Refusal("a transaction is open already in this session; transactions do not nest");
+    std::unique_ptr<Sto_Connection> own = Db->Store->Open_Sibling();
+    own->Begin();
+    Own = std::move(own);
+}
+
+void Mdl_Session::End_Transaction(bool commit)
+{
+    if (Own == nullptr)
+        throw Mdl_Refusal("no transaction is open in this session");
+    if (!commit) {
+        Abandon_Transaction();
+        return;
+    }
+    try {
+        Own->Commit();
+    } catch (const Sto_Error& failure) {
+        Abandon_Transaction();
+        throw Mdl_Refusal(std::string("the transaction could not be committed and was rolled back: ") +
+                          failure.what());
+    }
+    Own.reset();
+    Stored_In_Transaction.clear();
+}
+
+void Mdl_Session::Abandon_Transaction() noexcept
+{
+    if (Own == nullptr)
+        return;
+    Own->Rollback();
+    Own.reset();
+    Restore_Remembered();
+}
+
+void Mdl_Session::Remember(Mdl_Record& record, const Mdl_Record& before)
+{
+    if (Own == nullptr)
+        return;
+    const std::weak_ptr<Mdl_Record> handle = record.weak_from_this();
+    for (const auto& [known, state] : Stored_In_Transaction)
+        if (!known.owner_before(handle) && !handle.owner_before(known))
+            return;  // the first state is the one to return to
+    Stored_In_Transaction.emplace_back(handle, before);
+}
+
+void Mdl_Session::Restore_Remembered() noexcept
+{
+    for (auto& [known, state] : Stored_In_Transaction)
+        if (const std::shared_ptr<Mdl_Record> record = known.lock())
+            *record = std::move(state);
+    Stored_In_Transaction.clear();
 }
 
 // ---- list definitions -----------------------------------------------------------

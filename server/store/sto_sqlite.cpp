@@ -103,6 +103,7 @@ private:
 class Sqlite_Connection final : public Sto_Connection {
 public:
     Sqlite_Connection(const std::string& path, const Sto_Sqlite_Options& options)
+        : Path(path), Options(options)
     {
         Create_Private(path);
         const int code = sqlite3_open_v2(path.c_str(), &Db,
@@ -155,20 +156,31 @@ public:
         }
     }
 
+    std::string Engine_Name() const override { return "SQLite"; }
+
+protected:
     // A statement left on a row would keep an old snapshot, and a write on top of
     // it fails at once instead of waiting for the other writer.
-    void Begin() override
+    void Begin_Outer() override
     {
         Finish_Reads();
         Prepare("BEGIN IMMEDIATE").Run();
     }
-    void Commit() override { Prepare("COMMIT").Run(); }
-    void Rollback() noexcept override
+    void Commit_Outer() override
     {
+        Finish_Reads();
+        Prepare("COMMIT").Run();
+    }
+    void Rollback_Outer() noexcept override
+    {
+        Finish_Reads();
         if (!sqlite3_get_autocommit(Db))
             sqlite3_exec(Db, "ROLLBACK", nullptr, nullptr, nullptr);
     }
-    std::string Engine_Name() const override { return "SQLite"; }
+    std::unique_ptr<Sto_Connection> Open_Again() const override
+    {
+        return std::make_unique<Sqlite_Connection>(Path, Options);
+    }
 
 private:
     // A new store file is made private before SQLite first opens it; its journal
@@ -181,6 +193,8 @@ private:
         close(fd);
     }
 
+    const std::string Path;
+    const Sto_Sqlite_Options Options;
     sqlite3* Db = nullptr;
     std::unordered_map<std::string, std::unique_ptr<Sqlite_Statement>> Statements;
 };
