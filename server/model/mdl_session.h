@@ -152,6 +152,10 @@ private:
     std::shared_ptr<Mdl_Record> Load_Where(const std::string& type_name, const char* column,
                                            const std::string& key);
     void Read_Record(Mdl_Record& record);
+    void Read_Head(Mdl_Record& record, Sto_Statement& head);
+    void Read_Body(Mdl_Record& record);
+    // After a commit: the record as stored, without reading it back.
+    void Settle(Mdl_Record& record);
     const Mdl_Field_Def& Editable_Field(const Mdl_Record& record, const std::string& name) const;
     std::string Check_Value(const Mdl_Field_Def& field, const std::string& value) const;
     std::string Assign(Mdl_Record& record, const Mdl_Field_Def& field, std::vector<std::string> values);
@@ -159,7 +163,15 @@ private:
     void Store_Values(Mdl_Record& record, bool is_new);
     void Store_Attachments(Mdl_Record& record);
     void Store_History(Mdl_Record& record, const std::string& old_state, const std::string& now);
-    std::string Journal_Text(const Mdl_Record& record, const std::string& field) const;
+    // What a record holds now, or held when its edit began.
+    struct Mdl_Contents {
+        const std::map<std::string, std::vector<std::string>>& Values;
+        const std::vector<Mdl_Attachment>& Attachments;
+        const std::map<std::string, std::string>* Journal_Entries;  // NULL for the original
+    };
+    std::vector<std::string> Values_Of(const Mdl_Record& record, const std::string& name,
+                                       const Mdl_Contents& contents) const;
+    std::string Journal_Text(const Mdl_Contents& contents, const std::string& field) const;
 
     std::shared_ptr<const Mdl_Database> Db;
     Mdl_User User;

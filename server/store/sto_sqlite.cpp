@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <unordered_map>
+#include <vector>
 
 namespace {
 
@@ -20,7 +21,10 @@ namespace {
 
 class Sqlite_Statement final : public Sto_Statement {
 public:
-    Sqlite_Statement(sqlite3* db, const std::string& sql) : Db(db)
+    // reading: where the statement notes itself when it stops on a row, so that the
+    // end of a request resets only the statements that hold a read open.
+    Sqlite_Statement(sqlite3* db, const std::string& sql, std::vector<Sqlite_Statement*>& reading)
+        : Db(db), Reading(reading)
     {
         const int code = sqlite3_prepare_v3(db, sql.c_str(), static_cast<int>(sql.size()),
                                             SQLITE_PREPARE_PERSISTENT, &Handle, nullptr);
@@ -35,6 +39,14 @@ public:
     {
         sqlite3_reset(Handle);
         sqlite3_clear_bindings(Handle);
+        On_Row = false;
+    }
+    // Ends a read left on a row; the bindings stay.
+    void Finish()
+    {
+        if (On_Row)
+            sqlite3_reset(Handle);
+        On_Row = false;
     }
 
     Sto_Statement& Bind(int index, std::string_view text) override
@@ -64,8 +76,13 @@ public:
     bool Next() override
     {
         const int code = sqlite3_step(Handle);
-        if (code == SQLITE_ROW)
+        if (code == SQLITE_ROW) {
+            if (!On_Row)
+                Reading.push_back(this);
+            On_Row = true;
             return true;
+        }
+        On_Row = false;
         if (code == SQLITE_DONE)
             return false;
         // The statement is reset so that a later use starts clean.
@@ -97,7 +114,9 @@ private:
     }
 
     sqlite3* Db;
+    std::vector<Sqlite_Statement*>& Reading;
     sqlite3_stmt* Handle = nullptr;
+    bool On_Row = false;
 };
 
 class Sqlite_Connection final : public Sto_Connection {
@@ -132,15 +151,16 @@ public:
     {
         auto found = Statements.find(sql);
         if (found == Statements.end())
-            found = Statements.emplace(sql, std::make_unique<Sqlite_Statement>(Db, sql)).first;
+            found = Statements.emplace(sql, std::make_unique<Sqlite_Statement>(Db, sql, Reading)).first;
         found->second->Restart();
         return *found->second;
     }
 
     void Finish_Reads() override
     {
-        for (auto& [sql, statement] : Statements)
-            statement->Restart();
+        for (Sqlite_Statement* statement : Reading)
+            statement->Finish();
+        Reading.clear();
     }
 
     void Execute_Script(const std::string& sql) override
@@ -196,6 +216,7 @@ private:
     const std::string Path;
     const Sto_Sqlite_Options Options;
     sqlite3* Db = nullptr;
+    std::vector<Sqlite_Statement*> Reading;  // statements that stopped on a row since the last Finish_Reads
     std::unordered_map<std::string, std::unique_ptr<Sqlite_Statement>> Statements;
 };
 
