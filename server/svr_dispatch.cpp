@@ -4,6 +4,7 @@
 
 #include "server/calls/svr_call.h"
 #include "server/calls/svr_calls.h"
+#include "server/calls/svr_payloads.h"
 #include "ztint_string.h"
 
 namespace {
@@ -198,11 +199,14 @@ int32_t Svr_Dispatcher::Session_Logon(Svr_Request& request)
 
 // In-values: the entry object, the session, flags. The session's handle stays valid
 // until the client frees it, so that the client's Free of it succeeds and releases the
-// client's entry too.
+// client's entry too. A transaction the session left open is rolled back.
 int32_t Svr_Dispatcher::Session_Logoff(Svr_Request& request)
 {
-    if (Object_Argument(request, 0) == nullptr || Object_Argument(request, 1) == nullptr)
+    const Svr_Objects::Object* session = nullptr;
+    if (Object_Argument(request, 0) == nullptr || (session = Object_Argument(request, 1)) == nullptr)
         return -1;
+    if (const auto* payload = dynamic_cast<const Pl_Session*>(session->Payload.get()))
+        payload->Session->Abandon_Transaction();
     return 0;
 }
 

@@ -88,7 +88,10 @@ public:
 
 class Sto_Connection {
 public:
-    virtual ~Sto_Connection() = default;
+    Sto_Connection() = default;
+    virtual ~Sto_Connection();
+    Sto_Connection(const Sto_Connection&) = delete;
+    Sto_Connection& operator=(const Sto_Connection&) = delete;
 
     // A statement ready to bind and run, its earlier bindings and rows gone. The
     // connection keeps it prepared for the next use of the same text.
@@ -100,10 +103,20 @@ public:
     virtual void Execute_Script(const std::string& sql) = 0;
 
     // A write transaction: taken at once, so that two writers never deadlock on an
-    // upgrade; waits up to the busy timeout for another writer.
-    virtual void Begin() = 0;
-    virtual void Commit() = 0;
-    virtual void Rollback() noexcept = 0;
+    // upgrade; waits up to the busy timeout for a writer of another process. A Begin
+    // inside an open transaction opens a nested one (a savepoint), which its own
+    // Commit or Rollback ends without ending the outer one.
+    void Begin();
+    void Commit();
+    void Rollback() noexcept;
+    bool In_Transaction() const { return Depth > 0; }
+
+    // A second connection to the same store, for a transaction that lasts over many
+    // requests while this connection goes on serving others. The process is
+    // single-threaded, so one of its connections waiting for another's write lock
+    // would wait for ever: while one connection of the family holds a transaction,
+    // a Begin on any other fails at once with Sto_Busy.
+    [[nodiscard]] std::unique_ptr<Sto_Connection> Open_Sibling();
 
     // A reader over the same store with the views given (SQLite: a second, read-only
     // connection whose temporary views these are, behind an authorizer). The reader
@@ -112,6 +125,26 @@ public:
 
     // The engine's name for messages ("SQLite").
     virtual std::string Engine_Name() const = 0;
+
+protected:
+    // The outermost transaction, as the engine takes and ends it.
+    virtual void Begin_Outer() = 0;
+    virtual void Commit_Outer() = 0;
+    virtual void Rollback_Outer() noexcept = 0;
+    // A new connection to the store this one is open on.
+    virtual std::unique_ptr<Sto_Connection> Open_Again() const = 0;
+
+private:
+    // What the connections opened from one another share.
+    struct Family {
+        const Sto_Connection* Writer = nullptr;  // the one holding a transaction
+    };
+
+    void Release_Writer() noexcept;
+    std::string Savepoint() const { return "sto_nested_" + std::to_string(Depth); }
+
+    std::shared_ptr<Family> Kin = std::make_shared<Family>();
+    int Depth = 0;  // open transactions, the outer one included
 };
 
 // The one transaction of a commit: rolled back unless Commit was reached.
