@@ -63,6 +63,18 @@ protected:
         }
         return false;
     }
+
+    // `status` until its output holds text, for at most 10 s; the last answer.
+    Outcome Status_Showing(const std::string& text)
+    {
+        const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        Outcome status = Run("status");
+        while (status.Out.find(text) == std::string::npos && std::chrono::steady_clock::now() < give_up) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            status = Run("status");
+        }
+        return status;
+    }
 };
 
 TEST_F(Ztintsvr_Command_Test, HelpAndUsage)
@@ -94,7 +106,8 @@ TEST_F(Ztintsvr_Command_Test, StatusCountsClientsAndStopEndsTheServer)
     const int server = Server_Pids()[0];
     const std::string pid = std::to_string(server);
 
-    const Outcome status = Run("status");
+    // The server publishes its status once its loop is quiet: ask until it shows the client.
+    const Outcome status = Status_Showing("\nclients: 1\n");
     EXPECT_EQ(status.Exit, 0);
     const std::string head =
         "ztintsvr: running\npipe: " + Pipe + "\npid: " + pid + "\nclients: 1\nuptime: ";
@@ -104,7 +117,8 @@ TEST_F(Ztintsvr_Command_Test, StatusCountsClientsAndStopEndsTheServer)
     EXPECT_EQ(ZTInt_Zentrak_Free(zentrak), 0);
     ZTInt_Close_Connection(ZTInt_client_Connection_Record());
     ASSERT_TRUE(Traced("disconnect 1 " + std::to_string(getpid())));
-    EXPECT_NE(Run("status").Out.find("\nclients: 0\n"), std::string::npos);
+    const Outcome after = Status_Showing("\nclients: 0\n");
+    EXPECT_NE(after.Out.find("\nclients: 0\n"), std::string::npos) << after.Out;
 
     EXPECT_EQ(Run("stop"), (Outcome{0, "ztintsvr: stopped the server (pid " + pid + ")\n", ""}));
     EXPECT_TRUE(Ztint_Ends_Soon(server));
