@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds libztint twice and runs every test in both builds:
-#   build/release   g++, optimised, warnings as errors; then the tests that need an
+#   build/release   g++, optimised, warnings as errors; then the store tests again on
+#                   PostgreSQL (scripts/pg-cluster.sh); then the tests that need an
 #                   unprivileged user, an application built against an installation
 #                   (pkg-config and CMake), and the .deb
 #   build/sanitize  clang, AddressSanitizer + UndefinedBehaviorSanitizer, with the fuzzers
@@ -16,6 +17,11 @@ cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
       -DCMAKE_C_COMPILER=gcc -DCMAKE_CXX_COMPILER=g++ -DZTINT_WERROR=ON
 cmake --build build/release -j "$jobs"
 ctest --test-dir build/release --output-on-failure -j "$jobs"
+# The shared store on PostgreSQL, in a throwaway cluster of its own: the engine's tests
+# and the record tests again, each with a database of its own.
+scripts/pg-cluster.sh env ZTT_E2E_STORE=postgresql \
+  ctest --test-dir build/release --output-on-failure -j "$jobs" --no-tests=error \
+        -R '^(Sto_Postgres|Ztint_Record_Test|Ztint_Shared_Store_Test|Ztint_Admin)'
 scripts/run-unprivileged-tests.sh build/release
 scripts/check-install.sh build/release
 (cd build/release && cpack -G DEB >/dev/null && echo "package: $(ls ztint_*.deb)" &&

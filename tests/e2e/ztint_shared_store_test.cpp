@@ -1,0 +1,99 @@
+// Several servers on one store, as a team shares one: competing edits of one record
+// lose nothing, and (on PostgreSQL) a connection the database drops fails one call
+// clearly and is opened again for the next.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "foundation/host/hst_switches.h"
+#include "tests/e2e/ztint_tracker.h"
+#include "tests/support/ztint_pg_database.h"
+#include "ztint_client/ztint_client.h"
+#include "ztint_utils/ztint_connect.h"
+
+namespace {
+
+using Ztint_Shared_Store_Test = Ztint_Tracker_Test;
+
+constexpr int kServers = 4;
+constexpr int kIncrements = 50;
+
+// Removes what the server of ZTT_USER user keeps in /tmp: it outlives the test.
+void Forget_Server(const std::string& user)
+{
+    for (const char* suffix : {"", ".status", ".lock"})
+        unlink(("/tmp/ZTIntSvr_" + std::to_string(geteuid()) + user + suffix).c_str());
+}
+
+// Each of four processes, with a server of its own (its own ZTT_USER, as on another
+// host), adds one to a counter field fifty times, editing again whenever its commit
+// is refused because another got there first. The counter ends exact.
+TEST_F(Ztint_Shared_Store_Test, ACounterIncrementedByCompetingServersEndsExact)
+{
+    const std::string id = Submit({{"Headline", "counter"}, {"Description", "0"}});
+    ASSERT_FALSE(id.empty());
+    std::vector<pid_t> children;
+    for (int n = 0; n < kServers; ++n) {
+        const pid_t child = fork();
+        if (child != 0) {
+            children.push_back(child);
+            continue;
+        }
+        ZTInt_Connection_Initialize(ZTInt_client_Connection_Record());
+        setenv("ZTT_USER", (User + "_" + std::to_string(n)).c_str(), 1);
+        Hst_Switches::Clear_Cache();
+        ZTSession* session = Logon_Default();
+        int done = 0, attempts = 0;
+        while (session != nullptr && done < kIncrements && ++attempts < 100 * kIncrements) {
+            ZTEntity* entity = nullptr;
+            if (ZTSession_GetEntity(session, &entity, "Defect", id.c_str()) == 0 &&
+                ZTSession_EditEntity(session, entity, "Modify") == 0) {
+                const int counter = std::stoi(Value(entity, "Description"));
+                if (Set(entity, "Description", std::to_string(counter + 1)).empty() && Commit(entity).empty())
+                    ++done;
+            }
+            ZTInt_Entity_Free(entity);
+        }
+        ZTInt_Session_Free(session);
+        _exit(done == kIncrements ? 0 : 1);
+    }
+    for (pid_t child : children) {
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
+    }
+    for (int n = 0; n < kServers; ++n)
+        Forget_Server(User + "_" + std::to_string(n));
+    ZTEntity* counter = Get(id);
+    EXPECT_EQ(Value(counter, "Description"), std::to_string(kServers * kIncrements));
+    EXPECT_EQ(History(counter).size(), std::size_t{kServers * kIncrements + 1});
+    ZTInt_Entity_Free(counter);
+}
+
+// The database ends the server's connection, as a restart of PostgreSQL does.
+TEST_F(Ztint_Shared_Store_Test, ADroppedConnectionFailsOneCallAndTheNextReconnects)
+{
+    if (!Ztint_E2E_On_Postgres())
+        GTEST_SKIP() << "a PostgreSQL store only";
+    const std::string id = Submit({{"Headline", "before the drop"}});
+    ASSERT_FALSE(id.empty());
+    ASSERT_EQ(Pg->Admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" +
+                        Pg->Conninfo().substr(Pg->Conninfo().rfind('=') + 1) + "'"),
+              true);
+    ZTEntity* entity = nullptr;
+    EXPECT_NE(ZTSession_GetEntity(Session, &entity, "Defect", id.c_str()), 0);
+    EXPECT_NE(Server_Error().find("the connection to the PostgreSQL store was lost"), std::string::npos)
+        << Server_Error();
+    ZTInt_Entity_Free(entity);
+    // The same session goes on.
+    ZTEntity* again = Get(id);
+    EXPECT_EQ(Value(again, "Headline"), "before the drop");
+    ZTInt_Entity_Free(again);
+    const std::string after = Submit({{"Headline", "after the drop"}});
+    EXPECT_FALSE(after.empty());
+    EXPECT_NE(after, id);
+}
+
+}  // namespace
