@@ -21,7 +21,7 @@ ctest --test-dir build/release --output-on-failure -j "$jobs"
 # and the record tests again, each with a database of its own.
 scripts/pg-cluster.sh env ZTT_E2E_STORE=postgresql \
   ctest --test-dir build/release --output-on-failure -j "$jobs" --no-tests=error \
-        -R '^(Sto_Postgres|Ztint_Record_Test|Ztint_Shared_Store_Test|Ztint_Admin)'
+        -R '^(Sto_Postgres|Ztint_Record_Test|Ztint_Shared_Store_Test|Ztint_Init_Store_Test|Ztint_Admin)'
 scripts/run-unprivileged-tests.sh build/release
 scripts/check-install.sh build/release
 (cd build/release && cpack -G DEB >/dev/null && echo "package: $(ls ztint_*.deb)" &&

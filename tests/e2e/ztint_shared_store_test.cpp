@@ -1,9 +1,10 @@
 // Several servers on one store, as a team shares one: competing edits of one record
 // lose nothing, and (on PostgreSQL) a connection the database drops fails one call
-// clearly and is opened again for the next.
+// clearly and is opened again for the next. init-store makes a shared store ready.
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -94,6 +95,56 @@ TEST_F(Ztint_Shared_Store_Test, ADroppedConnectionFailsOneCallAndTheNextReconnec
     const std::string after = Submit({{"Headline", "after the drop"}});
     EXPECT_FALSE(after.empty());
     EXPECT_NE(after, id);
+}
+
+struct Command_Result {
+    int Status = -1;
+    std::string Output;  // standard output and error
+};
+
+Command_Result Run_Command(const std::string& command)
+{
+    Command_Result result;
+    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+    if (pipe == nullptr)
+        return result;
+    char buffer[512];
+    for (std::size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+        result.Output.append(buffer, got);
+    const int status = pclose(pipe);
+    result.Status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
+
+// A fixture with no session of its own: init-store comes before any server.
+using Ztint_Init_Store_Test = Ztint_E2E;
+
+TEST_F(Ztint_Init_Store_Test, InitStoreSeedsANewStoreOnceAndIsSafeToRunAgain)
+{
+    const std::string command = Home + "/bin/ztintsvr init-store";
+    const Command_Result first = Run_Command(command);
+    EXPECT_EQ(first.Status, 0) << first.Output;
+    EXPECT_NE(first.Output.find("database set \"MASTER\" in the "), std::string::npos) << first.Output;
+    EXPECT_NE(first.Output.find("made with its users and databases"), std::string::npos) << first.Output;
+    const Command_Result second = Run_Command(command);
+    EXPECT_EQ(second.Status, 0) << second.Output;
+    EXPECT_NE(second.Output.find("exists already: left as it is"), std::string::npos) << second.Output;
+    // The default user logs on and is the superuser of the set.
+    ZTSession* session = Ztint_Tracker_Test::Logon_Default();
+    ASSERT_NE(session, nullptr) << Server_Error();
+    ZTInt_BOOL super = 0;
+    EXPECT_EQ(ZTSession_IsUserSuperUser(session, &super), 0);
+    EXPECT_EQ(super, 1);
+    ZTInt_Session_Free(session);
+}
+
+TEST_F(Ztint_Init_Store_Test, InitStoreOnAStoreOutOfReachSaysWhy)
+{
+    const Command_Result result =
+        Run_Command("ZT_SERVER_STORE='host=/nonexistent/zt dbname=zt' " + Home + "/bin/ztintsvr init-store");
+    EXPECT_EQ(result.Status, 1);
+    EXPECT_EQ(result.Output.rfind("ztintsvr: cannot initialise the store: cannot open the PostgreSQL store: ", 0),
+              0u) << result.Output;
 }
 
 }  // namespace
