@@ -18,10 +18,13 @@ cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 cmake --build build/release -j "$jobs"
 ctest --test-dir build/release --output-on-failure -j "$jobs"
 # The shared store on PostgreSQL, in a throwaway cluster of its own: the engine's tests
-# and the record tests again, each with a database of its own.
-scripts/pg-cluster.sh env ZTT_E2E_STORE=postgresql \
-  ctest --test-dir build/release --output-on-failure -j "$jobs" --no-tests=error \
-        -R '^(Sto_Postgres|Ztint_Record_Test|Ztint_Shared_Store_Test|Ztint_Init_Store_Test|Ztint_Admin)'
+# and the record tests again, each with a database of its own; then, alone, a restart
+# of the cluster under a running server.
+scripts/pg-cluster.sh env ZTT_E2E_STORE=postgresql bash -c "
+  ctest --test-dir build/release --output-on-failure -j $jobs --no-tests=error \
+        -R '^(Sto_Postgres|Ztint_Record_Test|Ztint_Shared_Store_Test|Ztint_Init_Store_Test|Ztint_Admin)' &&
+  ZTT_PG_RESTART=1 ctest --test-dir build/release --output-on-failure --no-tests=error \
+        -R '^Ztint_Pg_Restart_Test'"
 scripts/run-unprivileged-tests.sh build/release
 scripts/check-install.sh build/release
 (cd build/release && cpack -G DEB >/dev/null && echo "package: $(ls ztint_*.deb)" &&

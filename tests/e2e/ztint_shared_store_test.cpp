@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,25 @@ using Ztint_Shared_Store_Test = Ztint_Tracker_Test;
 
 constexpr int kServers = 4;
 constexpr int kIncrements = 50;
+
+struct Command_Result {
+    int Status = -1;
+    std::string Output;  // standard output and error
+};
+
+Command_Result Run_Command(const std::string& command)
+{
+    Command_Result result;
+    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+    if (pipe == nullptr)
+        return result;
+    char buffer[512];
+    for (std::size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+        result.Output.append(buffer, got);
+    const int status = pclose(pipe);
+    result.Status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
 
 // Removes what the server of ZTT_USER user keeps in /tmp: it outlives the test.
 void Forget_Server(const std::string& user)
@@ -97,23 +117,36 @@ TEST_F(Ztint_Shared_Store_Test, ADroppedConnectionFailsOneCallAndTheNextReconnec
     EXPECT_NE(after, id);
 }
 
-struct Command_Result {
-    int Status = -1;
-    std::string Output;  // standard output and error
-};
-
-Command_Result Run_Command(const std::string& command)
+std::string Environment(const char* name)
 {
-    Command_Result result;
-    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr)
-        return result;
-    char buffer[512];
-    for (std::size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-        result.Output.append(buffer, got);
-    const int status = pclose(pipe);
-    result.Status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
+    const char* value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+// A real restart of the cluster drops every connection in it, other tests' too: the
+// test runs only when asked to (ZTT_PG_RESTART=1), alone.
+using Ztint_Pg_Restart_Test = Ztint_Tracker_Test;
+
+TEST_F(Ztint_Pg_Restart_Test, ARestartFailsACallClearlyAndTheServerReconnects)
+{
+    if (!Ztint_E2E_On_Postgres() || Environment("ZTT_PG_RESTART") != "1")
+        GTEST_SKIP() << "restarts the cluster of scripts/pg-cluster.sh: run alone with ZTT_PG_RESTART=1";
+    const std::string id = Submit({{"Headline", "before the restart"}});
+    ASSERT_FALSE(id.empty());
+    const std::string data = Environment("ZTT_PG_DIR");
+    const std::string restart = Environment("PG_CTL_AS") + " " + Environment("PG_BIN") + "/pg_ctl -D " + data +
+                                "/data -l " + data + "/server.log -m fast -w restart";
+    const Command_Result restarted = Run_Command(restart);
+    ASSERT_EQ(restarted.Status, 0) << restart << ": " << restarted.Output;
+    ZTEntity* entity = nullptr;
+    EXPECT_NE(ZTSession_GetEntity(Session, &entity, "Defect", id.c_str()), 0);
+    EXPECT_NE(Server_Error().find("the connection to the PostgreSQL store was lost"), std::string::npos)
+        << Server_Error();
+    ZTInt_Entity_Free(entity);
+    ZTEntity* again = Get(id);
+    EXPECT_EQ(Value(again, "Headline"), "before the restart");
+    ZTInt_Entity_Free(again);
+    EXPECT_FALSE(Submit({{"Headline", "after the restart"}}).empty());
 }
 
 // A fixture with no session of its own: init-store comes before any server.
