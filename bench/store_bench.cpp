@@ -6,8 +6,12 @@
 // (WAL, synchronous=FULL, one transaction per record). Prints absolute times, the
 // floor and the ratio.
 //
-// Runs its own server (ZTT_USER of its own) on a store in a temporary directory.
+// Runs its own server (ZTT_USER of its own) on a store in a temporary directory. With
+// ZTT_PG naming a PostgreSQL cluster (scripts/pg-cluster.sh), it first runs the same
+// submit and read on a fresh database there, side by side.
+#include <libpq-fe.h>
 #include <sqlite3.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -208,6 +212,76 @@ void Report(const char* what, double library, double echoes, double direct)
                 what, library, library / kRecords * 1e6, floor, echoes, direct, library / floor);
 }
 
+struct Library_Times {
+    double Submit = -1, Read = -1;
+};
+
+// Submits kRecords records and reads them back through a server on store.
+Library_Times Run_Library(const std::string& store, ZTZentrak*& zentrak, std::vector<std::string>& ids)
+{
+    setenv("ZT_SERVER_STORE", store.c_str(), 1);
+    ZTSession* session = nullptr;
+    Library_Times times;
+    bool done = Ok(ZTZentrak_Build(&zentrak), "Build") &&
+                Ok(ZTZentrak_SessionLogon(zentrak, &session, "", "zentrak", "zentrak", "DEMO", "MASTER", 0),
+                   "SessionLogon");
+    auto start = Clock::now();
+    done = done && Submit(session, ids);
+    if (done)
+        times.Submit = Seconds_Since(start);
+    start = Clock::now();
+    done = done && Read(session, ids);
+    if (done)
+        times.Read = Seconds_Since(start);
+    ZTInt_Session_Free(session);
+    return times;
+}
+
+// Runs one SQL command in the maintenance database of the cluster ZTT_PG names.
+bool Pg_Admin(const std::string& cluster, const std::string& sql)
+{
+    PGconn* conn = PQconnectdb((cluster + " dbname=postgres").c_str());
+    PGresult* result = PQstatus(conn) == CONNECTION_OK ? PQexec(conn, sql.c_str()) : nullptr;
+    const bool ok = PQresultStatus(result) == PGRES_COMMAND_OK;
+    if (!ok)
+        std::fprintf(stderr, "store_bench: %s: %s\n", sql.c_str(), PQerrorMessage(conn));
+    PQclear(result);
+    PQfinish(conn);
+    return ok;
+}
+
+// With a PostgreSQL cluster named (ZTT_PG, see scripts/pg-cluster.sh), the same submit
+// and read through a server of its own on a fresh database, in a child process, so
+// that its server and connection are its own. Prints its line; false on a failure.
+bool Run_On_Postgres(const std::string& cluster)
+{
+    const std::string database = "zt_bench_" + std::to_string(getpid());
+    if (!Pg_Admin(cluster, "CREATE DATABASE " + database))
+        return false;
+    std::fflush(stdout);
+    const pid_t child = fork();
+    if (child == 0) {
+        setenv("ZTT_USER", ("_bench_pg_" + std::to_string(getpid())).c_str(), 1);
+        ZTZentrak* zentrak = nullptr;
+        std::vector<std::string> ids;
+        const Library_Times times = Run_Library(cluster + " dbname=" + database, zentrak, ids);
+        ZTInt_Zentrak_Free(zentrak);
+        ZTInt_Special_Shutdown_Stub();
+        if (times.Read < 0)
+            _exit(1);
+        std::printf("PostgreSQL 15 (one transaction per record, fsync as the cluster is set):\n"
+                    "submit  library %7.2f s (%6.1f us/record)\n"
+                    "read    library %7.2f s (%6.1f us/record)\n",
+                    times.Submit, times.Submit / kRecords * 1e6, times.Read, times.Read / kRecords * 1e6);
+        std::fflush(stdout);
+        _exit(0);
+    }
+    int status = 0;
+    const bool ok = child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) &&
+                    WEXITSTATUS(status) == 0;
+    return Pg_Admin(cluster, "DROP DATABASE " + database + " WITH (FORCE)") && ok;
+}
+
 }  // namespace
 
 int main()
@@ -218,35 +292,27 @@ int main()
     const std::string dir = directory;
     setenv("ZT_HOME", ZTINT_BUILD_DIR "/home", 1);
     setenv("ZTT_USER", ("_bench_" + std::to_string(getpid())).c_str(), 1);
-    setenv("ZT_SERVER_STORE", (dir + "/library.db").c_str(), 1);
+    const char* cluster = std::getenv("ZTT_PG");
+    const bool postgres_ok = cluster == nullptr || *cluster == '\0' || Run_On_Postgres(cluster);
     ZTZentrak* zentrak = nullptr;
-    ZTSession* session = nullptr;
     std::vector<std::string> ids;
-    bool done = Ok(ZTZentrak_Build(&zentrak), "Build") &&
-                Ok(ZTZentrak_SessionLogon(zentrak, &session, "", "zentrak", "zentrak", "DEMO", "MASTER", 0),
-                   "SessionLogon");
-    auto start = Clock::now();
-    done = done && Submit(session, ids);
-    const double submit = Seconds_Since(start);
-    start = Clock::now();
-    done = done && Read(session, ids);
-    const double read = Seconds_Since(start);
+    const Library_Times library = Run_Library(dir + "/library.db", zentrak, ids);
+    bool done = library.Read >= 0;
     // Submit: build, 5 sets, commit, free; read: get, 5 reads, free.
     const double submit_echoes = done ? Echoes(zentrak, kRecords * 8) : -1;
     const double read_echoes = done ? Echoes(zentrak, kRecords * 7) : -1;
-    ZTInt_Session_Free(session);
     ZTInt_Zentrak_Free(zentrak);
     ZTInt_Special_Shutdown_Stub();
     Direct_Store direct(dir + "/direct.db");
     const double direct_write = direct.Write(kRecords);
     const double direct_read = direct.Read(kRecords);
     std::filesystem::remove_all(dir);
-    if (!done || submit_echoes < 0 || read_echoes < 0 || direct_read < 0) {
+    if (!done || !postgres_ok || submit_echoes < 0 || read_echoes < 0 || direct_read < 0) {
         std::fprintf(stderr, "store_bench: a step failed\n");
         return 1;
     }
     std::printf("%d records, 5 fields each; WAL, synchronous=FULL, one transaction per record\n", kRecords);
-    Report("submit", submit, submit_echoes, direct_write);
-    Report("read", read, read_echoes, direct_read);
+    Report("submit", library.Submit, submit_echoes, direct_write);
+    Report("read", library.Read, read_echoes, direct_read);
     return 0;
 }

@@ -9,8 +9,9 @@
 
 namespace {
 
-// The key of the advisory lock every writer of a database takes ("ztint").
-constexpr char kLockSql[] = "SELECT pg_advisory_xact_lock(525939076724)";  // 0x7A74696E74
+// A write transaction and the advisory lock every writer of a database takes (its
+// key spells "ztint").
+constexpr char kBeginAndLock[] = "BEGIN; SELECT pg_advisory_xact_lock(525939076724)";  // 0x7A74696E74
 
 // SQLSTATEs that mean "another writer was in the way; try again".
 bool Is_Busy_State(const char* state)
@@ -199,10 +200,10 @@ public:
     {
         Ensure_Open();
         Finish_Reads();
-        Check(Run_Simple("BEGIN"), "cannot begin a transaction in the store");
+        // One round trip: the lock is taken by the transaction's first statement.
         In_Transaction = true;
         try {
-            Check(Run_Simple(kLockSql), "cannot take the store's write lock");
+            Check(Run_Simple(kBeginAndLock), "cannot begin a write transaction in the store");
         } catch (...) {
             Rollback();
             throw;
