@@ -143,7 +143,7 @@ private:
 
     Pg_Connection& Owner;
     std::string Name;
-    int Count = 0;
+    int Count = 0;  // before Sql: rewriting the placeholders counts them
     std::string Sql;
     std::vector<Param> Params;
     Result Rows;
@@ -286,7 +286,13 @@ private:
         PQsetNoticeProcessor(Conn, Ignore_Notice, nullptr);
         ++Connection_Generation;
         const std::string setup = "SET lock_timeout = " + std::to_string(Options.Lock_Timeout_Ms);
-        Check(Run_Simple(setup.c_str()), "cannot set up the PostgreSQL store");
+        const Result result = Run_Simple(setup.c_str());
+        if (result == nullptr || !Succeeded(result.get())) {
+            const std::string message = Trimmed(PQerrorMessage(Conn));
+            PQfinish(Conn);
+            Conn = nullptr;
+            throw Sto_Error("cannot set up the PostgreSQL store: " + message);
+        }
     }
 
     std::string Conninfo;
