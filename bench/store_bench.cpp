@@ -6,9 +6,13 @@
 // (WAL, synchronous=FULL, one transaction per record). Prints absolute times, the
 // floor and the ratio.
 //
+// The three are measured in turns of kChunk records (library, then echoes and SQLite,
+// and the other way round in the next turn), so that a disk or processor that other
+// work slows for a while weighs on all three alike instead of on whichever ran then.
+//
 // Runs its own server (ZTT_USER of its own) on a store in a temporary directory. With
 // ZTT_PG naming a PostgreSQL cluster (scripts/pg-cluster.sh), it first runs the same
-// submit and read on a fresh database there, side by side.
+// submit and read on a fresh database there.
 #include <libpq-fe.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
@@ -28,6 +32,7 @@
 namespace {
 
 constexpr int kRecords = 10000;
+constexpr int kChunk = 500;
 using Clock = std::chrono::steady_clock;
 
 const char* const kFields[] = {"Headline", "Description", "Severity", "Priority", "Resolution"};
@@ -50,9 +55,10 @@ bool Ok(int32_t status, const char* what)
     return false;
 }
 
-bool Submit(ZTSession* session, std::vector<std::string>& ids)
+// Submits records first to first + count - 1 (from 0).
+bool Submit(ZTSession* session, int first, int count, std::vector<std::string>& ids)
 {
-    for (int i = 0; i < kRecords; ++i) {
+    for (int i = first; i < first + count; ++i) {
         ZTEntity* entity = nullptr;
         if (!Ok(ZTSession_BuildEntity(session, &entity, "Defect"), "BuildEntity"))
             return false;
@@ -72,9 +78,10 @@ bool Submit(ZTSession* session, std::vector<std::string>& ids)
     return true;
 }
 
-bool Read(ZTSession* session, const std::vector<std::string>& ids)
+bool Read(ZTSession* session, const std::vector<std::string>& ids, int first, int count)
 {
-    for (const std::string& id : ids) {
+    for (int i = first; i < first + count; ++i) {
+        const std::string& id = ids[static_cast<std::size_t>(i)];
         ZTEntity* entity = nullptr;
         if (!Ok(ZTSession_GetEntity(session, &entity, "Defect", id.c_str()), "GetEntity"))
             return false;
@@ -124,7 +131,7 @@ public:
         sqlite3_close(Db);
     }
 
-    double Write(int records)
+    void Prepare_Write()
     {
         Prepare(Insert_Record, "INSERT INTO zt_records(dbset, database, record_type, display_id, state, version, "
                                "changed_by, changed_at) VALUES('MASTER', 'DEMO', 'Defect', ?, 'Submitted', 1, "
@@ -134,9 +141,14 @@ public:
         Prepare(Insert_History, "INSERT INTO zt_history(record, at, user, action, old_state, new_state) "
                                 "VALUES(?, '2026-01-01 00:00:00', 'zentrak', 'Submit', '', 'Submitted') RETURNING id");
         Prepare(Insert_Change, "INSERT INTO zt_history_changes(history, field, old_value, new_value) VALUES(?, ?, '', ?)");
+    }
+
+    double Write(int first, int count)
+    {
         const auto start = Clock::now();
-        for (int i = 0; i < records; ++i) {
-            sqlite3_exec(Db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+        int failures = 0;
+        for (int i = first; i < first + count; ++i) {
+            failures += sqlite3_exec(Db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK;
             const std::string placeholder = "new:" + std::to_string(i);
             sqlite3_bind_text(Insert_Record, 1, placeholder.c_str(), -1, SQLITE_TRANSIENT);
             sqlite3_step(Insert_Record);
@@ -162,19 +174,24 @@ public:
                 sqlite3_bind_text(Insert_Change, 3, value, -1, SQLITE_STATIC);
                 Step(Insert_Change);
             }
-            sqlite3_exec(Db, "COMMIT", nullptr, nullptr, nullptr);
+            failures += sqlite3_exec(Db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK;
         }
-        return Seconds_Since(start);
+        return failures == 0 ? Seconds_Since(start) : -1;
     }
 
-    double Read(int records)
+    void Prepare_Read()
     {
         Prepare(Read_Record, "SELECT dbid, state, version FROM zt_records WHERE dbset = 'MASTER' AND "
                              "database = 'DEMO' AND record_type = 'Defect' AND display_id = ?");
         Prepare(Read_Values, "SELECT field, value FROM zt_values WHERE record = ? ORDER BY field, position");
+    }
+
+    // Reads records first to first + count - 1 (from 0).
+    double Read(int first, int count)
+    {
         const auto start = Clock::now();
         std::size_t bytes = 0;
-        for (int i = 1; i <= records; ++i) {
+        for (int i = first + 1; i <= first + count; ++i) {
             const std::string id = "DEMO" + std::to_string(100000000 + i).substr(1);
             sqlite3_bind_text(Read_Record, 1, id.c_str(), -1, SQLITE_TRANSIENT);
             if (sqlite3_step(Read_Record) != SQLITE_ROW)
@@ -212,31 +229,6 @@ void Report(const char* what, double library, double echoes, double direct)
                 what, library, library / kRecords * 1e6, floor, echoes, direct, library / floor);
 }
 
-struct Library_Times {
-    double Submit = -1, Read = -1;
-};
-
-// Submits kRecords records and reads them back through a server on store.
-Library_Times Run_Library(const std::string& store, ZTZentrak*& zentrak, std::vector<std::string>& ids)
-{
-    setenv("ZT_SERVER_STORE", store.c_str(), 1);
-    ZTSession* session = nullptr;
-    Library_Times times;
-    bool done = Ok(ZTZentrak_Build(&zentrak), "Build") &&
-                Ok(ZTZentrak_SessionLogon(zentrak, &session, "", "zentrak", "zentrak", "DEMO", "MASTER", 0),
-                   "SessionLogon");
-    auto start = Clock::now();
-    done = done && Submit(session, ids);
-    if (done)
-        times.Submit = Seconds_Since(start);
-    start = Clock::now();
-    done = done && Read(session, ids);
-    if (done)
-        times.Read = Seconds_Since(start);
-    ZTInt_Session_Free(session);
-    return times;
-}
-
 // Runs one SQL command in the maintenance database of the cluster ZTT_PG names.
 bool Pg_Admin(const std::string& cluster, const std::string& sql)
 {
@@ -248,6 +240,28 @@ bool Pg_Admin(const std::string& cluster, const std::string& sql)
     PQclear(result);
     PQfinish(conn);
     return ok;
+}
+
+// Submits and reads kRecords records through a server on store; false on a failure.
+bool Run_Library(const std::string& store, double& submit, double& read)
+{
+    setenv("ZT_SERVER_STORE", store.c_str(), 1);
+    ZTZentrak* zentrak = nullptr;
+    ZTSession* session = nullptr;
+    std::vector<std::string> ids;
+    bool done = Ok(ZTZentrak_Build(&zentrak), "Build") &&
+                Ok(ZTZentrak_SessionLogon(zentrak, &session, "", "zentrak", "zentrak", "DEMO", "MASTER", 0),
+                   "SessionLogon");
+    auto start = Clock::now();
+    done = done && Submit(session, 0, kRecords, ids);
+    submit = Seconds_Since(start);
+    start = Clock::now();
+    done = done && Read(session, ids, 0, kRecords);
+    read = Seconds_Since(start);
+    ZTInt_Session_Free(session);
+    ZTInt_Zentrak_Free(zentrak);
+    ZTInt_Special_Shutdown_Stub();
+    return done;
 }
 
 // With a PostgreSQL cluster named (ZTT_PG, see scripts/pg-cluster.sh), the same submit
@@ -262,17 +276,13 @@ bool Run_On_Postgres(const std::string& cluster)
     const pid_t child = fork();
     if (child == 0) {
         setenv("ZTT_USER", ("_bench_pg_" + std::to_string(getpid())).c_str(), 1);
-        ZTZentrak* zentrak = nullptr;
-        std::vector<std::string> ids;
-        const Library_Times times = Run_Library(cluster + " dbname=" + database, zentrak, ids);
-        ZTInt_Zentrak_Free(zentrak);
-        ZTInt_Special_Shutdown_Stub();
-        if (times.Read < 0)
+        double submit = 0, read = 0;
+        if (!Run_Library(cluster + " dbname=" + database, submit, read))
             _exit(1);
         std::printf("PostgreSQL 15 (one transaction per record, fsync as the cluster is set):\n"
                     "submit  library %7.2f s (%6.1f us/record)\n"
                     "read    library %7.2f s (%6.1f us/record)\n",
-                    times.Submit, times.Submit / kRecords * 1e6, times.Read, times.Read / kRecords * 1e6);
+                    submit, submit / kRecords * 1e6, read, read / kRecords * 1e6);
         std::fflush(stdout);
         _exit(0);
     }
@@ -284,6 +294,33 @@ bool Run_On_Postgres(const std::string& cluster)
 
 }  // namespace
 
+// The seconds of each of the three, summed over the chunks.
+struct Times {
+    double Library = 0, Echoes = 0, Direct = 0;
+};
+
+// The library's chunk goes first in one turn and last in the next, so that neither
+// side always follows the other's writes.
+template <class Library, class Echo, class Direct>
+bool Measure(Times& times, Library library, Echo echo, Direct direct)
+{
+    for (int first = 0; first < kRecords; first += kChunk) {
+        const bool library_first = first / kChunk % 2 == 0;
+        double echoes = 0, sqlite = 0;
+        if (!library_first && ((echoes = echo()) < 0 || (sqlite = direct(first, kChunk)) < 0))
+            return false;
+        const auto start = Clock::now();
+        if (!library(first, kChunk))
+            return false;
+        times.Library += Seconds_Since(start);
+        if (library_first && ((echoes = echo()) < 0 || (sqlite = direct(first, kChunk)) < 0))
+            return false;
+        times.Echoes += echoes;
+        times.Direct += sqlite;
+    }
+    return true;
+}
+
 int main()
 {
     char directory[] = "/tmp/store_bench_XXXXXX";
@@ -294,25 +331,42 @@ int main()
     setenv("ZTT_USER", ("_bench_" + std::to_string(getpid())).c_str(), 1);
     const char* cluster = std::getenv("ZTT_PG");
     const bool postgres_ok = cluster == nullptr || *cluster == '\0' || Run_On_Postgres(cluster);
+    setenv("ZT_SERVER_STORE", (dir + "/library.db").c_str(), 1);
     ZTZentrak* zentrak = nullptr;
+    ZTSession* session = nullptr;
     std::vector<std::string> ids;
-    const Library_Times library = Run_Library(dir + "/library.db", zentrak, ids);
-    bool done = library.Read >= 0;
-    // Submit: build, 5 sets, commit, free; read: get, 5 reads, free.
-    const double submit_echoes = done ? Echoes(zentrak, kRecords * 8) : -1;
-    const double read_echoes = done ? Echoes(zentrak, kRecords * 7) : -1;
+    Times submit, read;
+    bool done = Ok(ZTZentrak_Build(&zentrak), "Build") &&
+                Ok(ZTZentrak_SessionLogon(zentrak, &session, "", "zentrak", "zentrak", "DEMO", "MASTER", 0),
+                   "SessionLogon");
+    if (done) {
+        Direct_Store direct(dir + "/direct.db");
+        direct.Prepare_Write();
+        // Submit: build, 5 sets, commit, free; read: get, 5 reads, free.
+        done = Measure(
+            submit, [&](int first, int count) { return Submit(session, first, count, ids); },
+            [&] { return Echoes(zentrak, kChunk * 8); },
+            [&](int first, int count) { return direct.Write(first, count); });
+        direct.Prepare_Read();
+        done = done && Measure(
+                           read, [&](int first, int count) { return Read(session, ids, first, count); },
+                           [&] { return Echoes(zentrak, kChunk * 7); },
+                           [&](int first, int count) { return direct.Read(first, count); });
+    }
+    ZTInt_Session_Free(session);
     ZTInt_Zentrak_Free(zentrak);
     ZTInt_Special_Shutdown_Stub();
-    Direct_Store direct(dir + "/direct.db");
-    const double direct_write = direct.Write(kRecords);
-    const double direct_read = direct.Read(kRecords);
-    std::filesystem::remove_all(dir);
-    if (!done || !postgres_ok || submit_echoes < 0 || read_echoes < 0 || direct_read < 0) {
+    // The server may still be closing its store files, which takes some away.
+    std::error_code error;
+    for (int tries = 0; std::filesystem::remove_all(dir, error), error && tries < 100; ++tries)
+        usleep(20000);
+    if (!done || !postgres_ok) {
         std::fprintf(stderr, "store_bench: a step failed\n");
         return 1;
     }
-    std::printf("%d records, 5 fields each; WAL, synchronous=FULL, one transaction per record\n", kRecords);
-    Report("submit", library.Submit, submit_echoes, direct_write);
-    Report("read", library.Read, read_echoes, direct_read);
+    std::printf("%d records, 5 fields each; WAL, synchronous=FULL, one transaction per record; "
+                "in turns of %d\n", kRecords, kChunk);
+    Report("submit", submit.Library, submit.Echoes, submit.Direct);
+    Report("read", read.Library, read.Echoes, read.Direct);
     return 0;
 }

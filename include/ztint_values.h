@@ -82,4 +82,59 @@ enum ZTInt_Choice_Type {
     ZTInt_CHOICE_OPEN = 2     /* the list suggests; any value is taken */
 };
 
+/* How a query filter compares a field with its values (ZTQueryFilterNode_BuildFilter,
+ * ZTFieldFilter_GetCompOp, ZTResultSet_GetParamComparisonOperator). Values always match
+ * literally: "like" means "contains", case-insensitive for ASCII letters, and %, _ and
+ * quotes in a value are plain characters. A field without a value is "null"; it matches
+ * "not equal", "not like" and "not in". */
+enum ZTInt_Comp_Op {
+    ZTInt_COMP_EQUAL = 1,
+    ZTInt_COMP_NOT_EQUAL = 2,
+    ZTInt_COMP_LESS = 3,
+    ZTInt_COMP_LESS_OR_EQUAL = 4,
+    ZTInt_COMP_GREATER = 5,
+    ZTInt_COMP_GREATER_OR_EQUAL = 6,
+    ZTInt_COMP_LIKE = 7,            /* one value */
+    ZTInt_COMP_NOT_LIKE = 8,
+    ZTInt_COMP_BETWEEN = 9,         /* two values, both ends included */
+    ZTInt_COMP_NOT_BETWEEN = 10,
+    ZTInt_COMP_IS_NULL = 11,        /* no values */
+    ZTInt_COMP_IS_NOT_NULL = 12,
+    ZTInt_COMP_IN = 13,             /* one value or more */
+    ZTInt_COMP_NOT_IN = 14
+};
+
+/* How the conditions of a filter node combine (ZTQueryDef_BuildFilterOperator,
+ * ZTFilterNode_GetBoolOp). */
+enum ZTInt_Bool_Op {
+    ZTInt_BOOL_AND = 1,
+    ZTInt_BOOL_OR = 2
+};
+
+/* What ZTResultSet_MoveNext and ZTResultSet_MoveAbsolute answer. */
+enum ZTInt_Fetch_Status {
+    ZTInt_FETCH_ROW = 1,        /* the result set stands on a row */
+    ZTInt_FETCH_NO_MORE_ROWS = 2
+};
+
+/* The sort of a query's column (ZTQueryFieldDef_GetSortType). */
+enum ZTInt_Sort_Type {
+    ZTInt_SORT_NONE = 0,
+    ZTInt_SORT_ASCENDING = 1,
+    ZTInt_SORT_DESCENDING = 2
+};
+
+/* The kind of a query (ZTQueryDef_GetQueryType). */
+enum ZTInt_Query_Type {
+    ZTInt_QUERY_LIST = 1,  /* fields and a filter of one record type */
+    ZTInt_QUERY_SQL = 2    /* SQL over the views (ZTSession_BuildSQLQuery) */
+};
+
+/* Which saved queries ZTWorkSpaceMgr_GetQueryList lists. */
+enum ZTInt_Query_List {
+    ZTInt_QUERIES_ALL = 1,
+    ZTInt_QUERIES_PUBLIC = 2,
+    ZTInt_QUERIES_PERSONAL = 3
+};
+
 #endif

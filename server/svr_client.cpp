@@ -25,39 +25,49 @@ Svr_Client::~Svr_Client()
 
 bool Svr_Client::On_Ready(Svr_Dispatcher& dispatcher)
 {
-    const bool going = Writer.Busy() ? Write_Step() : Read_Step(dispatcher);
-    return going && !Done();
+    if (Writer.Busy() && !Write_Step())
+        return false;
+    while (!Writer.Busy() && !Done()) {
+        const Svr_Step step = Read_Step(dispatcher);
+        if (step == Svr_Step::Ended || step == Svr_Step::Broken)
+            return false;
+        // After an answer another call may wait in the buffer or the socket: take it
+        // now rather than after a round through poll.
+        if (step == Svr_Step::Pending || !Reader.More_May_Be_There())
+            break;
+    }
+    return !Done();
 }
 
-bool Svr_Client::Read_Step(Svr_Dispatcher& dispatcher)
+// Reads what has come; once a call is whole, answers it (Complete).
+Svr_Step Svr_Client::Read_Step(Svr_Dispatcher& dispatcher)
 {
-    Svr_Step step = Reader.Step(Connection.Handle);
-    // The data of a call nearly always come with its header: take them at once.
-    if (step == Svr_Step::Pending && Reader.Awaiting_Data() && Svr_Ready_Now(Fd(), POLLIN))
-        step = Reader.Step(Connection.Handle);
-    if (step == Svr_Step::Pending)
-        return true;
+    const Svr_Step step = Reader.Step(Fd());
     if (step != Svr_Step::Complete)
-        return false;
-    ZTInt_msg_struct* call = Reader.Take();
-    ZTInt_msg_struct* answer = dispatcher.Answer(Client_State, call);
+        return step;
+    ZTInt_msg_struct* call = Reader.Message();
+    // The call's texts are read where they are unless a next call follows them.
+    const Svr_Texts texts = Reader.Message_Ends_Buffer() ? Svr_Texts::In_Place : Svr_Texts::Copied;
+    ZTInt_msg_struct* answer = dispatcher.Answer(Client_State, call, texts);
     Svr_Trace::Call(call, answer);
+    Reader.Consume();
     Send(answer);
-    ZTInt_msg_Free(call);
-    return true;
+    return Svr_Step::Complete;
 }
 
 // The client reads each answer before its next call, so the socket nearly
 // always takes an answer at once: write without asking first.
 void Svr_Client::Send(ZTInt_msg_struct* answer)
 {
-    Writer.Start(Connection.Handle, answer);
-    Write_Step();
+    Writer.Start(answer);
+    // A failed write fails again at the client's next turn, which poll soon gives it
+    // (the socket reports an error or room), and the client is dropped then.
+    (void)Write_Step();
 }
 
-// A write refused because the socket is full (EAGAIN) waits for the next turn;
-// any other failure leaves the socket writable or in error, and ends the client.
+// A write refused because the socket is full waits for poll; any other failure ends
+// the client.
 bool Svr_Client::Write_Step()
 {
-    return Writer.Step(Connection.Handle) != Svr_Step::Broken || !Svr_Ready_Now(Fd(), POLLOUT);
+    return Writer.Step(Fd()) != Svr_Step::Broken;
 }

@@ -23,9 +23,10 @@ public:
     int Fd() const { return Connection.Handle.Read_File; }
     // POLLIN while waiting for a call, POLLOUT while an answer is on its way.
     short Events() const { return Writer.Busy() ? POLLOUT : POLLIN; }
-    // Moves the client on after poll reported its descriptor ready. False when the
+    // Moves the client on after poll reported its descriptor ready: answers every
+    // call that has come, as long as each answer goes out at once. False when the
     // client is done and should be dropped.
-    bool On_Ready(Svr_Dispatcher& dispatcher);
+    [[nodiscard]] bool On_Ready(Svr_Dispatcher& dispatcher);
     // True when nothing is left to do for the client.
     bool Done() const { return Refused && !Writer.Busy(); }
     Svr_Client_State& State() { return Client_State; }
@@ -34,8 +35,8 @@ public:
     bool Is_Refused() const { return Refused; }
 
 private:
-    bool Read_Step(Svr_Dispatcher& dispatcher);
-    bool Write_Step();
+    [[nodiscard]] Svr_Step Read_Step(Svr_Dispatcher& dispatcher);
+    [[nodiscard]] bool Write_Step();
     void Send(ZTInt_msg_struct* answer);
 
     ZTInt_Connection Connection;

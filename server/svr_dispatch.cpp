@@ -4,6 +4,7 @@
 
 #include "server/calls/svr_call.h"
 #include "server/calls/svr_calls.h"
+#include "server/calls/svr_payloads.h"
 #include "ztint_string.h"
 
 namespace {
@@ -61,26 +62,22 @@ void Svr_Dispatcher::Add(ZTInt_opcode opcode, Call_Handler handler)
     };
 }
 
-ZTInt_msg_struct* Svr_Dispatcher::Answer(Svr_Client_State& client, ZTInt_msg_struct* call)
+ZTInt_msg_struct* Svr_Dispatcher::Answer(Svr_Client_State& client, ZTInt_msg_struct* call,
+                                         Svr_Texts texts)
 {
     const ZTInt_call_entry* entry = ZTInt_call_Find(call->Procedure);
     if (call->Type != ZTInt_msg_type_Call || entry == nullptr || entry->Kind == ZTInt_call_Declared)
         return Error_Answer(call);
-    Svr_Values in(entry->Types_In, entry->In_Count);
-    char* error = nullptr;
-    const int decoded = ZTInt_msg_Decode(call, &error, entry->In_Count, entry->Types_In, in.Pointers());
-    ZTInt_String_Free(error);
-    if (decoded != entry->In_Count)
+    // The two lists are kept from call to call, and so are their buffers.
+    In.Reset(entry->Types_In, entry->In_Count);
+    if (!In.Decode(call, texts))
         return Error_Answer(call);
-
-    Svr_Values out(entry->Types_Out, entry->Out_Count);
-    Svr_Request request{client, *entry, in, out};
-    out.Set_Number(0, Run(request));
-    ZTInt_msg_struct* answer = nullptr;
-    ZTInt_msg_Encode_Reply(call, &answer, &error, entry->Out_Count, entry->Types_Out,
-                           out.Pointers());
-    ZTInt_String_Free(error);
-    return answer;
+    Out.Reset(entry->Types_Out, entry->Out_Count);
+    Svr_Request request{client, *entry, In, Out};
+    Out.Set_Number(0, Run(request));
+    ZTInt_msg_struct* answer = Out.Encode_Reply(call);
+    // An answer that cannot be encoded is no answer: the caller gets an error message.
+    return answer != nullptr ? answer : Error_Answer(call);
 }
 
 int32_t Svr_Dispatcher::Run(Svr_Request& request)
@@ -182,7 +179,7 @@ int32_t Svr_Dispatcher::Echo_String(Svr_Request& request)
 {
     if (Object_Argument(request, 0) == nullptr)
         return -1;
-    request.Out.Set_Text(1, request.In.Text(1));
+    request.Out.Move_Text(1, request.In, 1);
     return 0;
 }
 
@@ -202,11 +199,14 @@ int32_t Svr_Dispatcher::Session_Logon(Svr_Request& request)
 
 // In-values: the entry object, the session, flags. The session's handle stays valid
 // until the client frees it, so that the client's Free of it succeeds and releases the
-// client's entry too.
+// client's entry too. A transaction the session left open is rolled back.
 int32_t Svr_Dispatcher::Session_Logoff(Svr_Request& request)
 {
-    if (Object_Argument(request, 0) == nullptr || Object_Argument(request, 1) == nullptr)
+    const Svr_Objects::Object* session = nullptr;
+    if (Object_Argument(request, 0) == nullptr || (session = Object_Argument(request, 1)) == nullptr)
         return -1;
+    if (const auto* payload = dynamic_cast<const Pl_Session*>(session->Payload.get()))
+        payload->Session->Abandon_Transaction();
     return 0;
 }
 

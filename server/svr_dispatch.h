@@ -45,8 +45,11 @@ public:
     void Add(ZTInt_opcode opcode, Call_Handler handler);
     Svr_Objects& Object_Table() { return Objects; }
 
-    // The answer to call, a new message the caller frees; never NULL.
-    ZTInt_msg_struct* Answer(Svr_Client_State& client, ZTInt_msg_struct* call);
+    // The answer to call, a new message the caller frees; never NULL. Not reentrant:
+    // the values of one call are kept for the next.
+    // texts tells where the call's texts are decoded to (see Svr_Values::Decode).
+    [[nodiscard]] ZTInt_msg_struct* Answer(Svr_Client_State& client, ZTInt_msg_struct* call,
+                                           Svr_Texts texts = Svr_Texts::Copied);
     // True once a client has asked the server to shut down.
     bool Shutdown_Requested() const { return Shutdown; }
     // The client has gone: its objects go too.
@@ -82,5 +85,7 @@ private:
     Mdl_Server& Model;
     std::string Version;
     bool Shutdown = false;
+    Svr_Values In;   // the values of the call being answered
+    Svr_Values Out;  // and of its answer
     std::unordered_map<int32_t, std::function<int32_t(Svr_Request&)>> Handlers;
 };

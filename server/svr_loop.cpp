@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "server/svr_status.h"
@@ -18,6 +19,10 @@ volatile int Svr_Stop_Signal = 0;
 namespace {
 
 constexpr int32_t kLargestKeptBuffer = 8 * 1024 * 1024;
+// The status file is written once the loop has been quiet this long, or at the latest
+// after kLongestStale.
+constexpr std::chrono::milliseconds kQuiet{2};
+constexpr std::chrono::milliseconds kLongestStale{100};
 
 void On_Stop_Signal(int number)
 {
@@ -80,6 +85,8 @@ std::string Svr_Loop::Run()
     std::string reason = Serve();
     while (!Clients.empty())
         Drop_Client(Clients.size() - 1);
+    if (Status_Stale)
+        Publish_Status();
     return reason;
 }
 
@@ -94,29 +101,38 @@ std::string Svr_Loop::Serve()
         const int timeout = Idle_Timeout_Ms();
         if (timeout == 0)
             return "idle";
-        std::vector<pollfd> wanted;
-        wanted.reserve(Clients.size() + 1);
-        wanted.push_back({Point.Handle.Read_File, POLLIN, 0});
-        for (const auto& client : Clients)
-            wanted.push_back({client->Fd(), client->Events(), 0});
-        timespec limit = {timeout / 1000, (timeout % 1000) * 1000000L};
+        Update_Poll_Set();
+        const int bound = Wait_Bound_Ms(timeout);
+        timespec limit = {bound / 1000, (bound % 1000) * 1000000L};
         const int ready =
-            ppoll(wanted.data(), wanted.size(), timeout < 0 ? nullptr : &limit, &waiting_mask);
+            ppoll(Wanted.data(), Wanted.size(), bound < 0 ? nullptr : &limit, &waiting_mask);
+        if (ready == 0 && Status_Stale)
+            Publish_Status();  // nothing came for a while: nobody waits for the server
         if (ready <= 0)
             continue;  // timeout, or a signal (EINTR): the checks above decide
         // Clients first: a client added by the point below has no entry in wanted.
         for (std::size_t i = Clients.size(); i-- > 0;) {
-            if (wanted[i + 1].revents == 0)
+            if (Wanted[i + 1].revents == 0)
                 continue;
             if (!Clients[i]->On_Ready(Dispatcher))
                 Drop_Client(i);
         }
-        if (wanted[0].revents != 0)
+        if (Wanted[0].revents != 0)
             On_Point_Ready();
         Give_Back_Large_Buffers();
         if (Clients.empty() && Idle_Since == std::chrono::steady_clock::time_point())
             Idle_Since = std::chrono::steady_clock::now();
     }
+}
+
+// The descriptors to wait for, updated in place: after the first calls the set has
+// the room it needs, and a turn of the loop allocates nothing.
+void Svr_Loop::Update_Poll_Set()
+{
+    Wanted.resize(Clients.size() + 1);
+    Wanted[0] = {Point.Handle.Read_File, POLLIN, 0};
+    for (std::size_t i = 0; i < Clients.size(); ++i)
+        Wanted[i + 1] = {Clients[i]->Fd(), Clients[i]->Events(), 0};
 }
 
 // -1 (no limit) while clients are connected, else what is left of the idle time.
@@ -130,20 +146,23 @@ int Svr_Loop::Idle_Timeout_Ms() const
     return left.count() <= 0 ? 0 : static_cast<int>(std::min<long long>(left.count(), 1 << 30));
 }
 
+// Startup calls are written into the pipe by single writes, so each comes whole; one
+// read may bring several.
 void Svr_Loop::On_Point_Ready()
 {
-    Svr_Step step = Point_Reader.Step(Point.Handle);
-    // A startup call is written into the pipe by one write: its data are there.
-    if (step == Svr_Step::Pending && Point_Reader.Awaiting_Data() &&
-        Svr_Ready_Now(Point.Handle.Read_File, POLLIN))
-        step = Point_Reader.Step(Point.Handle);
-    if (step == Svr_Step::Broken) {
-        Point_Reader.Reset();
-        Drain_Point();
-    } else if (step == Svr_Step::Complete) {
-        ZTInt_msg_struct* startup = Point_Reader.Take();
-        Start_Client(startup);
-        ZTInt_msg_Free(startup);
+    for (;;) {
+        const Svr_Step step = Point_Reader.Step(Point.Handle.Read_File);
+        if (step == Svr_Step::Broken) {
+            Point_Reader.Reset();
+            Drain_Point();
+            return;
+        }
+        if (step != Svr_Step::Complete)
+            return;
+        Start_Client(Point_Reader.Message());
+        Point_Reader.Consume();
+        if (!Point_Reader.More_May_Be_There())
+            return;
     }
 }
 
@@ -170,11 +189,12 @@ void Svr_Loop::Start_Client(ZTInt_msg_struct* startup)
         return;
     Clients.push_back(std::move(client));
     Idle_Since = std::chrono::steady_clock::time_point();
-    Publish_Status();
+    Mark_Status_Stale();
 }
 
 // Buffers of huge messages go back to the system once the messages are done; the
-// smaller ones stay in the pool for the next calls.
+// smaller ones stay in the pool for the next calls, so that calls with long texts in
+// a row reuse their memory instead of faulting in fresh pages every time.
 void Svr_Loop::Give_Back_Large_Buffers()
 {
     if (ZTInt_msg_buffer_Trim(kLargestKeptBuffer) > 0)
@@ -188,13 +208,37 @@ void Svr_Loop::Drop_Client(std::size_t index)
         Svr_Trace::Client_Event("disconnect", client.Number(), client.Pid());
     Dispatcher.Client_Gone(Clients[index]->State());
     Clients.erase(Clients.begin() + static_cast<std::ptrdiff_t>(index));
-    Publish_Status();
+    Mark_Status_Stale();
 }
 
-void Svr_Loop::Publish_Status() const
+void Svr_Loop::Publish_Status()
 {
+    Status_Stale = false;
     if (!Options.Status_Path.empty())
         Svr_Status_Write(Options.Status_Path, Svr_Status{getpid(), Started, Clients.size()});
+}
+
+// A client that has just connected makes its first call at once: the status file is
+// written once the loop has nothing to do, not in the client's way.
+void Svr_Loop::Mark_Status_Stale()
+{
+    if (!Status_Stale)
+        Stale_Since = std::chrono::steady_clock::now();
+    Status_Stale = true;
+}
+
+// The bound of the next wait: the idle bound, or a short one while the status file
+// is stale, which is written now if it has waited long enough.
+int Svr_Loop::Wait_Bound_Ms(int idle_timeout)
+{
+    if (!Status_Stale)
+        return idle_timeout;
+    if (std::chrono::steady_clock::now() - Stale_Since >= kLongestStale) {
+        Publish_Status();
+        return idle_timeout;
+    }
+    const int quiet = static_cast<int>(kQuiet.count());
+    return idle_timeout < 0 ? quiet : std::min(idle_timeout, quiet);
 }
 
 // What is left in the pipe after bytes that were no message can't be put back in

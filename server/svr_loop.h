@@ -38,13 +38,16 @@ public:
 
 private:
     std::string Serve();
+    void Update_Poll_Set();
     void On_Point_Ready();
     void Start_Client(ZTInt_msg_struct* startup);
     void Drain_Point();
     int Idle_Timeout_Ms() const;
     void Drop_Client(std::size_t index);
     void Give_Back_Large_Buffers();
-    void Publish_Status() const;
+    void Publish_Status();
+    void Mark_Status_Stale();
+    [[nodiscard]] int Wait_Bound_Ms(int idle_timeout);
 
     ZTInt_Connection Point;
     Svr_Dispatcher& Dispatcher;
@@ -53,7 +56,10 @@ private:
     std::chrono::steady_clock::time_point Idle_Since;
     Svr_Reader Point_Reader;
     std::vector<std::unique_ptr<Svr_Client>> Clients;
+    std::vector<pollfd> Wanted;  // Point first, then each client's socket
     int Next_Client_Number = 1;
+    bool Status_Stale = false;
+    std::chrono::steady_clock::time_point Stale_Since;
 };
 
 // Set by the signal handlers the loop installs; read between two polls.

@@ -1,6 +1,7 @@
 #include "server/svr_start.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/file.h>
@@ -183,8 +184,20 @@ void Remove_Pipe(const std::string& path, int fd)
     lock.Remove();
 }
 
+// The top of the heap is kept, up to a bound, instead of going back to the system at
+// each free that leaves it large: the store's buffers of a commit would otherwise
+// shrink and grow the heap (system calls and freshly zeroed pages) at every commit.
+// The loop still gives memory back by malloc_trim after large messages.
+void Keep_Heap_Top()
+{
+    mallopt(M_TRIM_THRESHOLD, 16 * 1024 * 1024);
+    mallopt(M_TOP_PAD, 1024 * 1024);
+    mallopt(M_MMAP_THRESHOLD, 4 * 1024 * 1024);
+}
+
 int Serve(const Svr_Options& options, const Report_Channel& report)
 {
+    Keep_Heap_Top();
     Svr_Trace::Open_From_Environment();
     Svr_Users users;
     std::string error;

@@ -1,106 +1,164 @@
 #include "server/svr_transfer.h"
 
-#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <cstring>
 
 #include "ztint_string.h"
-#include "ztint_utils/ztint_transport.h"
 
 namespace {
 
-// One transport step; the failure text is of no use to the server's driver.
-int Transport_Step(int (*step)(ZTInt_RPC_Handle*, ZTInt_msg_struct*, char**),
-                   ZTInt_RPC_Handle& handle, ZTInt_msg_struct* message)
-{
-    char* error = nullptr;
-    const int result = step(&handle, message, &error);
-    ZTInt_String_Free(error);
-    return result;
-}
+constexpr int32_t kHeaderSize = sizeof(ZTInt_msg_struct);
+// Room of a fresh buffer: every call but those with long texts fits at once.
+constexpr int32_t kFirstRoom = 4096;
+// A buffer grown beyond this for one huge message goes back once it is done with;
+// smaller ones stay for the next calls, so that large calls in a row cost no
+// allocation and no fresh pages.
+constexpr int32_t kLargestKept = 8 * 1024 * 1024;
 
-int Send_Step(ZTInt_RPC_Handle* handle, ZTInt_msg_struct* message, char** error)
+bool Would_Block(int error)
 {
-    return ZTInt_transport_Send_Data(handle, message, error);
+    return error == EAGAIN || error == EWOULDBLOCK;
 }
 
 }  // namespace
 
-Svr_Step Svr_Reader::Step(ZTInt_RPC_Handle& handle)
+Svr_Reader::~Svr_Reader()
 {
-    return Message == nullptr ? Header_Step(handle) : Data_Step(handle);
+    std::free(Buffer);
 }
 
-Svr_Step Svr_Reader::Header_Step(ZTInt_RPC_Handle& handle)
+bool Svr_Reader::Header_Is_Whole() const
 {
-    if (!Header_Started) {
-        Header.Data_Size = 0;
-        ZTInt_transport_Start_Full(&handle, &Header);
-        Header_Started = true;
-    }
-    const bool fresh = handle.Length == static_cast<int32_t>(sizeof Header);
-    if (Transport_Step(ZTInt_transport_Recv_Data, handle, &Header) != ZTInt_transport_Done) {
-        Header_Started = false;
-        return fresh && handle.Last_Count == 0 ? Svr_Step::Ended : Svr_Step::Broken;
-    }
-    if (!ZTInt_transport_Data_Done(&handle))
-        return Svr_Step::Pending;
-    Header_Started = false;
+    return Filled >= kHeaderSize;
+}
+
+int32_t Svr_Reader::Message_Size() const
+{
+    return kHeaderSize + reinterpret_cast<const ZTInt_msg_struct*>(Buffer)->Data_Size;
+}
+
+// Room for bytes and then some: a read that brings a whole message then leaves room
+// unused, which tells that the socket has nothing more for now.
+bool Svr_Reader::Reserve(int32_t bytes)
+{
+    if (Capacity > bytes)
+        return true;
+    const int32_t headroom = bytes / 8 + 1;
+    const int32_t room = bytes + headroom < kFirstRoom ? kFirstRoom : bytes + headroom;
+    char* grown = static_cast<char*>(std::realloc(Buffer, static_cast<size_t>(room)));
+    if (grown == nullptr)
+        return false;
+    Buffer = grown;
+    Capacity = room;
+    return true;
+}
+
+// Framing, type, version and size, before anything is allocated for the data.
+bool Svr_Reader::Check_Header()
+{
     char* error = nullptr;
+    const auto* header = reinterpret_cast<const ZTInt_msg_struct*>(Buffer);
     const bool valid =
-        ZTInt_msg_Check(&error, &Header) == 0 && ZTInt_msg_Check_Size(&error, &Header) == 0;
+        ZTInt_msg_Check(&error, header) == 0 && ZTInt_msg_Check_Size(&error, header) == 0;
     ZTInt_String_Free(error);
-    if (!valid)
-        return Svr_Step::Broken;
-    Message = ZTInt_msg_Alloc(&Header);
-    ZTInt_transport_Start_Data(&handle, Message);
-    return ZTInt_transport_Data_Done(&handle) ? Svr_Step::Complete : Svr_Step::Pending;
+    Header_Checked = valid && Reserve(Message_Size());
+    return Header_Checked;
 }
 
-Svr_Step Svr_Reader::Data_Step(ZTInt_RPC_Handle& handle)
+Svr_Step Svr_Reader::Step(int fd)
 {
-    if (Transport_Step(ZTInt_transport_Recv_Data, handle, Message) != ZTInt_transport_Done)
+    if (!Reserve(kHeaderSize))
         return Svr_Step::Broken;
-    return ZTInt_transport_Data_Done(&handle) ? Svr_Step::Complete : Svr_Step::Pending;
+    bool drained = false;
+    for (;;) {
+        if (Header_Is_Whole()) {
+            if (!Header_Checked && !Check_Header())
+                return Svr_Step::Broken;
+            if (Filled >= Message_Size())
+                return Svr_Step::Complete;
+        }
+        // A read that got less than it asked for emptied the descriptor: wait for
+        // poll rather than make a read that fails.
+        if (drained)
+            return Svr_Step::Pending;
+        const int32_t room = Capacity - Filled;
+        const ssize_t count = ::read(fd, Buffer + Filled, static_cast<size_t>(room));
+        if (count < 0) {
+            if (errno == EINTR)
+                continue;
+            Read_Filled_Room = false;
+            return Would_Block(errno) ? Svr_Step::Pending : Svr_Step::Broken;
+        }
+        if (count == 0)
+            return Filled == 0 ? Svr_Step::Ended : Svr_Step::Broken;
+        Filled += static_cast<int32_t>(count);
+        Read_Filled_Room = count == room;
+        drained = !Read_Filled_Room;
+    }
 }
 
-ZTInt_msg_struct* Svr_Reader::Take()
+ZTInt_msg_struct* Svr_Reader::Message()
 {
-    ZTInt_msg_struct* message = Message;
-    Message = nullptr;
-    return message;
+    return reinterpret_cast<ZTInt_msg_struct*>(Buffer);
+}
+
+void Svr_Reader::Consume()
+{
+    const int32_t size = Message_Size();
+    Filled -= size;
+    if (Filled > 0)
+        std::memmove(Buffer, Buffer + size, static_cast<size_t>(Filled));
+    Header_Checked = false;
+    Release_Large_Buffer();
 }
 
 void Svr_Reader::Reset()
 {
-    ZTInt_msg_Free(Take());
-    Header_Started = false;
+    Filled = 0;
+    Header_Checked = false;
+    Read_Filled_Room = false;
+    Release_Large_Buffer();
 }
 
-void Svr_Writer::Start(ZTInt_RPC_Handle& handle, ZTInt_msg_struct* message)
+void Svr_Reader::Release_Large_Buffer()
+{
+    if (Capacity <= kLargestKept || Filled >= kFirstRoom)
+        return;
+    if (char* shrunk = static_cast<char*>(std::realloc(Buffer, kFirstRoom))) {
+        Buffer = shrunk;
+        Capacity = kFirstRoom;
+    }
+}
+
+void Svr_Writer::Start(ZTInt_msg_struct* message)
 {
     ZTInt_msg_Free(Message);
     Message = message;
-    ZTInt_transport_Start_Full(&handle, Message);
+    Sent = 0;
 }
 
-Svr_Step Svr_Writer::Step(ZTInt_RPC_Handle& handle)
+Svr_Step Svr_Writer::Step(int fd)
 {
-    if (Transport_Step(Send_Step, handle, Message) != ZTInt_transport_Done)
-        return Svr_Step::Broken;
-    if (!ZTInt_transport_Data_Done(&handle))
-        return Svr_Step::Pending;
+    const int32_t size = ZTInt_msg_Full_Size(Message);
+    const char* bytes = reinterpret_cast<const char*>(Message);
+    while (Sent < size) {
+        // A client that has gone must fail the write with EPIPE, not end the server.
+        const ssize_t count = ::send(fd, bytes + Sent, static_cast<size_t>(size - Sent),
+                                     MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (count < 0) {
+            if (errno == EINTR)
+                continue;
+            return Would_Block(errno) ? Svr_Step::Pending : Svr_Step::Broken;
+        }
+        Sent += static_cast<int32_t>(count);
+        if (Sent < size)
+            return Svr_Step::Pending;  // the socket took what it had room for
+    }
     ZTInt_msg_Free(Message);
     Message = nullptr;
     return Svr_Step::Complete;
-}
-
-bool Svr_Ready_Now(int fd, short events)
-{
-    pollfd wanted = {fd, events, 0};
-    int ready;
-    do
-        ready = poll(&wanted, 1, 0);
-    while (ready < 0 && errno == EINTR);
-    return ready == 1 && (wanted.revents & (events | POLLHUP | POLLERR)) != 0;
 }

@@ -1,7 +1,9 @@
-// The server's side of one message transfer on a non-blocking descriptor, driven by
-// the stepwise transport: every Step makes exactly one read or write, so the server
-// only steps a descriptor that poll has reported ready and never waits on one client.
+// The server's side of message transfers on a non-blocking descriptor. The server
+// only steps a descriptor that poll has reported ready (or that still has bytes
+// buffered) and never waits on one client.
 #pragma once
+
+#include <cstdint>
 
 #include "ztint_utils/ztint_connect.h"
 #include "ztint_utils/ztint_message.h"
@@ -13,32 +15,47 @@ enum class Svr_Step {
     Broken,    // the peer closed mid-message, or the bytes are no message
 };
 
-// Reads messages one after another: the 32-byte header, then the data it announces.
+// Reads messages one after another into a buffer of its own that it keeps from one
+// message to the next. A read asks for all the room the buffer has, so a message
+// whose bytes are there costs one read; bytes beyond the message stay for the next.
 class Svr_Reader {
 public:
     Svr_Reader() = default;
-    ~Svr_Reader() { ZTInt_msg_Free(Message); }
+    ~Svr_Reader();
     Svr_Reader(const Svr_Reader&) = delete;
     Svr_Reader& operator=(const Svr_Reader&) = delete;
 
-    Svr_Step Step(ZTInt_RPC_Handle& handle);
-    // True while a message is partly read and its data are awaited.
-    bool Awaiting_Data() const { return Message != nullptr; }
-    // The complete message; the caller frees it. The reader starts over.
-    ZTInt_msg_struct* Take();
-    // Drops a partial message, e.g. after Broken.
+    // Complete at once when a whole message is buffered; else reads until the message
+    // is whole or the descriptor has nothing more for now.
+    [[nodiscard]] Svr_Step Step(int fd);
+    // The complete message, valid until Consume or Reset.
+    [[nodiscard]] ZTInt_msg_struct* Message();
+    // True when no byte of a next message follows the complete one in the buffer: the
+    // byte after it may then be written (there is always room for one).
+    [[nodiscard]] bool Message_Ends_Buffer() const { return Filled == Message_Size(); }
+    // Done with the complete message: the bytes after it move to the front.
+    void Consume();
+    // True when the descriptor may hold more right now: the buffer has bytes of a next
+    // message, or the last read filled all the room it was given.
+    [[nodiscard]] bool More_May_Be_There() const { return Filled > 0 || Read_Filled_Room; }
+    // Drops every buffered byte, e.g. after Broken.
     void Reset();
 
 private:
-    Svr_Step Header_Step(ZTInt_RPC_Handle& handle);
-    Svr_Step Data_Step(ZTInt_RPC_Handle& handle);
+    [[nodiscard]] bool Header_Is_Whole() const;
+    [[nodiscard]] int32_t Message_Size() const;
+    [[nodiscard]] bool Reserve(int32_t bytes);
+    [[nodiscard]] bool Check_Header();
+    void Release_Large_Buffer();
 
-    ZTInt_msg_struct Header{};
-    bool Header_Started = false;
-    ZTInt_msg_struct* Message = nullptr;
+    char* Buffer = nullptr;
+    int32_t Capacity = 0;
+    int32_t Filled = 0;
+    bool Header_Checked = false;
+    bool Read_Filled_Room = false;
 };
 
-// Writes one message at a time.
+// Writes one message at a time, each a buffer of the message pool.
 class Svr_Writer {
 public:
     Svr_Writer() = default;
@@ -46,14 +63,13 @@ public:
     Svr_Writer(const Svr_Writer&) = delete;
     Svr_Writer& operator=(const Svr_Writer&) = delete;
 
-    // Takes message over and starts its transfer on handle.
-    void Start(ZTInt_RPC_Handle& handle, ZTInt_msg_struct* message);
-    bool Busy() const { return Message != nullptr; }
-    Svr_Step Step(ZTInt_RPC_Handle& handle);
+    // Takes message over; the first Step begins its transfer.
+    void Start(ZTInt_msg_struct* message);
+    [[nodiscard]] bool Busy() const { return Message != nullptr; }
+    // Writes until the message is gone or the socket is full (Pending).
+    [[nodiscard]] Svr_Step Step(int fd);
 
 private:
     ZTInt_msg_struct* Message = nullptr;
+    int32_t Sent = 0;
 };
-
-// True if fd is ready for events (POLLIN, POLLOUT) right now, without waiting.
-bool Svr_Ready_Now(int fd, short events);

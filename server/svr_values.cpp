@@ -1,33 +1,217 @@
 #include "server/svr_values.h"
 
+#include <cstdlib>
+#include <cstring>
+
+#include "ztint_base/ztint_assert.h"
 #include "ztint_string.h"
 
-Svr_Values::Svr_Values(const ZTInt_rpc_type* types, int count)
-    : Type_List(types), Cells(count), Value_Pointers(count)
-{
-    for (int i = 0; i < count; ++i) {
-        Cell& cell = Cells[i];
-        switch (types[i]) {
-        case ZTInt_rpc_type_String:
-            Value_Pointers[i] = &cell.Text;
-            break;
-        case ZTInt_rpc_type_StringArray:
-            Value_Pointers[i] = &cell.Texts;
-            break;
-        default:
-            Value_Pointers[i] = ZTInt_rpc_type_Is_Object(types[i])
-                                    ? static_cast<void*>(&cell.Object)
-                                    : static_cast<void*>(&cell.Number);
-        }
-    }
-}
+namespace {
+
+constexpr int32_t kHeaderSize = sizeof(ZTInt_msg_struct);
+constexpr int64_t kTagSize = 1;
+constexpr int64_t kWordSize = 4;
+// A text buffer grown beyond this for one huge value goes back when the list starts
+// over; smaller ones stay for the next calls.
+constexpr int64_t kLargestKept = 8 * 1024 * 1024;
+
+}  // namespace
 
 Svr_Values::~Svr_Values()
 {
     for (Cell& cell : Cells) {
-        ZTInt_String_Free(cell.Text);
+        Release_Text(cell);
+        ZTInt_String_Free(cell.Buffer);
         ZTInt_StringArray_Free(cell.Texts);
     }
+}
+
+// The cell holds no text; its buffer stays.
+void Svr_Values::Release_Text(Cell& cell)
+{
+    if (cell.Text != nullptr && cell.Text != cell.Buffer && !cell.Borrowed)
+        ZTInt_String_Free(cell.Text);
+    cell.Text = nullptr;
+    cell.Length = kUnknown;
+    cell.Borrowed = false;
+}
+
+void Svr_Values::Reset(const ZTInt_rpc_type* types, int count)
+{
+    if (count < 0 || count > Max_Count)
+        ZTInt_abort3("count >= 0 && count <= Svr_Values::Max_Count", __FILE__, __LINE__);
+    Type_List = types;
+    Value_Count = count;
+    for (Cell& cell : Cells) {
+        cell.Number = 0;
+        cell.Object = {0, 0, 0, 0};
+        ZTInt_StringArray_Free(cell.Texts);
+        cell.Texts = nullptr;
+        Release_Text(cell);
+        if (cell.Room > kLargestKept) {
+            ZTInt_String_Free(cell.Buffer);
+            cell.Buffer = nullptr;
+            cell.Room = 0;
+        }
+    }
+}
+
+void* Svr_Values::Pointer_Of(int index)
+{
+    Cell& cell = Cells[index];
+    const ZTInt_rpc_type type = Type_List[index];
+    if (type == ZTInt_rpc_type_String)
+        return &cell.Text;
+    if (type == ZTInt_rpc_type_StringArray)
+        return &cell.Texts;
+    return ZTInt_rpc_type_Is_Object(type) ? static_cast<void*>(&cell.Object)
+                                          : static_cast<void*>(&cell.Number);
+}
+
+void* const* Svr_Values::Pointers()
+{
+    for (int i = 0; i < Value_Count; ++i) {
+        Cell& cell = Cells[i];
+        if (Type_List[i] == ZTInt_rpc_type_String) {
+            // A decoder may put a heap text of its own there, which the cell then owns:
+            // a text left in a message becomes the cell's own first.
+            if (cell.Borrowed && !Assign_Text(cell, cell.Text, Text_Length(cell)))
+                ZTInt_abort3("memory allocation failed for a text of the server", __FILE__, __LINE__);
+            cell.Length = kUnknown;
+        }
+        Value_Pointers[i] = Pointer_Of(i);
+    }
+    return Value_Pointers.data();
+}
+
+bool Svr_Values::Assign_Text(Cell& cell, const char* bytes, int64_t length)
+{
+    if (cell.Room < length + 1) {
+        char* grown = ZTInt_String_Alloc(length);
+        if (grown == nullptr)
+            return false;
+        if (length > 0)
+            std::memcpy(grown, bytes, static_cast<size_t>(length));  // bytes may be in the old buffer
+        Release_Text(cell);
+        ZTInt_String_Free(cell.Buffer);
+        cell.Buffer = grown;
+        cell.Room = length + 1;
+    } else {
+        if (length > 0)
+            std::memmove(cell.Buffer, bytes, static_cast<size_t>(length));
+        if (cell.Text != cell.Buffer)
+            Release_Text(cell);
+    }
+    cell.Buffer[length] = '\0';
+    cell.Text = cell.Buffer;
+    cell.Length = length;
+    cell.Borrowed = false;
+    return true;
+}
+
+bool Svr_Values::Decode_Text(ZTInt_msg_info& info, Cell& cell, Svr_Texts texts)
+{
+    ZTInt_rpc_type tag = 0;
+    int32_t length = 0;
+    if (!ZTInt_rpc_type_Decode(&info, &tag) || tag != ZTInt_rpc_type_String ||
+        !ZTInt_rpc_int_Decode(&info, &length) || length < 0 || length > ZTInt_msg_Available(&info))
+        return false;
+    if (texts == Svr_Texts::Copied) {
+        if (!Assign_Text(cell, info.Current, length))
+            return false;
+    } else {
+        Release_Text(cell);
+        cell.Text = info.Current;  // ended once the whole list has been read
+        cell.Length = length;
+        cell.Borrowed = true;
+    }
+    info.Current += length;
+    return true;
+}
+
+bool Svr_Values::Decode(ZTInt_msg_struct* message, Svr_Texts texts)
+{
+    ZTInt_msg_info info;
+    ZTInt_msg_info_Init(&info, message);
+    bool decoded = true;
+    for (int i = 0; i < Value_Count && decoded; ++i) {
+        // Texts go into the kept buffers or stay; the other types decode without
+        // allocating.
+        decoded = Type_List[i] == ZTInt_rpc_type_String
+                      ? Decode_Text(info, Cells[i], texts)
+                      : ZTInt_rpc_Decode(&info, Type_List[i], Pointer_Of(i)) != 0;
+    }
+    ZTInt_String_Free(info.Error);
+    decoded = decoded && ZTInt_msg_Available(&info) == 0;
+    // A text left in the message ends where the next value's tag was, or just after the
+    // data: only now that every value has been read can the bytes be overwritten.
+    for (int i = 0; i < Value_Count; ++i) {
+        Cell& cell = Cells[i];
+        if (!decoded)
+            Release_Text(cell);  // a list that failed holds no texts
+        else if (cell.Borrowed)
+            cell.Text[cell.Length] = '\0';
+    }
+    return decoded;
+}
+
+int64_t Svr_Values::Text_Length(const Cell& cell)
+{
+    if (cell.Text == nullptr)
+        return 0;
+    return cell.Length != kUnknown ? cell.Length : static_cast<int64_t>(std::strlen(cell.Text));
+}
+
+int64_t Svr_Values::Data_Size() const
+{
+    int64_t size = 0;
+    for (int i = 0; i < Value_Count; ++i) {
+        const ZTInt_rpc_type type = Type_List[i];
+        if (type == ZTInt_rpc_type_String)
+            size += kTagSize + kWordSize + Text_Length(Cells[i]);
+        else if (type == ZTInt_rpc_type_StringArray)
+            size += kTagSize + ZTInt_rpc_StringArray_sizeof(Cells[i].Texts);
+        else
+            size += ZTInt_rpc_Get_Length(type, nullptr);
+    }
+    return size;
+}
+
+bool Svr_Values::Encode_Value(ZTInt_msg_info& info, int index)
+{
+    const ZTInt_rpc_type type = Type_List[index];
+    if (type != ZTInt_rpc_type_String)
+        return ZTInt_rpc_Encode(&info, type, Pointer_Of(index)) != 0;
+    // The length is known: no second pass over the text to measure it.
+    const Cell& cell = Cells[index];
+    return ZTInt_rpc_type_Encode(&info, type) &&
+           ZTInt_rpc_String_Encode_Bytes(&info, cell.Text, Text_Length(cell));
+}
+
+ZTInt_msg_struct* Svr_Values::Encode_Reply(const ZTInt_msg_struct* call)
+{
+    const int64_t size = Data_Size();
+    if (size > ZTInt_msg_Max_Data_Size)
+        return nullptr;
+    // The pool's buffers have room for a zeroed first data word even with no data.
+    auto* reply = static_cast<ZTInt_msg_struct*>(
+        ZTInt_msg_buffer_Get(static_cast<int32_t>(kHeaderSize + size + kWordSize)));
+    ZTInt_msg_Init(reply);
+    reply->Param_Count = Value_Count;
+    reply->Data_Size = static_cast<int32_t>(size);
+    std::memset(ZTInt_msg_Data_Addr(reply), 0, kWordSize);
+    ZTInt_msg_info info;
+    ZTInt_msg_info_Init(&info, reply);
+    bool encoded = true;
+    for (int i = 0; i < Value_Count && encoded; ++i)
+        encoded = Encode_Value(info, i);
+    ZTInt_String_Free(info.Error);
+    if (!encoded || ZTInt_msg_Available(&info) != 0) {
+        ZTInt_msg_Free(reply);
+        return nullptr;
+    }
+    ZTInt_msg_Init_Reply(reply, call);
+    return reply;
 }
 
 const char* Svr_Values::Text(int index) const
@@ -38,9 +222,24 @@ const char* Svr_Values::Text(int index) const
 
 void Svr_Values::Set_Text(int index, const char* text)
 {
-    Cell& cell = Cells[index];
-    ZTInt_String_Free(cell.Text);
-    cell.Text = ZTInt_String_New(text);
+    if (text == nullptr)
+        text = "";
+    if (!Assign_Text(Cells[index], text, static_cast<int64_t>(std::strlen(text))))
+        ZTInt_abort3("memory allocation failed for a text of the server's answer", __FILE__,
+                     __LINE__);
+}
+
+void Svr_Values::Move_Text(int index, Svr_Values& from, int from_index)
+{
+    Cell& to = Cells[index];
+    Cell& source = from.Cells[from_index];
+    Release_Text(to);
+    // The text goes with its buffer; the source keeps this cell's buffer for its next.
+    std::swap(to.Text, source.Text);
+    std::swap(to.Length, source.Length);
+    std::swap(to.Borrowed, source.Borrowed);
+    std::swap(to.Buffer, source.Buffer);
+    std::swap(to.Room, source.Room);
 }
 
 std::vector<std::string> Svr_Values::Texts(int index) const

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "tools/zt_admin.h"
+#include "tools/zt_query.h"
 #include "ztint.h"
 #include "ztint_values.h"
 
@@ -361,6 +362,8 @@ int main(int argc, char** argv)
     duplicate->add_option("ORIGINAL", original, "the original's id")->required();
 
     Zt_Admin_Commands admin(app);
+    Zt_Query_Commands query_commands;
+    Zt_Add_Query_Commands(app, query_commands);
 
     try {
         app.parse(argc, argv);
@@ -372,6 +375,8 @@ int main(int argc, char** argv)
         return admin.Run();
     try {
         Tracker tracker;
+        if (const int status = Zt_Run_Query(tracker.Session, query_commands); status >= 0)
+            return status;
         if (types->parsed()) {
             for (const std::string& each : tracker.Types()) {
                 ZTInt_LONG kind = 0;

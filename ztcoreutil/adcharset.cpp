@@ -172,10 +172,15 @@ CsCache* Enter_By_Page(unsigned int Code_Page, CsCache* Record) {
     return Record;
 }
 
-// The charset the locale names, made once.
+// The charset the locale names, made once. Where ICU's default converter is fixed when
+// ICU is built (U_CHARSET_IS_UTF8, as on Linux) no locale changes the answer: the
+// process's locale is then left as the host program set it, and the first conversion
+// does not load the locale's data.
 const AdCharset& Locale_Charset() {
     static const AdCharset* charset = [] {
+#if !U_CHARSET_IS_UTF8
         std::setlocale(LC_ALL, "");
+#endif
         return new AdCharset(From_Invariant(ucnv_getDefaultName()));
     }();
     return *charset;

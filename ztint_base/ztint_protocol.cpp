@@ -218,15 +218,19 @@ extern "C" int ZTInt_rpc_object_Decode(ZTInt_msg_info* info, ZTInt_obj_struct* o
 
 extern "C" int ZTInt_rpc_String_Encode(ZTInt_msg_info* info, const char* s)
 {
-    const size_t length = s == nullptr ? 0 : std::strlen(s);
-    if (length > static_cast<size_t>(INT32_MAX))
+    return ZTInt_rpc_String_Encode_Bytes(info, s, s == nullptr ? 0 : static_cast<int64_t>(std::strlen(s)));
+}
+
+extern "C" int ZTInt_rpc_String_Encode_Bytes(ZTInt_msg_info* info, const char* s, int64_t length)
+{
+    if (length > INT32_MAX)
         return Fail(info, "ztintsvr encode: string buffer overflow");
     if (!Put_Word(info, static_cast<int32_t>(length)))
         return 0;
     if (!Has_Room(info, static_cast<long>(length)))
         return Fail(info, "ztintsvr encode: string buffer overflow");
     if (length > 0)
-        std::memcpy(info->Current, s, length);
+        std::memcpy(info->Current, s, static_cast<size_t>(length));
     info->Current += length;
     return 1;
 }

@@ -79,6 +79,8 @@ ZTINT_EXPORT int ZTInt_rpc_BOOL_Decode(ZTInt_msg_info* info, int32_t* value);
 ZTINT_EXPORT int ZTInt_rpc_object_Encode(ZTInt_msg_info* info, const ZTInt_obj_struct* object);
 ZTINT_EXPORT int ZTInt_rpc_object_Decode(ZTInt_msg_info* info, ZTInt_obj_struct* object);
 ZTINT_EXPORT int ZTInt_rpc_String_Encode(ZTInt_msg_info* info, const char* s);
+// The same for a string whose length in bytes the caller knows: s is not measured again.
+int ZTInt_rpc_String_Encode_Bytes(ZTInt_msg_info* info, const char* s, int64_t length);
 // Allocates; the caller owns *s. On failure *s is left alone.
 ZTINT_EXPORT int ZTInt_rpc_String_Decode(ZTInt_msg_info* info, char** s);
 ZTINT_EXPORT int ZTInt_rpc_StringArray_Encode(ZTInt_msg_info* info, char* const* a);

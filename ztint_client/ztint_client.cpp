@@ -119,6 +119,8 @@ ZTInt_transport_Limits Answer_Limits(bool startup)
     limits.Header_Ms = startup ? limits.Stall_Ms : -1;
     limits.Whole_Ms = Read_Call_Timeout_Ms();
     limits.Whole_Name = "ZT_CALL_TIMEOUT";
+    // The server answers each call with one message and then waits for the next.
+    limits.Read_Ahead = true;
     return limits;
 }
 

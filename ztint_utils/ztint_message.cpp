@@ -73,6 +73,45 @@ int64_t Data_Length(int count, const ZTInt_rpc_type* types, const void* const* v
     return sum;
 }
 
+// The string values of a list are measured once, for the size of the message, and
+// encoded by the lengths found, so that a long text is not scanned twice.
+constexpr int kMeasured = 16;
+
+const char* Text_Of(const void* value)
+{
+    return value != nullptr ? *static_cast<const char* const*>(value) : nullptr;
+}
+
+bool Is_Measured(int k, const ZTInt_rpc_type* types)
+{
+    return k < kMeasured && types[k] == ZTInt_rpc_type_String;
+}
+
+int64_t Measure(int count, const ZTInt_rpc_type* types, const void* const* values,
+                int64_t (&text_lengths)[kMeasured])
+{
+    int64_t sum = 0;
+    for (int k = 0; k < count; ++k) {
+        if (!Is_Measured(k, types)) {
+            sum += ZTInt_rpc_Get_Length(types[k], values[k]);
+            continue;
+        }
+        const char* text = Text_Of(values[k]);
+        text_lengths[k] = text != nullptr ? static_cast<int64_t>(std::strlen(text)) : 0;
+        sum += ZTInt_rpc_type_sizeof() + ZTInt_rpc_int_sizeof() + text_lengths[k];
+    }
+    return sum;
+}
+
+int Encode_Value(ZTInt_msg_info* info, int k, const ZTInt_rpc_type* types,
+                 const void* const* values, const int64_t (&text_lengths)[kMeasured])
+{
+    if (!Is_Measured(k, types))
+        return ZTInt_rpc_Encode(info, types[k], values[k]);
+    return ZTInt_rpc_type_Encode(info, types[k]) &&
+           ZTInt_rpc_String_Encode_Bytes(info, Text_Of(values[k]), text_lengths[k]);
+}
+
 int Check_Failed(char** error, char* text)
 {
     *error = text;
@@ -449,7 +488,8 @@ extern "C" int ZTInt_msg_Encode(ZTInt_msg_struct** msg, char** error, int count,
 {
     *msg = nullptr;
     *error = nullptr;
-    const int64_t length = Data_Length(count, types, values);
+    int64_t text_lengths[kMeasured];
+    const int64_t length = Measure(count, types, values, text_lengths);
     if (length > ZTInt_msg_Max_Data_Size) {
         *error = ZTInt_String_Format("ztintsvr encode: data size %" PRId64 " exceeds the limit of %d bytes",
                                      length, ZTInt_msg_Max_Data_Size);
@@ -463,7 +503,7 @@ extern "C" int ZTInt_msg_Encode(ZTInt_msg_struct** msg, char** error, int count,
     ZTInt_msg_info info;
     ZTInt_msg_info_Init(&info, *msg);
     for (int k = 0; k < count; ++k) {
-        if (!ZTInt_rpc_Encode(&info, types[k], values[k])) {
+        if (!Encode_Value(&info, k, types, values, text_lengths)) {
             *error = info.Error;
             return k;
         }

@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <string>
 
 namespace {
@@ -260,6 +261,86 @@ int Recv_Header_Within(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out, cha
 
 }  // namespace
 
+namespace {
+
+// Room of the first read ahead, unless a larger pool buffer is free.
+constexpr int32_t kFirstReadRoom = 4096;
+
+// The largest free buffer of the pool, at least kFirstReadRoom bytes; its room.
+char* Read_Ahead_Buffer(int32_t& room)
+{
+    int32_t largest = kFirstReadRoom;
+    for (int i = 0; i < ZTInt_msg_buffer_Open_Slots(); ++i) {
+        const ZTInt_msg_buffer_struct* slot = ZTInt_msg_buffer_Slot(i);
+        if (!slot->In_Use && slot->Size > largest)
+            largest = slot->Size;
+    }
+    char* buffer = static_cast<char*>(ZTInt_msg_buffer_Get(largest));
+    const int index = ZTInt_msg_buffer_Slot_Of(buffer);
+    room = index >= 0 ? ZTInt_msg_buffer_Slot(index)->Size : largest;
+    return buffer;
+}
+
+// The first read of a message: -2 when limit_ms ran out, else as the header read.
+int First_Read(ZTInt_RPC_Handle* handle, char* buffer, int32_t room, long& count, char** error,
+               int limit_ms)
+{
+    Fnd_Condition condition;
+    if (Read_Within(handle->Read_File, buffer, room, limit_ms, count, condition) ==
+        Read_Outcome::Timed_Out)
+        return -2;
+    handle->Last_Count = static_cast<int32_t>(count);
+    int result;
+    if (Set_Result(condition, result, error) != ZTInt_transport_Done)
+        return result;
+    if (count == 0) {
+        *error = ZTInt_String_New("no data");
+        return ZTInt_transport_No_Data;
+    }
+    // As without reading ahead, the header must come with the first read.
+    return count < kHeaderSize ? Fail(error, "incomplete data") : ZTInt_transport_Done;
+}
+
+// Reads the header and as much of the data as is there with one read into a pool
+// buffer; -2 when limit_ms ran out first. *msg_out is set only when the header
+// passed its checks, to a buffer with room for the whole message; got tells how
+// many of its bytes came.
+int Recv_Ahead(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out, int32_t& got,
+               char** error, int limit_ms)
+{
+    *error = nullptr;
+    int32_t room = 0;
+    char* buffer = Read_Ahead_Buffer(room);
+    long count = 0;
+    int result = First_Read(handle, buffer, room, count, error, limit_ms);
+    auto* header = reinterpret_cast<ZTInt_msg_struct*>(buffer);
+    if (result == ZTInt_transport_Done &&
+        (ZTInt_msg_Check(error, header) != 0 || ZTInt_msg_Check_Size(error, header) != 0))
+        result = ZTInt_transport_Failed;
+    if (result != ZTInt_transport_Done) {
+        ZTInt_msg_buffer_Put(buffer);
+        return result;
+    }
+    got = static_cast<int32_t>(count);
+    if (ZTInt_msg_Alloc_Size(header) > room) {
+        // The rest needs a larger buffer: what came moves over.
+        ZTInt_msg_struct* larger = ZTInt_msg_Alloc(header);
+        std::memcpy(larger, buffer, static_cast<size_t>(got));
+        ZTInt_msg_buffer_Put(buffer);
+        *msg_out = larger;
+        return result;
+    }
+    // A message with less than a word of data has the rest of that word zeroed, as
+    // ZTInt_msg_Alloc leaves it.
+    if (header->Data_Size < 4 && got <= ZTInt_msg_Full_Size(header))
+        std::memset(ZTInt_msg_Data_Addr(header) + header->Data_Size, 0,
+                    static_cast<size_t>(4 - header->Data_Size));
+    *msg_out = header;
+    return result;
+}
+
+}  // namespace
+
 int ZTInt_transport_Recv_Header(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out,
                                 char** error, int wait)
 {
@@ -281,7 +362,10 @@ int ZTInt_transport_Recv(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out, c
     };
 
     const int header_limit = Tighter(limits.Header_Ms, Left_Ms(whole));
-    const int result = Recv_Header_Within(handle, msg_out, error, 0, header_limit);
+    int32_t got = kHeaderSize;
+    const int result = limits.Read_Ahead
+                           ? Recv_Ahead(handle, msg_out, got, error, header_limit)
+                           : Recv_Header_Within(handle, msg_out, error, 0, header_limit);
     if (result == -2) {
         if (header_limit == limits.Header_Ms)
             return Fail(error, ("the server sent no answer within " +
@@ -290,7 +374,17 @@ int ZTInt_transport_Recv(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out, c
     }
     if (result != ZTInt_transport_Done)
         return result;
+    const int32_t size = ZTInt_msg_Full_Size(*msg_out);
+    if (got > size) {
+        *error = ZTInt_String_Format("%d bytes came beyond the %d bytes of the message",
+                                     static_cast<int>(got - size), static_cast<int>(size));
+        return ZTInt_transport_Failed;
+    }
     ZTInt_transport_Start_Data(handle, *msg_out);
+    if (got > kHeaderSize) {
+        Advance(handle, got - kHeaderSize);  // the data that came with the header
+        handle->Last_Count = got;
+    }
     while (handle->Length != 0) {
         const int limit = Tighter(limits.Stall_Ms, Left_Ms(whole));
         Fnd_Condition condition;
@@ -299,7 +393,6 @@ int ZTInt_transport_Recv(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out, c
             Read_Outcome::Timed_Out) {
             if (limit != limits.Stall_Ms)
                 return whole_ran_out();
-            const int32_t size = ZTInt_msg_Full_Size(*msg_out);
             *error = ZTInt_String_Format(
                 "the server sent %d of the %d bytes of its answer and then nothing for %s",
                 static_cast<int>(size - handle->Length), static_cast<int>(size),

@@ -36,6 +36,12 @@ struct ZTInt_transport_Limits {
     int Header_Ms = -1;
     int Whole_Ms = -1;
     const char* Whole_Name = "";  // where Whole_Ms comes from, for the text
+    // The peer sends nothing beyond this message until it hears again (a reply to the
+    // one call in flight): the first read may then ask for all the room of a pool
+    // buffer, so that a message already there comes with one read. The header is still
+    // checked before anything is allocated for the data; bytes beyond the message fail
+    // the receive.
+    bool Read_Ahead = false;
 };
 
 // Receives one message into a new pool buffer in *msg_out. If the data fail after

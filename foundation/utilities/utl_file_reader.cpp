@@ -18,6 +18,11 @@
 #include "foundation/base/fnd_string_library.h"
 #include "foundation/host/hst_filesystem.h"
 #include "foundation/textio/tio_streams.h"
+#include "foundation/utilities/utl_editor_interface.h"
+#include "foundation/utilities/utl_traced_class.h"
+#include "foundation/utilities/utl_tracing.h"
+#include "foundation/utilities/utl_tracing_utilities.h"
+#include "foundation/utilities/utl_type_utilities.h"
 #include "foundation/textio/tio_text_output.h"
 #include "foundation/textio/tio_text_log_stream.h"
 #include "foundation/utilities/utl_pathname.h"
@@ -93,22 +98,46 @@ bool Environment_Defines(const Fnd_String& Name) {
 
 // ---- Making and ending
 
-Utl_File_Reader::Utl_File_Reader() : Options(Utl_Read_No_Options) {}
+namespace {
+
+void Trace_Image(const Utl_File_Reader& Reader, Fnd_String& Out) { Reader.Image(Out, true); }
+
+const Utl_Trace_Class Reader_Class{u"Utl_File_Reader", u"file_reader",
+                                   Utl_File_Reader::Class_Trace, 15, &Utl_File_Reader::Operation,
+                                   u"empty"};
+const Utl_Trace_Op Op_Read{u" Getline ", 14, true};
+const Utl_Trace_Op Op_Directive{u" directive ", 0, false, 99};
+
+void Append_Number(Fnd_String& Out, const Code_Unit* Label, long Number) {
+    Out.Append(Label);
+    Utl_Tracing_Utilities::Value(Out, Number, 0);
+}
+
+}  // namespace
+
+Utl_File_Reader::Utl_File_Reader() : Options(Utl_Read_No_Options) {
+    Utl_Trace_Created(Reader_Class, Trace, this);
+}
 
 Utl_File_Reader::Utl_File_Reader(const Fnd_String& File_Name, long Options, bool Use_UTF8)
     : Use_UTF8(Use_UTF8), Options(Options) {
     Start_File(File_Name);
+    Utl_Trace_Created(Reader_Class, Trace, this);
 }
 
 Utl_File_Reader::Utl_File_Reader(const Fnd_String& Text, Utl_File_Reader_Kind Kind) {
     Reset_Line(Text, Kind);
+    Utl_Trace_Created(Reader_Class, Trace, this);
 }
 
 Utl_File_Reader::Utl_File_Reader(const Utl_String_Array* Array, Utl_File_Reader_Kind Kind)
     : Kind(Kind), Array(Array),
-      Options(Kind == Utl_Reader_Lines ? Utl_Read_Default : Utl_Read_No_Options) {}
+      Options(Kind == Utl_Reader_Lines ? Utl_Read_Default : Utl_Read_No_Options) {
+    Utl_Trace_Created(Reader_Class, Trace, this);
+}
 
 Utl_File_Reader::~Utl_File_Reader() {
+    Utl_Trace_Deleted(Reader_Class, Trace, this);
     Close();
 }
 
@@ -330,6 +359,12 @@ long Utl_File_Reader::Read_Raw() {
 // ---- Lines
 
 long Utl_File_Reader::Getline() {
+    const long got = Read_Next_Line();
+    if (Utl_Trace_Active(Class_Trace, Trace)) [[unlikely]] Trace_Line(got);
+    return got;
+}
+
+long Utl_File_Reader::Read_Next_Line() {
     Token_Count = 0;
     for (;;) {
         if (Kind == Utl_Reader_File) Current.Line_Number = Line_Number;
@@ -340,7 +375,10 @@ long Utl_File_Reader::Getline() {
         if (Kind == Utl_Reader_File) Current.Line_Number = Line_Number;
         if (Line.Is_Empty()) return 1;
         if (Line[0] == u'#') {
-            if (Handle_Directive()) continue;
+            if (Handle_Directive()) {
+                if ((other_trace | Other_Trace) & 1) [[unlikely]] Trace_Directive();
+                continue;
+            }
             if (!(Options & Utl_Read_Comments)) return 1;
             Copy_Line();
             continue;
@@ -504,6 +542,15 @@ void Utl_File_Reader::Open_Block(bool Taken) {
         (void)Skip_Lines(true);
 }
 
+bool Utl_File_Reader::Process_Expression(const Fnd_String& Expression) {
+    Fnd_Condition condition;
+    long result = 0;
+    if (Utl_Script_Interface::Get().Process_Test(condition, Expression, result)) return result != 0;
+    if (condition.Failed())
+        Error_Message(condition.Image(Fnd_Detail_Normal, 0, 0, 1, 0, Fnd_String(u"; ")), 0);
+    return false;
+}
+
 void Utl_File_Reader::Do_If(long Pos) {
     const Fnd_String rest = Line.Get(Pos, Line.Get_Length() - Pos);
     long at = -1;
@@ -513,8 +560,8 @@ void Utl_File_Reader::Do_If(long Pos) {
         return;
     }
     if (!left.Is_Empty() && left[0] == u'(') {
-        Error_Message(Fnd_String(u"Expression tests are not supported"), 0);
-        Open_Block(false);
+        const long open = Utl_String_Utilities::Locate(u'(', Line, Pos);
+        Open_Block(Process_Expression(Line.Get(open + 1, Line.Get_Length() - open - 1)));
         return;
     }
     for (;;) {
@@ -787,6 +834,108 @@ void Utl_File_Reader::Replace_Variables(Fnd_String& Value, long Keep_Unknown) co
     }
 }
 
+// ---- Tracing
+
+
+void Utl_File_Reader::Trace_Line(long Got) const {
+    if (!Utl_Traced::Traces(Reader_Class, Trace, Op_Read)) return;
+    Fnd_String detail;
+    Utl_Tracing_Utilities::Value(detail, Line_Number, 0);
+    detail.Append(Got ? u": " : u": end");
+    if (Got) detail.Append(Line);
+    Utl_Traced::Line(Reader_Class, Trace, this, Op_Read.Label, detail);
+}
+
+void Utl_File_Reader::Trace_Directive() const {
+    Fnd_String detail;
+    Utl_Tracing_Utilities::Value(detail, Line_Number, 0);
+    detail.Append(u": ");
+    detail.Append(Line);
+    Utl_Traced::Line(Reader_Class, Trace, this, Op_Directive.Label, detail);
+}
+
+void Utl_File_Reader::Image(Fnd_String& Out, bool Long_Form) const {
+    switch (Kind) {
+    case Utl_Reader_File:
+        Out.Append(u"file: ");
+        Out.Append(File_Name);
+        Append_Number(Out, u", line: ", Line_Number);
+        Out.Append(u", last: ");
+        Out.Append(Line);
+        break;
+    case Utl_Reader_String:
+        Out.Append(u"last: ");
+        Out.Append(Line);
+        Append_Number(Out, u", line: ", Line_Number);
+        break;
+    case Utl_Reader_Text:
+        Append_Number(Out, u"multi, length: ", Text.Get_Length());
+        Append_Number(Out, u", index: ", Index);
+        break;
+    default:
+        Append_Number(Out, Kind == Utl_Reader_Tokens ? u"tokens, length: " : u"lines, length: ",
+                      Array ? Array->Get_Count() : 0);
+        Append_Number(Out, u", index: ", Index);
+        break;
+    }
+    Append_Number(Out, u", opts: ", Options);
+    if (!Long_Form) return;
+    if (Kind == Utl_Reader_String || Kind == Utl_Reader_Text) {
+        Out.Append(u"\nSTRING_VALUE:");
+        Out.Append(Original);
+    }
+    if (!Includes.empty()) {
+        Out.Append(u"\ninclude_stack");
+        for (const Open_File& file : Includes) {
+            Out.Append(u"\n");
+            Out.Append(Utl_Type_Utilities::Prefix);
+            Out.Append(file.Name);
+            Append_Number(Out, u", line ", file.Line_Number);
+        }
+    }
+    if (!Defines.empty()) {
+        Out.Append(u"\ndefined_symbols");
+        for (const auto& [name, value] : Defines) {
+            Out.Append(u"\n");
+            Out.Append(Utl_Type_Utilities::Prefix);
+            Out.Append(Fnd_String(name.c_str()));
+            Out.Append(Utl_Type_Utilities::Arrow);
+            Out.Append(value);
+        }
+    }
+}
+
+void Utl_File_Reader::Show(const Code_Unit* Label) const {
+    Utl_Traced::Show(Reader_Class, Trace, this, Label,
+                     [this](Fnd_String& Out) { Trace_Image(*this, Out); });
+}
+
+void Utl_File_Reader::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
+                                      void* Parent) {
+    Utl_Traced::Register_Object(Reader_Class, Trace, this, Name, Operation, Parent);
+}
+
+void Utl_File_Reader::Set_Name(const Code_Unit* Name, void* Parent) {
+    Utl_Traced::Set_Name(Reader_Class, Trace, this, Name, Parent);
+}
+
+void Utl_File_Reader::Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                                const Fnd_String& Second) {
+    auto* reader = static_cast<Utl_File_Reader*>(Object);
+    long bit = 0;
+    long value = 0;
+    if (reader && Command == u"set" && Utl_Tracing::Read_Number(First, bit) &&
+        bit == Utl_Word_Other_Trace && Utl_Tracing::Read_Number(Second, value)) {
+        reader->Other_Trace = static_cast<int32_t>(value);
+        return;
+    }
+    if (reader && Command == u"clear" && First == u"0") reader->Other_Trace = 0;
+    Utl_Traced::Operation(Reader_Class, reader ? &reader->Trace : nullptr, reader, Command, First,
+                          Second, reader ? reader->Line_Number : 0,
+                          reader ? reader->Line_Number : 0,
+                          [reader](Fnd_String& Out) { Trace_Image(*reader, Out); });
+}
+
 // ---- Messages
 
 void Utl_File_Reader::Message(const Code_Unit* Label, const Code_Unit* Bare, long Message_Kind,
@@ -804,11 +953,22 @@ void Utl_File_Reader::Message(const Code_Unit* Label, const Code_Unit* Bare, lon
     }
     line.Append(Text);
     Tio_Log.Put_Line(static_cast<Fnd_Message_Kinds>(Message_Kind), line);
+    Tell_Editor(Message_Kind == Fnd_Negative_Msg ? Text : Fnd_String());
     Line.Make_Empty();
     Position = -1;
     if (Skip_Paragraph)
         while (Read_Raw() && !Line.Is_Empty()) {
         }
+}
+
+void Utl_File_Reader::Tell_Editor(const Fnd_String& Text) const {
+    if (!(Options & (Utl_Read_Highlight | Utl_Read_Visit)) || File_Name.Is_Empty()) return;
+    Utl_Editor_Interface& editor = Utl_Editor_Interface::Get();
+    Fnd_Condition condition;
+    if (Options & Utl_Read_Highlight)
+        editor.Highlight(condition, File_Name, Line_Number, Text, Fnd_String(), 0, 0, 0, 0,
+                         Utl_Display_Default, 0);
+    if (Options & Utl_Read_Visit) (void)editor.Visit_File(condition, File_Name, Line_Number, 0);
 }
 
 void Utl_File_Reader::Error_Message(const Fnd_String& Text, long Skip_Paragraph) {

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "foundation/base/fnd_string.h"
+#include "foundation/utilities/utl_trace_words.h"
 
 class Tio_Text_Output_Base;
 class Utl_String_Array;
@@ -28,6 +29,8 @@ enum Utl_File_Reader_Options : long {
     Utl_Read_Continuation = 4,   // "\" at the end of a line of a file joins the next
     Utl_Read_Conditionals = 8,   // obey #if, #ifdef, #ifndef, #else, #endif (and defines)
     Utl_Read_Defines = 16,       // obey #define, #undef
+    Utl_Read_Highlight = 32,     // messages also go to the editor interface's Highlight
+    Utl_Read_Visit = 64,         // messages also go to the editor interface's Visit_File
     Utl_Read_Unescape = 128,     // escapes are removed from a quoted token
     Utl_Read_Default = 15
 };
@@ -43,6 +46,14 @@ enum Utl_File_Reader_Kind : long {
 
 class Utl_File_Reader {
 public:
+    // Trace words (Utl_Tracing): level, first and second masks for the class and for each
+    // object; level 3 or "read" in the second mask prints each line Getline gives, and
+    // bit 0 of the other word each obeyed directive.
+    static inline Utl_Trace_Words Class_Trace;
+    static inline int32_t other_trace = 0;
+    Utl_Trace_Words Trace;
+    int32_t Other_Trace = 0;
+
     // Files open at once (the outermost and the included) are at most this many; an
     // include beyond, or of a file that is already open, is an error in the log.
     static constexpr long Max_Include_Depth = 32;
@@ -130,6 +141,20 @@ public:
     // The descriptor of the file being read; -1 without one.
     int Get_File_Descriptor() const;
 
+    // ---- Tracing
+    // The source, position and options on one line; the long form adds the source
+    // string, the suspended files and the symbols.
+    void Image(Fnd_String& Out, bool Long_Form) const;
+    // The long image on the console stream under Label.
+    void Show(const Code_Unit* Label) const;
+    // Name is not copied and must outlive the registration.
+    void Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation = nullptr,
+                         void* Parent = nullptr);
+    void Set_Name(const Code_Unit* Name, void* Parent = nullptr);
+    // "set" (also bit value 8, the other word), "clear" and "show" on a reader.
+    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                          const Fnd_String& Second);
+
 private:
     struct Open_File {
         int Fd = -1;
@@ -170,6 +195,9 @@ private:
     std::string Pending;  // a line that runs over the end of a block
 
     void Start_File(const Fnd_String& File_Name);
+    long Read_Next_Line();
+    void Trace_Line(long Got) const;
+    void Trace_Directive() const;
     bool Open(const Fnd_String& Name, Open_File& File, Fnd_String& Failure);
     bool Read_File_Line(Fnd_String& Out);
     long Read_Raw();
@@ -179,6 +207,11 @@ private:
     void Do_Define(long Pos, bool Undefine);
     void Do_Include(long Pos);
     void Do_If(long Pos);
+    // "#if (expression)": the text behind "(" to the end of the line, answered by the
+    // script interface; no answer is false, with its reason as an error message.
+    [[nodiscard]] bool Process_Expression(const Fnd_String& Expression);
+    // Options 32 and 64: a message's file and line to the editor interface.
+    void Tell_Editor(const Fnd_String& Text) const;
     void Do_Ifdef(long Pos, bool Negate);
     long Skip_Lines(bool To_Else);
     void Open_Block(bool Taken);

@@ -7,7 +7,10 @@
 #include "foundation/base/fnd_assert.h"
 #include "foundation/base/fnd_string.h"
 #include "foundation/host/hst_primitives.h"
+#include "foundation/utilities/utl_traced_class.h"
+#include "foundation/utilities/utl_tracing.h"
 #include "foundation/utilities/utl_tracing_utilities.h"
+#include "foundation/utilities/utl_type_utilities.h"
 
 namespace {
 
@@ -25,12 +28,61 @@ int Long_Compare(const void* A, const void* B) {
 
 }  // namespace
 
+// ---- Tracing
+
+namespace {
+
+Utl_Trace_Words No_Class_Words;  // the class has none; all stay 0
+const Utl_Trace_Class Array_Class{u"Utl_Long_Array", u"long_array", No_Class_Words, 0,
+                                  &Utl_Long_Array::Operation, u"empty_array"};
+Fnd_String Class_Key() { return Fnd_String(u"long_array"); }
+
+Utl_Trace_Words Words_Of(const Utl_Long_Array& Array) {
+    Utl_Trace_Words words;
+    words.name = Array.Name;
+    return words;
+}
+
+}  // namespace
+
+void Utl_Long_Array::Show(const Code_Unit* Label) const {
+    Utl_Traced::Show(Array_Class, Words_Of(*this), this, Label,
+                     [this](Fnd_String& Out) { Image(Out, 1, 1, Utl_Type_Utilities::Prefix); });
+}
+
+void Utl_Long_Array::Register_Object(const Code_Unit* New_Name, Utl_Trace_Operation Operation,
+                                     void* Parent) {
+    Name = New_Name;
+    Registered = New_Name != nullptr;
+    Utl_Tracing::Register_Object(Class_Key(), New_Name, this,
+                                 Operation ? Operation : &Utl_Long_Array::Operation, 0, Parent);
+}
+
+void Utl_Long_Array::Set_Name(const Code_Unit* New_Name, void* Parent) {
+    Name = New_Name;
+    if (Utl_Trace_Objects) Utl_Tracing::Object_Named(Class_Key(), this, New_Name, Parent);
+}
+
+void Utl_Long_Array::Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                               const Fnd_String& Second) {
+    auto* array = static_cast<Utl_Long_Array*>(Object);
+    Utl_Trace_Words words = array ? Words_Of(*array) : Utl_Trace_Words();
+    Utl_Traced::Operation(Array_Class, array ? &words : nullptr, array, Command, First, Second,
+                          array ? array->Count : 0, array ? array->Capacity : 0,
+                          [array](Fnd_String& Out) {
+                              array->Image(Out, 1, 1, Utl_Type_Utilities::Prefix);
+                          });
+}
+
 Utl_Long_Array::Utl_Long_Array(long Size, long Fill, long Fill_Value, Utl_Long_Image Image)
     : Elements(new long[Default_Capacity(Size)]),
       Capacity(static_cast<int32_t>(Default_Capacity(Size))),
       Fill(Fill != 0),
       Fill_Value(Fill_Value),
-      Image_Function(Image) {}
+      Image_Function(Image) {
+    if (Utl_Trace_Reports(No_Class_Words, No_Class_Words))
+        Utl_Tracing::Object_Created(Class_Key(), this, &Operation, Name, 0, nullptr);
+}
 
 Utl_Long_Array::Utl_Long_Array(const Utl_Long_Array& Other)
     : Elements(new long[Other.Capacity]),
@@ -57,7 +109,13 @@ Utl_Long_Array& Utl_Long_Array::operator=(const Utl_Long_Array& Other) {
     return *this;
 }
 
-Utl_Long_Array::~Utl_Long_Array() { delete[] Elements; }
+Utl_Long_Array::~Utl_Long_Array() {
+    if (Utl_Trace_Records != 0) {
+        if (Registered && Name) Utl_Tracing::Unregister_Object(Fnd_String(Name));
+        Utl_Tracing::Object_Deleted(Class_Key(), this);
+    }
+    delete[] Elements;
+}
 
 Utl_Long_Array& Utl_Long_Array::Null() {
     static Utl_Long_Array* const The_Null = new Utl_Long_Array(1);

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "foundation/base/fnd_code_unit.h"
+#include "foundation/utilities/utl_trace_words.h"
 
 class Fnd_String;
 class Utl_Long_Array;
@@ -53,6 +54,16 @@ public:
     // Drops the last N elements; the count floors at 0.
     void Shorten(long N);
     bool operator==(const Utl_Long_Array& Other) const;
+
+    // ---- Tracing (Utl_Tracing): the class has no trace words, so the registry can't
+    // set anything in it ("words" 0), but it can name, list and show it.
+    void Show(const Code_Unit* Label) const;
+    void Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation = nullptr,
+                         void* Parent = nullptr);
+    void Set_Name(const Code_Unit* Name, void* Parent = nullptr);
+    // "show" on an array; "set" and "clear" find no word.
+    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                          const Fnd_String& Second);
 
     // The numbers in order, split by a newline (with Prefix before each) or a blank.
     virtual void Image(Fnd_String& Out, long Multiline, long Append,

@@ -1,5 +1,9 @@
 #include "foundation/utilities/utl_pointer_array.h"
 
+#include "foundation/utilities/utl_traced_class.h"
+#include "foundation/utilities/utl_tracing_utilities.h"
+#include "foundation/utilities/utl_type_utilities.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -30,6 +34,80 @@ void Move_Cells(void** To, void* const* From, long Count) {
 
 }  // namespace
 
+
+namespace {
+
+[[maybe_unused]] Fnd_String Trace_Quoted(const Fnd_String& Text) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Text, 1, 0);
+    return out;
+}
+
+[[maybe_unused]] Fnd_String Trace_Word(long Word) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Word, 0);
+    return out;
+}
+
+[[maybe_unused]] Fnd_String Trace_Pointer(const void* Word) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Word, 0);
+    return out;
+}
+
+}  // namespace
+
+// ---- Tracing
+
+namespace {
+
+void Trace_Image(const Utl_Pointer_Array& Object, Fnd_String& Out) {
+    Object.Image(Out, Fnd_String::Null, 1, 1, Utl_Type_Utilities::Prefix);
+}
+
+auto Image_Of(const Utl_Pointer_Array* Object) {
+    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
+}
+
+}  // namespace
+
+const Utl_Trace_Class Array_Class{u"Utl_Pointer_Array", u"pointer_array",
+                                  Utl_Pointer_Array::Class_Trace, 2247,
+                          &Utl_Pointer_Array::Operation, u"empty_array"};
+
+void Utl_Pointer_Array::Show(const Code_Unit* Label) const {
+    Utl_Traced::Show(Array_Class, Trace, this, Label,
+                     [this](Fnd_String& Out) { Trace_Image(*this, Out); });
+}
+
+void Utl_Pointer_Array::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
+                                        void* Parent) {
+    Utl_Traced::Register_Object(Array_Class, Trace, this, Name, Operation, Parent);
+}
+
+void Utl_Pointer_Array::Set_Name(const Code_Unit* Name, void* Parent) {
+    Utl_Traced::Set_Name(Array_Class, Trace, this, Name, Parent);
+}
+
+void Utl_Pointer_Array::Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                      const Fnd_String& Second) {
+    auto* object = static_cast<Utl_Pointer_Array*>(Object);
+    Utl_Traced::Operation(Array_Class, object ? &object->Trace : nullptr, object, Command, First,
+                          Second, object ? object->Count : 0, object ? object->Capacity : 0,
+                          [object](Fnd_String& Out) { Trace_Image(*object, Out); });
+}
+
+namespace {
+const Utl_Trace_Op Op_Add{u" Add ", Utl_Op_Add};
+const Utl_Trace_Op Op_Remove{u" Remove ", Utl_Op_Remove};
+const Utl_Trace_Op Op_Set{u" Set ", Utl_Op_Set};
+const Utl_Trace_Op Op_Insert{u" Insert ", Utl_Op_Insert};
+const Utl_Trace_Op Op_Delete{u" Delete ", Utl_Op_Delete};
+const Utl_Trace_Op Op_Make_Empty{u" Make_Empty", Utl_Op_Make_Empty};
+const Utl_Trace_Op Op_Shorten{u" Shorten ", Utl_Op_Shorten};
+const Utl_Trace_Op Op_Sort{u" Sort", Utl_Op_Sort};
+}  // namespace
+
 Utl_Pointer_Array::Utl_Pointer_Array(long Size, long Options, Utl_Element_Deleter Deleter,
                                      Utl_Element_Replacer Replacer, Utl_Element_Image Image,
                                      Utl_Element_Copier Copier)
@@ -39,7 +117,9 @@ Utl_Pointer_Array::Utl_Pointer_Array(long Size, long Options, Utl_Element_Delete
       Image_Function(Image),
       Copier(Copier),
       Capacity(static_cast<int32_t>(Default_Capacity(Size))),
-      Options(static_cast<int32_t>(Options)) {}
+      Options(static_cast<int32_t>(Options)) {
+    Utl_Trace_Created(Array_Class, Trace, this);
+}
 
 Utl_Pointer_Array::Utl_Pointer_Array(const Utl_Pointer_Array& Other)
     : Elements(new void*[Other.Capacity]),
@@ -52,6 +132,7 @@ Utl_Pointer_Array::Utl_Pointer_Array(const Utl_Pointer_Array& Other)
       Options(Other.Options) {
     for (long i = 0; i < Count; ++i)
         Elements[i] = Copier && Other.Elements[i] ? Copier(Other.Elements[i]) : Other.Elements[i];
+    Utl_Trace_Created(Array_Class, Trace, this);
 }
 
 Utl_Pointer_Array& Utl_Pointer_Array::operator=(const Utl_Pointer_Array& Other) {
@@ -69,6 +150,7 @@ Utl_Pointer_Array& Utl_Pointer_Array::operator=(const Utl_Pointer_Array& Other) 
 }
 
 Utl_Pointer_Array::~Utl_Pointer_Array() {
+    Utl_Trace_Deleted(Array_Class, Trace, this);
     Make_Empty();
     delete[] Elements;
 }
@@ -102,6 +184,7 @@ Utl_Pointer_Array* Utl_Pointer_Array::Get(long Size, long Options, Utl_Element_D
     array->Trace.Reset();
     array->Count = 0;
     array->Set_Up(Options, Deleter, Replacer, Image, Copier);
+    Utl_Trace_Reused(Array_Class, array->Trace, array);
     return array;
 }
 
@@ -111,6 +194,7 @@ void Utl_Pointer_Array::Free() {
         return;
     }
     Make_Empty();
+    Utl_Trace_Freed(Array_Class, Trace, this);
     Trace.registered = 0;
     Fnd_Semaphore_Guard guard(Free_Lists_Lock, 1, 1, 1);
     if (!Free_Lists) Free_Lists = new Utl_Pointer_Array*[Recycled_Capacities]();
@@ -199,8 +283,11 @@ void Utl_Pointer_Array::Check_Index(long Index, long Last) const {
 }
 
 void Utl_Pointer_Array::Add(void* Element) {
-    Grow_For_Append();
-    Elements[Count++] = Element;
+    const auto detail = [&] { return Trace_Pointer(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+        Grow_For_Append();
+        Elements[Count++] = Element;
+    });
 }
 
 void Utl_Pointer_Array::Add_To_Set(void* Element) {
@@ -208,11 +295,14 @@ void Utl_Pointer_Array::Add_To_Set(void* Element) {
 }
 
 void Utl_Pointer_Array::Remove(void* Element) {
-    const long at = Index(Element);
-    if (at < 0) return;
-    Dispose(Elements[at]);
-    Move_Cells(Elements + at, Elements + at + 1, Count - at - 1);
-    --Count;
+    const auto detail = [&] { return Trace_Pointer(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Remove, detail, Image_Of(this), [&] {
+        const long at = Index(Element);
+        if (at < 0) return;
+        Dispose(Elements[at]);
+        Move_Cells(Elements + at, Elements + at + 1, Count - at - 1);
+        --Count;
+    });
 }
 
 void Utl_Pointer_Array::Replace_Element(long Index, void* Element) {
@@ -225,11 +315,14 @@ void Utl_Pointer_Array::Replace_Element(long Index, void* Element) {
 }
 
 void Utl_Pointer_Array::Set(long Index, void* Element) {
-    Check_Index(Index, INT32_MAX - 1);
-    if (Index < Count)
-        Replace_Element(Index, Element);
-    else
-        Extend_To(Index, Element);
+    const auto detail = [&] { return Trace_Word(Index) + u" " + Trace_Pointer(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Set, detail, Image_Of(this), [&] {
+        Check_Index(Index, INT32_MAX - 1);
+        if (Index < Count)
+            Replace_Element(Index, Element);
+        else
+            Extend_To(Index, Element);
+    });
 }
 
 void*& Utl_Pointer_Array::Subscript(long Index) {
@@ -245,26 +338,35 @@ long Utl_Pointer_Array::Index(void* Element) const {
 }
 
 void Utl_Pointer_Array::Sort(int (*Compare)(const void*, const void*)) {
-    if (Count > 1) Hst_qsort(Elements, static_cast<size_t>(Count), sizeof(void*), Compare);
+    const auto detail = [&] { return Fnd_String(); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Sort, detail, Image_Of(this), [&] {
+        if (Count > 1) Hst_qsort(Elements, static_cast<size_t>(Count), sizeof(void*), Compare);
+    });
 }
 
 void Utl_Pointer_Array::Delete(long Index) { Delete(Index, Index); }
 
 void Utl_Pointer_Array::Delete(long From, long To) {
-    Check_Index(From, Count - 1);
-    Check_Index(To, Count - 1);
-    if (To < From) return;
-    for (long i = From; i <= To; ++i) Dispose(Elements[i]);
-    Move_Cells(Elements + From, Elements + To + 1, Count - To - 1);
-    Count = static_cast<int32_t>(Count - (To - From + 1));
+    const auto detail = [&] { return Trace_Word(From) + u" " + Trace_Word(To); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Delete, detail, Image_Of(this), [&] {
+        Check_Index(From, Count - 1);
+        Check_Index(To, Count - 1);
+        if (To < From) return;
+        for (long i = From; i <= To; ++i) Dispose(Elements[i]);
+        Move_Cells(Elements + From, Elements + To + 1, Count - To - 1);
+        Count = static_cast<int32_t>(Count - (To - From + 1));
+    });
 }
 
 void Utl_Pointer_Array::Insert(long Index, void* Element) {
-    Check_Index(Index, Count);
-    Grow_For_Append();
-    Move_Cells(Elements + Index + 1, Elements + Index, Count - Index);
-    Elements[Index] = Element;
-    ++Count;
+    const auto detail = [&] { return Trace_Word(Index) + u" " + Trace_Pointer(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Insert, detail, Image_Of(this), [&] {
+        Check_Index(Index, Count);
+        Grow_For_Append();
+        Move_Cells(Elements + Index + 1, Elements + Index, Count - Index);
+        Elements[Index] = Element;
+        ++Count;
+    });
 }
 
 void Utl_Pointer_Array::Insert(long Index, const Utl_Pointer_Array& Other) {
@@ -312,15 +414,19 @@ void Utl_Pointer_Array::Transfer(Utl_Pointer_Array& Destination, long From, long
 }
 
 void Utl_Pointer_Array::Make_Empty() {
+    Utl_Trace_Before(Array_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
     for (long i = 0; i < Count; ++i) Dispose(Elements[i]);
     Count = 0;
 }
 
 void Utl_Pointer_Array::Shorten(long N) {
-    if (N < 1) return;
-    const long keep = N >= Count ? 0 : Count - N;
-    for (long i = keep; i < Count; ++i) Dispose(Elements[i]);
-    Count = static_cast<int32_t>(keep);
+    const auto detail = [&] { return Trace_Word(N); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Shorten, detail, Image_Of(this), [&] {
+        if (N < 1) return;
+        const long keep = N >= Count ? 0 : Count - N;
+        for (long i = keep; i < Count; ++i) Dispose(Elements[i]);
+        Count = static_cast<int32_t>(keep);
+    });
 }
 
 bool Utl_Pointer_Array::operator==(const Utl_Pointer_Array& Other) const {

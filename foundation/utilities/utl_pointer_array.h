@@ -59,6 +59,9 @@ public:
     long Get_Count() const { return Count; }
     long Get_Capacity() const { return Capacity; }
     long Get_Options() const { return Options; }
+    // The element deleter and image function from now on.
+    void Set_Deleter(Utl_Element_Deleter Value) { Deleter = Value; }
+    void Set_Image_Function(Utl_Element_Image Value) { Image_Function = Value; }
     void* const* Get_Elements() const { return Elements; }
     void* operator[](long Index) const { return Elements[Index]; }
 
@@ -106,6 +109,19 @@ public:
 
     // Free arrays waiting on the list of a capacity, for tests and diagnostics.
     static long Free_List_Length(long Capacity);
+
+
+    // ---- Tracing (Utl_Tracing): with the words set, the operations print a line, show
+    // the object or enter the command loop.
+    // The image on the console stream under Label.
+    void Show(const Code_Unit* Label) const;
+    // Name is not copied and must outlive the registration.
+    void Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation = nullptr,
+                         void* Parent = nullptr);
+    void Set_Name(const Code_Unit* Name, void* Parent = nullptr);
+    // "set", "clear" and "show" on an object, see Utl_Tracing.
+    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                          const Fnd_String& Second);
 
 private:
     void** Elements;

@@ -1,5 +1,9 @@
 #include "foundation/utilities/utl_pointer_map.h"
 
+#include "foundation/utilities/utl_traced_class.h"
+#include "foundation/utilities/utl_tracing_utilities.h"
+#include "foundation/utilities/utl_type_utilities.h"
+
 #include <algorithm>
 
 #include "foundation/base/fnd_semaphore.h"
@@ -63,6 +67,121 @@ const Code_Unit* const Utl_Domain_Kind_Table[] = {Kind_Pointer, Kind_Long, nullp
 
 // ---- Utl_Pointer_Map
 
+
+namespace {
+
+[[maybe_unused]] Fnd_String Trace_Quoted(const Fnd_String& Text) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Text, 1, 0);
+    return out;
+}
+
+[[maybe_unused]] Fnd_String Trace_Word(long Word) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Word, 0);
+    return out;
+}
+
+[[maybe_unused]] Fnd_String Trace_Pointer(const void* Word) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Word, 0);
+    return out;
+}
+
+}  // namespace
+
+// ---- Tracing
+
+namespace {
+
+void Trace_Image(const Utl_Pointer_Map& Object, Fnd_String& Out) {
+    Object.Image(Out, Fnd_String::Null, 1, 1, Utl_Type_Utilities::Prefix,
+                 Utl_Type_Utilities::Arrow, 1);
+}
+
+auto Image_Of(const Utl_Pointer_Map* Object) {
+    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
+}
+
+}  // namespace
+
+const Utl_Trace_Class Map_Class{u"Utl_Pointer_Map", u"pointer_map",
+                                Utl_Pointer_Map::Class_Trace, 2247,
+                          &Utl_Pointer_Map::Operation, u"empty_map"};
+
+void Utl_Pointer_Map::Show(const Code_Unit* Label) const {
+    Utl_Traced::Show(Map_Class, Trace, this, Label,
+                     [this](Fnd_String& Out) { Trace_Image(*this, Out); });
+}
+
+void Utl_Pointer_Map::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
+                                      void* Parent) {
+    Utl_Traced::Register_Object(Map_Class, Trace, this, Name, Operation, Parent);
+}
+
+void Utl_Pointer_Map::Set_Name(const Code_Unit* Name, void* Parent) {
+    Utl_Traced::Set_Name(Map_Class, Trace, this, Name, Parent);
+}
+
+void Utl_Pointer_Map::Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                      const Fnd_String& Second) {
+    auto* object = static_cast<Utl_Pointer_Map*>(Object);
+    Utl_Traced::Operation(Map_Class, object ? &object->Trace : nullptr, object, Command, First,
+                          Second, object ? object->Count : 0, object ? object->Size : 0,
+                          [object](Fnd_String& Out) { Trace_Image(*object, Out); });
+}
+
+// ---- Tracing
+
+namespace {
+
+void Trace_Image(const Utl_Pointer_Set& Object, Fnd_String& Out) {
+    Object.Image(Out, Fnd_String::Null, 1, 1, Utl_Type_Utilities::Prefix);
+}
+
+auto Image_Of(const Utl_Pointer_Set* Object) {
+    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
+}
+
+}  // namespace
+
+const Utl_Trace_Class Set_Class{u"Utl_Pointer_Set", u"pointer_set",
+                                Utl_Pointer_Set::Class_Trace, 2247,
+                          &Utl_Pointer_Set::Operation, u"empty_set"};
+
+void Utl_Pointer_Set::Show(const Code_Unit* Label) const {
+    Utl_Traced::Show(Set_Class, Trace, this, Label,
+                     [this](Fnd_String& Out) { Trace_Image(*this, Out); });
+}
+
+void Utl_Pointer_Set::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
+                                      void* Parent) {
+    Utl_Traced::Register_Object(Set_Class, Trace, this, Name, Operation, Parent);
+}
+
+void Utl_Pointer_Set::Set_Name(const Code_Unit* Name, void* Parent) {
+    Utl_Traced::Set_Name(Set_Class, Trace, this, Name, Parent);
+}
+
+void Utl_Pointer_Set::Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                      const Fnd_String& Second) {
+    auto* object = static_cast<Utl_Pointer_Set*>(Object);
+    Utl_Traced::Operation(Set_Class, object ? &object->Trace : nullptr, object, Command, First,
+                          Second, object ? object->Count : 0, object ? object->Size : 0,
+                          [object](Fnd_String& Out) { Trace_Image(*object, Out); });
+}
+
+namespace {
+const Utl_Trace_Op Op_Bind{u" Bind ", Utl_Op_Bind};
+const Utl_Trace_Op Op_Unbind{u" Unbind ", Utl_Op_Unbind};
+const Utl_Trace_Op Op_Add{u" Add ", Utl_Op_Add};
+const Utl_Trace_Op Op_Remove{u" Remove ", Utl_Op_Remove};
+const Utl_Trace_Op Op_Make_Empty{u" Make_Empty", Utl_Op_Make_Empty};
+const Utl_Trace_Op Op_Get_Range{u" Get_Range ", Utl_Op2_Get_Range, true};
+const Utl_Trace_Op Op_Is_Bound{u" Is_Bound ", Utl_Op2_Is_Bound, true};
+const Utl_Trace_Op Op_Contains{u" Contains ", Utl_Op2_Contains, true};
+}  // namespace
+
 Utl_Pointer_Map::Utl_Pointer_Map(Utl_Domain_Kind Domain_Kind, Utl_Range_Kind Range_Kind,
                                  long Size, long Null_Range, Utl_Range_Deleter Domain_Deleter,
                                  Utl_Range_Copier Domain_Copier,
@@ -75,6 +194,7 @@ Utl_Pointer_Map::Utl_Pointer_Map(Utl_Domain_Kind Domain_Kind, Utl_Range_Kind Ran
       Size(static_cast<int32_t>(Size < 1 ? 37 : Size)) {
     Set_Up(Domain_Kind, Range_Kind, Null_Range, Domain_Deleter, Domain_Copier, Domain_Image,
            Range_Deleter, Range_Replacer, Range_Copier, Range_Image);
+    Utl_Trace_Created(Map_Class, Trace, this);
 }
 
 Utl_Pointer_Map::Utl_Pointer_Map(const Utl_Pointer_Map& Other)
@@ -83,6 +203,7 @@ Utl_Pointer_Map::Utl_Pointer_Map(const Utl_Pointer_Map& Other)
            Other.Domain_Copier, Other.Domain_Image, Other.Range_Deleter, Other.Range_Replacer,
            Other.Range_Copier, Other.Range_Image);
     *this = Other;
+    Utl_Trace_Created(Map_Class, Trace, this);
 }
 
 Utl_Pointer_Map& Utl_Pointer_Map::operator=(const Utl_Pointer_Map& Other) {
@@ -98,6 +219,7 @@ Utl_Pointer_Map& Utl_Pointer_Map::operator=(const Utl_Pointer_Map& Other) {
 }
 
 Utl_Pointer_Map::~Utl_Pointer_Map() {
+    Utl_Trace_Deleted(Map_Class, Trace, this);
     Make_Empty();
     delete[] Table;
 }
@@ -150,6 +272,7 @@ Utl_Pointer_Map* Utl_Pointer_Map::Get(Utl_Domain_Kind Domain_Kind, Utl_Range_Kin
     map->Trace.Reset();
     map->Set_Up(Domain_Kind, Range_Kind, Null_Range, Domain_Deleter, Domain_Copier, Domain_Image,
                 Range_Deleter, Range_Replacer, Range_Copier, Range_Image);
+    Utl_Trace_Reused(Map_Class, map->Trace, map);
     return map;
 }
 
@@ -159,6 +282,7 @@ void Utl_Pointer_Map::Free() {
         return;
     }
     Make_Empty();
+    Utl_Trace_Freed(Map_Class, Trace, this);
     Trace.registered = 0;
     Fnd_Semaphore_Guard guard(Free_Maps_Lock, 1, 1, 1);
     if (!Free_Maps) Free_Maps = new Utl_Pointer_Map*[Recycled_Sizes]();
@@ -223,35 +347,46 @@ long Utl_Pointer_Map::Bind(void* Key, void* Range) {
 }
 
 long Utl_Pointer_Map::Bind(long Key, long Range) {
-    if (utl_pointer_map_data* node = Find(Key)) {
-        replace_range(node, Range);
-        return 0;
-    }
-    utl_pointer_map_data** tail = &Table[Bucket_Of(Key)];
-    while (*tail) tail = &(*tail)->next;
-    *tail = Get_Map_Node(Key, Range);
-    ++Count;
-    return 1;
+    const auto detail = [&] {
+        return Trace_Pointer(reinterpret_cast<const void*>(Key)) +
+               Utl_Type_Utilities::Arrow +
+               Trace_Pointer(reinterpret_cast<const void*>(Range));
+    };
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Bind, detail, Image_Of(this), [&] {
+        if (utl_pointer_map_data* node = Find(Key)) {
+            replace_range(node, Range);
+            return 0;
+        }
+        utl_pointer_map_data** tail = &Table[Bucket_Of(Key)];
+        while (*tail) tail = &(*tail)->next;
+        *tail = Get_Map_Node(Key, Range);
+        ++Count;
+        return 1;
+    });
 }
 
 long Utl_Pointer_Map::Unbind(void* Key) { return Unbind(reinterpret_cast<long>(Key)); }
 
 long Utl_Pointer_Map::Unbind(long Key) {
-    if (Count == 0) return 0;
-    for (utl_pointer_map_data** link = &Table[Bucket_Of(Key)]; *link; link = &(*link)->next) {
-        utl_pointer_map_data* node = *link;
-        if (node->domain != Key) continue;
-        *link = node->next;
-        --Count;
-        if (Domain_Deleter) Domain_Deleter(node->domain);
-        if (Range_Deleter) Range_Deleter(node->range);
-        Free_Map_Nodes.Give(node);
-        return 1;
-    }
-    return 0;
+    const auto detail = [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); };
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Unbind, detail, Image_Of(this), [&] {
+        if (Count == 0) return 0;
+        for (utl_pointer_map_data** link = &Table[Bucket_Of(Key)]; *link; link = &(*link)->next) {
+            utl_pointer_map_data* node = *link;
+            if (node->domain != Key) continue;
+            *link = node->next;
+            --Count;
+            if (Domain_Deleter) Domain_Deleter(node->domain);
+            if (Range_Deleter) Range_Deleter(node->range);
+            Free_Map_Nodes.Give(node);
+            return 1;
+        }
+        return 0;
+    });
 }
 
 void Utl_Pointer_Map::Make_Empty() {
+    Utl_Trace_Before(Map_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
     if (Count == 0) return;
     for (long bucket = 0; bucket < Size; ++bucket) {
         while (utl_pointer_map_data* node = Table[bucket]) {
@@ -266,13 +401,19 @@ void Utl_Pointer_Map::Make_Empty() {
 
 long Utl_Pointer_Map::Is_Bound(void* Key) const { return Is_Bound(reinterpret_cast<long>(Key)); }
 
-long Utl_Pointer_Map::Is_Bound(long Key) const { return Find(Key) != nullptr; }
+long Utl_Pointer_Map::Is_Bound(long Key) const {
+    Utl_Trace_Before(Map_Class, Trace, this, Op_Is_Bound,
+                     [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
+    return Find(Key) != nullptr;
+}
 
 void* Utl_Pointer_Map::Get_Range(void* Key) const {
     return reinterpret_cast<void*>(Get_Range(reinterpret_cast<long>(Key)));
 }
 
 long Utl_Pointer_Map::Get_Range(long Key) const {
+    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range,
+                     [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
     const utl_pointer_map_data* node = Find(Key);
     return node ? node->range : Null_Range;
 }
@@ -285,6 +426,8 @@ long Utl_Pointer_Map::Get_Range(void* Key, void*& Out) const {
 }
 
 long Utl_Pointer_Map::Get_Range(long Key, long& Out) const {
+    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range,
+                     [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
     const utl_pointer_map_data* node = Find(Key);
     Out = node ? node->range : Null_Range;
     return node != nullptr;
@@ -404,6 +547,7 @@ Utl_Pointer_Set::Utl_Pointer_Set(Utl_Range_Kind Kind, long Size, Utl_Range_Delet
       Image_Function(Image) {
     if (!Deleter) Utl_Type_Utilities::Set_Range_Deleter(Kind, this->Deleter);
     if (!Copier) Utl_Type_Utilities::Set_Range_Copier(Kind, this->Copier);
+    Utl_Trace_Created(Set_Class, Trace, this);
 }
 
 Utl_Pointer_Set::Utl_Pointer_Set(const Utl_Pointer_Set& Other)
@@ -414,6 +558,7 @@ Utl_Pointer_Set::Utl_Pointer_Set(const Utl_Pointer_Set& Other)
       Copier(Other.Copier),
       Image_Function(Other.Image_Function) {
     *this = Other;
+    Utl_Trace_Created(Set_Class, Trace, this);
 }
 
 Utl_Pointer_Set& Utl_Pointer_Set::operator=(const Utl_Pointer_Set& Other) {
@@ -429,6 +574,7 @@ Utl_Pointer_Set& Utl_Pointer_Set::operator=(const Utl_Pointer_Set& Other) {
 }
 
 Utl_Pointer_Set::~Utl_Pointer_Set() {
+    Utl_Trace_Deleted(Set_Class, Trace, this);
     Make_Empty();
     delete[] Table;
 }
@@ -453,6 +599,7 @@ utl_pointer_set_data* Utl_Pointer_Set::Find(long Member) const {
 }
 
 void Utl_Pointer_Set::Make_Empty() {
+    Utl_Trace_Before(Set_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
     if (Count == 0) return;
     for (long bucket = 0; bucket < Size; ++bucket) {
         while (utl_pointer_set_data* node = Table[bucket]) {
@@ -465,31 +612,38 @@ void Utl_Pointer_Set::Make_Empty() {
 }
 
 long Utl_Pointer_Set::Add(void* Member) {
-    const long word = reinterpret_cast<long>(Member);
-    if (Find(word)) return 0;
-    utl_pointer_set_data** tail = &Table[Bucket_Of(word)];
-    while (*tail) tail = &(*tail)->next;
-    *tail = Get_Set_Node(word);
-    ++Count;
-    return 1;
+    const auto detail = [&] { return Trace_Pointer(Member); };
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+        const long word = reinterpret_cast<long>(Member);
+        if (Find(word)) return 0;
+        utl_pointer_set_data** tail = &Table[Bucket_Of(word)];
+        while (*tail) tail = &(*tail)->next;
+        *tail = Get_Set_Node(word);
+        ++Count;
+        return 1;
+    });
 }
 
 long Utl_Pointer_Set::Remove(void* Member) {
-    if (Count == 0) return 0;
-    const long word = reinterpret_cast<long>(Member);
-    for (utl_pointer_set_data** link = &Table[Bucket_Of(word)]; *link; link = &(*link)->next) {
-        utl_pointer_set_data* node = *link;
-        if (node->member != word) continue;
-        *link = node->next;
-        --Count;
-        if (Deleter) Deleter(node->member);
-        Free_Set_Nodes.Give(node);
-        return 1;
-    }
-    return 0;
+    const auto detail = [&] { return Trace_Pointer(Member); };
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Remove, detail, Image_Of(this), [&] {
+        if (Count == 0) return 0;
+        const long word = reinterpret_cast<long>(Member);
+        for (utl_pointer_set_data** link = &Table[Bucket_Of(word)]; *link; link = &(*link)->next) {
+            utl_pointer_set_data* node = *link;
+            if (node->member != word) continue;
+            *link = node->next;
+            --Count;
+            if (Deleter) Deleter(node->member);
+            Free_Set_Nodes.Give(node);
+            return 1;
+        }
+        return 0;
+    });
 }
 
 long Utl_Pointer_Set::Contains(void* Member) const {
+    Utl_Trace_Before(Set_Class, Trace, this, Op_Contains, [&] { return Trace_Pointer(Member); });
     return Find(reinterpret_cast<long>(Member)) != nullptr;
 }
 

@@ -106,6 +106,19 @@ public:
     static long Free_Node_Count();
     static long Free_Map_Count(long Size);
 
+
+    // ---- Tracing (Utl_Tracing): with the words set, the operations print a line, show
+    // the object or enter the command loop.
+    // The image on the console stream under Label.
+    void Show(const Code_Unit* Label) const;
+    // Name is not copied and must outlive the registration.
+    void Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation = nullptr,
+                         void* Parent = nullptr);
+    void Set_Name(const Code_Unit* Name, void* Parent = nullptr);
+    // "set", "clear" and "show" on an object, see Utl_Tracing.
+    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                          const Fnd_String& Second);
+
 private:
     friend class Utl_Pointer_Map_Iterator;
 
@@ -189,6 +202,19 @@ public:
 
     utl_pointer_set_data* first() const;
     void next(utl_pointer_set_data*& Node) const;
+
+
+    // ---- Tracing (Utl_Tracing): with the words set, the operations print a line, show
+    // the object or enter the command loop.
+    // The image on the console stream under Label.
+    void Show(const Code_Unit* Label) const;
+    // Name is not copied and must outlive the registration.
+    void Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation = nullptr,
+                         void* Parent = nullptr);
+    void Set_Name(const Code_Unit* Name, void* Parent = nullptr);
+    // "set", "clear" and "show" on an object, see Utl_Tracing.
+    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                          const Fnd_String& Second);
 
 private:
     friend class Utl_Pointer_Set_Iterator;

@@ -1,5 +1,9 @@
 #include "foundation/utilities/utl_string_array.h"
 
+#include "foundation/utilities/utl_traced_class.h"
+#include "foundation/utilities/utl_tracing_utilities.h"
+#include "foundation/utilities/utl_type_utilities.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <vector>
@@ -47,10 +51,85 @@ int Caseless_Compare_Strings(const void* A, const void* B) {
 
 // ---- Construction and recycling
 
+
+namespace {
+
+[[maybe_unused]] Fnd_String Trace_Quoted(const Fnd_String& Text) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Text, 1, 0);
+    return out;
+}
+
+[[maybe_unused]] Fnd_String Trace_Word(long Word) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Word, 0);
+    return out;
+}
+
+[[maybe_unused]] Fnd_String Trace_Pointer(const void* Word) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Word, 0);
+    return out;
+}
+
+}  // namespace
+
+// ---- Tracing
+
+namespace {
+
+void Trace_Image(const Utl_String_Array& Object, Fnd_String& Out) {
+    Object.Image(Out, 1, 0, 1, Utl_Type_Utilities::Prefix);
+}
+
+auto Image_Of(const Utl_String_Array* Object) {
+    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
+}
+
+}  // namespace
+
+const Utl_Trace_Class Array_Class{u"Utl_String_Array", u"string_array",
+                                  Utl_String_Array::Class_Trace, 2247,
+                          &Utl_String_Array::Operation, u"empty_array"};
+
+void Utl_String_Array::Show(const Code_Unit* Label) const {
+    Utl_Traced::Show(Array_Class, Trace, this, Label,
+                     [this](Fnd_String& Out) { Trace_Image(*this, Out); });
+}
+
+void Utl_String_Array::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
+                                       void* Parent) {
+    Utl_Traced::Register_Object(Array_Class, Trace, this, Name, Operation, Parent);
+}
+
+void Utl_String_Array::Set_Name(const Code_Unit* Name, void* Parent) {
+    Utl_Traced::Set_Name(Array_Class, Trace, this, Name, Parent);
+}
+
+void Utl_String_Array::Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                      const Fnd_String& Second) {
+    auto* object = static_cast<Utl_String_Array*>(Object);
+    Utl_Traced::Operation(Array_Class, object ? &object->Trace : nullptr, object, Command, First,
+                          Second, object ? object->Count : 0, object ? object->Capacity : 0,
+                          [object](Fnd_String& Out) { Trace_Image(*object, Out); });
+}
+
+namespace {
+const Utl_Trace_Op Op_Add{u" Add ", Utl_Op_Add};
+const Utl_Trace_Op Op_Set{u" Set ", Utl_Op_Set};
+const Utl_Trace_Op Op_Insert{u" Insert ", Utl_Op_Insert};
+const Utl_Trace_Op Op_Delete{u" Delete ", Utl_Op_Delete};
+const Utl_Trace_Op Op_Make_Empty{u" Make_Empty", Utl_Op_Make_Empty};
+const Utl_Trace_Op Op_Shorten{u" Shorten ", Utl_Op_Shorten};
+const Utl_Trace_Op Op_Sort{u" Sort", Utl_Op_Sort};
+}  // namespace
+
 Utl_String_Array::Utl_String_Array(long Size, long Fill)
     : Strings(new Fnd_String*[Default_Capacity(Size)]),
       Capacity(static_cast<int32_t>(Default_Capacity(Size))),
-      Flags(Sorted_Flag | (Fill ? Fill_Flag : 0)) {}
+      Flags(Sorted_Flag | (Fill ? Fill_Flag : 0)) {
+    Utl_Trace_Created(Array_Class, Trace, this);
+}
 
 Utl_String_Array::Utl_String_Array(const Fnd_String& Text, long Size, long Fill)
     : Utl_String_Array(Size, Fill) {
@@ -74,6 +153,7 @@ Utl_String_Array::Utl_String_Array(const Utl_String_Set& Set, long Fill)
 Utl_String_Array::Utl_String_Array(const Utl_String_Array& Other)
     : Strings(new Fnd_String*[Other.Capacity]), Capacity(Other.Capacity), Flags(Other.Flags) {
     Copy_From(Other);
+    Utl_Trace_Created(Array_Class, Trace, this);
 }
 
 Utl_String_Array& Utl_String_Array::operator=(const Utl_String_Array& Other) {
@@ -96,6 +176,7 @@ void Utl_String_Array::Copy_From(const Utl_String_Array& Other) {
 }
 
 Utl_String_Array::~Utl_String_Array() {
+    Utl_Trace_Deleted(Array_Class, Trace, this);
     Make_Empty();
     delete[] Strings;
     delete[] Owned;
@@ -236,11 +317,17 @@ void Utl_String_Array::Insert_Element(long Index, Fnd_String* Element, long Own)
 // ---- Elements
 
 void Utl_String_Array::Add(const Fnd_String* Element) {
-    Insert_Element(Count, const_cast<Fnd_String*>(Element), 0);
+    const auto detail = [&] { return Element ? Trace_Quoted(*Element) : Fnd_String(u"null"); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+        Insert_Element(Count, const_cast<Fnd_String*>(Element), 0);
+    });
 }
 
 void Utl_String_Array::Add(const Fnd_String& Element) {
-    Insert_Element(Count, Heap_Copy(Element), 1);
+    const auto detail = [&] { return Trace_Quoted(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+        Insert_Element(Count, Heap_Copy(Element), 1);
+    });
 }
 
 void Utl_String_Array::Add(const Code_Unit* Element) { Add(Fnd_String(Element)); }
@@ -285,7 +372,10 @@ void Utl_String_Array::Set(long Index, const Fnd_String* Element) {
 }
 
 void Utl_String_Array::Set(long Index, const Fnd_String& Element) {
-    Set_Element(Index, Heap_Copy(Element), 1);
+    const auto detail = [&] { return Trace_Word(Index) + u" " + Trace_Quoted(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Set, detail, Image_Of(this), [&] {
+        Set_Element(Index, Heap_Copy(Element), 1);
+    });
 }
 
 void Utl_String_Array::Set(long Index, const Code_Unit* Element) {
@@ -304,8 +394,11 @@ Fnd_String& Utl_String_Array::Subscript(long Index) {
 // ---- Order and search
 
 void Utl_String_Array::Sort() {
-    Sort(Utl_String_Utilities::Compare_Strings);
-    Flags |= Sorted_Flag;
+    const auto detail = [&] { return Fnd_String(); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Sort, detail, Image_Of(this), [&] {
+        Sort(Utl_String_Utilities::Compare_Strings);
+        Flags |= Sorted_Flag;
+    });
 }
 
 void Utl_String_Array::Caseless_Sort() {
@@ -400,13 +493,16 @@ long Utl_String_Array::Contain_Duplicate() const {
 void Utl_String_Array::Delete(long Index) { Delete(Index, Index); }
 
 void Utl_String_Array::Delete(long From, long To) {
-    Check_Index(From, Count - 1);
-    Check_Index(To, Count - 1);
-    if (To < From) return;
-    for (long i = From; i <= To; ++i) Release(i);
-    std::copy(Strings + To + 1, Strings + Count, Strings + From);
-    if (Owned) std::copy(Owned + To + 1, Owned + Count, Owned + From);
-    Count = static_cast<int32_t>(Count - (To - From + 1));
+    const auto detail = [&] { return Trace_Word(From) + u" " + Trace_Word(To); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Delete, detail, Image_Of(this), [&] {
+        Check_Index(From, Count - 1);
+        Check_Index(To, Count - 1);
+        if (To < From) return;
+        for (long i = From; i <= To; ++i) Release(i);
+        std::copy(Strings + To + 1, Strings + Count, Strings + From);
+        if (Owned) std::copy(Owned + To + 1, Owned + Count, Owned + From);
+        Count = static_cast<int32_t>(Count - (To - From + 1));
+    });
 }
 
 Fnd_String* Utl_String_Array::Transfer_Delete(long Index) {
@@ -435,7 +531,10 @@ void Utl_String_Array::Insert(long Index, const Fnd_String* Element) {
 }
 
 void Utl_String_Array::Insert(long Index, const Fnd_String& Element) {
-    Insert_Element(Index, Heap_Copy(Element), 1);
+    const auto detail = [&] { return Trace_Word(Index) + u" " + Trace_Quoted(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Insert, detail, Image_Of(this), [&] {
+        Insert_Element(Index, Heap_Copy(Element), 1);
+    });
 }
 
 void Utl_String_Array::Insert(long Index, const Code_Unit* Element) {
@@ -509,15 +608,19 @@ long Utl_String_Array::Ordered_Insert(const Code_Unit* Element) {
 }
 
 void Utl_String_Array::Make_Empty() {
+    Utl_Trace_Before(Array_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
     for (long i = 0; i < Count; ++i) Release(i);
     Count = 0;
 }
 
 void Utl_String_Array::Shorten(long N) {
-    if (N <= 0) return;
-    const long keep = N >= Count ? 0 : Count - N;
-    for (long i = keep; i < Count; ++i) Release(i);
-    Count = static_cast<int32_t>(keep);
+    const auto detail = [&] { return Trace_Word(N); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Shorten, detail, Image_Of(this), [&] {
+        if (N <= 0) return;
+        const long keep = N >= Count ? 0 : Count - N;
+        for (long i = keep; i < Count; ++i) Release(i);
+        Count = static_cast<int32_t>(keep);
+    });
 }
 
 bool Utl_String_Array::operator==(const Utl_String_Array& Other) const {

@@ -151,6 +151,19 @@ public:
     static long Free_Node_Count();
     static long Free_Map_Count(long Size);
 
+    // ---- Tracing (Utl_Tracing): with the words set, Bind, Unbind, Get_Range,
+    // Is_Bound, Transfer_Range and Make_Empty print a line, show the map or enter the
+    // command loop.
+    // The image on the console stream under Label.
+    void Show(const Code_Unit* Label) const;
+    // Name is not copied and must outlive the registration.
+    void Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation = nullptr,
+                         void* Parent = nullptr);
+    void Set_Name(const Code_Unit* Name, void* Parent = nullptr);
+    // "set", "clear" and "show" on a map (Object), see Utl_Tracing.
+    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                          const Fnd_String& Second);
+
 private:
     friend class Utl_String_Map_Iterator;
 
@@ -172,6 +185,8 @@ private:
                 Utl_Range_Copier Copier, Utl_Domain_Case Case,
                 Utl_String_Map_Image_Function Image);
     static Utl_String_Map* Take_Free(long Size);
+    // The text of a Bind trace line: the domain and the range.
+    Fnd_String Bind_Detail(const Fnd_String& Domain, long Range) const;
 
     Fnd_String Folded(const Fnd_String& Key) const;
     long Bucket_Of_Hash(long Hash) const;

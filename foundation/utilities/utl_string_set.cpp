@@ -6,6 +6,9 @@
 #include "foundation/base/fnd_string_library.h"
 #include "foundation/utilities/utl_chain_walk.h"
 #include "foundation/utilities/utl_node_free_list.h"
+#include "foundation/utilities/utl_traced_class.h"
+#include "foundation/utilities/utl_tracing_utilities.h"
+#include "foundation/utilities/utl_type_utilities.h"
 
 namespace {
 
@@ -28,14 +31,88 @@ Fnd_String View_Text(const Fnd_Substring& View) {
 
 }  // namespace
 
+
+namespace {
+
+[[maybe_unused]] Fnd_String Trace_Quoted(const Fnd_String& Text) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Text, 1, 0);
+    return out;
+}
+
+[[maybe_unused]] Fnd_String Trace_Word(long Word) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Word, 0);
+    return out;
+}
+
+[[maybe_unused]] Fnd_String Trace_Pointer(const void* Word) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Word, 0);
+    return out;
+}
+
+}  // namespace
+
+// ---- Tracing
+
+namespace {
+
+void Trace_Image(const Utl_String_Set& Object, Fnd_String& Out) {
+    Object.Image(Out, 1, 1, 1, Utl_Type_Utilities::Prefix);
+}
+
+auto Image_Of(const Utl_String_Set* Object) {
+    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
+}
+
+}  // namespace
+
+const Utl_Trace_Class Set_Class{u"Utl_String_Set", u"string_set", Utl_String_Set::Class_Trace, 2247,
+                          &Utl_String_Set::Operation, u"empty_set"};
+
+void Utl_String_Set::Show(const Code_Unit* Label) const {
+    Utl_Traced::Show(Set_Class, Trace, this, Label,
+                     [this](Fnd_String& Out) { Trace_Image(*this, Out); });
+}
+
+void Utl_String_Set::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
+                                     void* Parent) {
+    Utl_Traced::Register_Object(Set_Class, Trace, this, Name, Operation, Parent);
+}
+
+void Utl_String_Set::Set_Name(const Code_Unit* Name, void* Parent) {
+    Utl_Traced::Set_Name(Set_Class, Trace, this, Name, Parent);
+}
+
+void Utl_String_Set::Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                      const Fnd_String& Second) {
+    auto* object = static_cast<Utl_String_Set*>(Object);
+    Utl_Traced::Operation(Set_Class, object ? &object->Trace : nullptr, object, Command, First,
+                          Second, object ? object->Count : 0, object ? object->Size : 0,
+                          [object](Fnd_String& Out) { Trace_Image(*object, Out); });
+}
+
+namespace {
+const Utl_Trace_Op Op_Add{u" Add ", Utl_Op_Add};
+const Utl_Trace_Op Op_Remove{u" Remove ", Utl_Op_Remove};
+const Utl_Trace_Op Op_Make_Empty{u" Make_Empty", Utl_Op_Make_Empty};
+const Utl_Trace_Op Op_Contains{u" Contains ", Utl_Op2_Contains, true};
+}  // namespace
+
 Utl_String_Set::Utl_String_Set(long Size, Utl_Member_Case Case)
     : Table(new utl_string_set_data*[Table_Size(Size)]()),
       Size(static_cast<int32_t>(Table_Size(Size))),
-      Member_Case(Case) {}
+      Member_Case(Case) {
+    Utl_Trace_Created(Set_Class, Trace, this);
+}
 
 Utl_String_Set::Utl_String_Set(const Utl_String_Set& Other)
-    : Table(new utl_string_set_data*[Other.Size]()), Size(Other.Size), Member_Case(Other.Member_Case) {
+    : Table(new utl_string_set_data*[Other.Size]()),
+      Size(Other.Size),
+      Member_Case(Other.Member_Case) {
     *this = Other;
+    Utl_Trace_Created(Set_Class, Trace, this);
 }
 
 Utl_String_Set& Utl_String_Set::operator=(const Utl_String_Set& Other) {
@@ -47,6 +124,7 @@ Utl_String_Set& Utl_String_Set::operator=(const Utl_String_Set& Other) {
 }
 
 Utl_String_Set::~Utl_String_Set() {
+    Utl_Trace_Deleted(Set_Class, Trace, this);
     Make_Empty();
     delete[] Table;
 }
@@ -105,6 +183,7 @@ long Utl_String_Set::Add_Folded(const Fnd_String& Member) {
 }
 
 void Utl_String_Set::Make_Empty() {
+    Utl_Trace_Before(Set_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
     if (Count == 0) return;
     for (long bucket = 0; bucket < Size; ++bucket) {
         while (utl_string_set_data* node = Table[bucket]) {
@@ -116,7 +195,10 @@ void Utl_String_Set::Make_Empty() {
 }
 
 long Utl_String_Set::Add(const Fnd_String& Member) {
-    return Add_Folded(Member_Case == Utl_Case_Unchanged ? Member : Folded(Member));
+    const auto detail = [&] { return Trace_Quoted(Member); };
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+        return Add_Folded(Member_Case == Utl_Case_Unchanged ? Member : Folded(Member));
+    });
 }
 
 long Utl_String_Set::Add(const Fnd_Substring& Member) { return Add(View_Text(Member)); }
@@ -124,24 +206,28 @@ long Utl_String_Set::Add(const Fnd_Substring& Member) { return Add(View_Text(Mem
 long Utl_String_Set::Add(const Code_Unit* Member) { return Add(Fnd_String(Member)); }
 
 long Utl_String_Set::Remove(const Fnd_String& Member) {
-    if (Count == 0) return 0;
-    const Fnd_String key = Member_Case == Utl_Case_Unchanged ? Member : Folded(Member);
-    for (utl_string_set_data** link = &Table[Bucket_Of_Hash(key.Get_Buffer().Hash())]; *link;
-         link = &(*link)->next) {
-        utl_string_set_data* node = *link;
-        if (node->member == key) {
-            *link = node->next;
-            --Count;
-            Free_Nodes.Give(node);
-            return 1;
+    const auto detail = [&] { return Trace_Quoted(Member); };
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Remove, detail, Image_Of(this), [&] {
+        if (Count == 0) return 0;
+        const Fnd_String key = Member_Case == Utl_Case_Unchanged ? Member : Folded(Member);
+        for (utl_string_set_data** link = &Table[Bucket_Of_Hash(key.Get_Buffer().Hash())]; *link;
+             link = &(*link)->next) {
+            utl_string_set_data* node = *link;
+            if (node->member == key) {
+                *link = node->next;
+                --Count;
+                Free_Nodes.Give(node);
+                return 1;
+            }
         }
-    }
-    return 0;
+        return 0;
+    });
 }
 
 long Utl_String_Set::Remove(const Code_Unit* Member) { return Remove(Fnd_String(Member)); }
 
 long Utl_String_Set::Contains(const Fnd_String& Member) const {
+    Utl_Trace_Before(Set_Class, Trace, this, Op_Contains, [&] { return Trace_Quoted(Member); });
     if (Count == 0) return 0;
     return Find(Member_Case == Utl_Case_Unchanged ? Member : Folded(Member)) != nullptr;
 }
@@ -151,6 +237,8 @@ long Utl_String_Set::Contains(const Fnd_Substring& Member) const {
 }
 
 long Utl_String_Set::Contains(const Code_Unit* Member) const {
+    Utl_Trace_Before(Set_Class, Trace, this, Op_Contains,
+                     [&] { return Trace_Quoted(Fnd_String(Member)); });
     if (Count == 0) return 0;
     if (Member_Case != Utl_Case_Unchanged) return Contains(Fnd_String(Member));
     const Code_Unit* text = Member ? Member : u"";

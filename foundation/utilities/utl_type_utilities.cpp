@@ -2,6 +2,7 @@
 
 #include "foundation/base/fnd_string.h"
 #include "foundation/utilities/utl_arguments.h"
+#include "foundation/utilities/utl_editor_interface.h"
 #include "foundation/utilities/utl_pointer_array.h"
 #include "foundation/utilities/utl_pointer_map.h"
 #include "foundation/utilities/utl_string_array.h"
@@ -46,6 +47,16 @@ const Code_Unit* const Utl_Domain_Case_Table[] = {Case_Unchanged, Case_Lower, Ca
                                                   nullptr};
 
 const Code_Unit* const Utl_Type_Utilities::Null_Word = u"null";
+const Code_Unit* const Utl_Type_Utilities::Verbose = u"verbose";
+const Code_Unit* const Utl_Type_Utilities::All = u"all";
+const Code_Unit* const Utl_Type_Utilities::Off = u"off";
+const Code_Unit* const Utl_Type_Utilities::Freed = u"freed";
+const Code_Unit* const Utl_Type_Utilities::Names = u"names";
+const Code_Unit* const Utl_Type_Utilities::Trees = u"trees";
+const Code_Unit* const Utl_Type_Utilities::Domain_Table = u"domain_table";
+const Code_Unit* const Utl_Type_Utilities::Null_Object = u"null_object";
+const Code_Unit* const Utl_Type_Utilities::Trace_Start = u"==> ";
+const Code_Unit* const Utl_Type_Utilities::Show_Start = u"--- ";
 const Code_Unit* const Utl_Type_Utilities::Exclude = u"exclude";
 const Code_Unit* const Utl_Type_Utilities::Domain = u"domain";
 const Code_Unit* const Utl_Type_Utilities::Empty_Array = u"empty_array";
@@ -164,4 +175,17 @@ void Utl_Type_Utilities::Range_Image(Fnd_String& Out, long Kind, long Range, lon
         Utl_Tracing_Utilities::Value(Out, Range, 0);
         return;
     }
+}
+
+void Utl_Type_Utilities::Call_Function(const Fnd_String& Name, const void* Object) {
+    Fnd_String ignored;
+    Call_Function(ignored, Name, Object);
+}
+
+void Utl_Type_Utilities::Call_Function(Fnd_String& Result, const Fnd_String& Name,
+                                       const void* Object) {
+    Fnd_String address;
+    Utl_Tracing_Utilities::Value(address, Object, 0);
+    const Code_Unit* const arguments[] = {address.Data(), nullptr};
+    Utl_Script_Interface::Get().Call_Function(Result, Name, arguments);
 }

@@ -38,6 +38,16 @@ typedef long (*Utl_Range_Copier)(long Range);
 class Utl_Type_Utilities {
 public:
     static const Code_Unit* const Null_Word;     // "null"
+    static const Code_Unit* const Verbose;       // "verbose"
+    static const Code_Unit* const All;           // "all"
+    static const Code_Unit* const Off;           // "off"
+    static const Code_Unit* const Freed;         // "freed"
+    static const Code_Unit* const Names;         // "names"
+    static const Code_Unit* const Trees;         // "trees"
+    static const Code_Unit* const Domain_Table;  // "domain_table"
+    static const Code_Unit* const Null_Object;   // "null_object"
+    static const Code_Unit* const Trace_Start;   // "==> ", in front of a trace line
+    static const Code_Unit* const Show_Start;    // "--- ", in front of a show block
     static const Code_Unit* const Exclude;       // "exclude"
     static const Code_Unit* const Domain;        // "domain"
     static const Code_Unit* const Empty_Array;   // "empty_array"
@@ -57,4 +67,9 @@ public:
                             long Multiline, const Code_Unit* Prefix);
     // Appends Prefix (three blanks when null) and one blank for each of its characters.
     static void Get_Subindent(Fnd_String& Out, const Code_Unit* Prefix);
+
+    // Calls the script interface's function Name with the object's address in
+    // hexadecimal as the one argument; the second form keeps the result.
+    static void Call_Function(const Fnd_String& Name, const void* Object);
+    static void Call_Function(Fnd_String& Result, const Fnd_String& Name, const void* Object);
 };

@@ -75,7 +75,7 @@ int32_t Link_Entity(Svr_Call& call, bool parent)
     const Link_Snapshot& link = The<Link_Snapshot>(call);
     auto session = Session_Of<Link_Snapshot>(call);
     const int64_t dbid = parent ? link.Parent : link.Child;
-    Sto_Statement& query = session->Database().Store->Prepare("SELECT record_type FROM zt_records WHERE dbid = ?");
+    Sto_Statement& query = session->Store().Prepare("SELECT record_type FROM zt_records WHERE dbid = ?");
     query.Bind(1, dbid);
     if (!query.Next())
         throw Mdl_Refusal("the linked record no longer exists");
@@ -87,7 +87,7 @@ std::string Link_Type_Name(Svr_Call& call, bool parent)
 {
     const Link_Snapshot& link = The<Link_Snapshot>(call);
     Sto_Statement& query =
-        Session_Of<Link_Snapshot>(call)->Database().Store->Prepare("SELECT record_type FROM zt_records WHERE dbid = ?");
+        Session_Of<Link_Snapshot>(call)->Store().Prepare("SELECT record_type FROM zt_records WHERE dbid = ?");
     query.Bind(1, parent ? link.Parent : link.Child);
     if (!query.Next())
         throw Mdl_Refusal("the linked record no longer exists");

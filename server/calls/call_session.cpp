@@ -165,6 +165,15 @@ void Svr_Register_Session_Calls(Svr_Dispatcher& d)
         return 0;
     });
 
+    d.Add(ZTInt_op_ZTSession_BeginTransaction, [](Svr_Call& c) {
+        Session(c).Begin_Transaction();
+        return 0;
+    });
+    d.Add(ZTInt_op_ZTSession_EndTransaction, [](Svr_Call& c) {
+        Session(c).End_Transaction(c.Number(1) != 0);  // commit, or roll back
+        return 0;
+    });
+
     d.Add(ZTInt_op_ZTSession_GetListDefNames, [](Svr_Call& c) { return c.Result(Session(c).List_Names()); });
     d.Add(ZTInt_op_ZTSession_GetListMembers, [](Svr_Call& c) { return c.Result(Members(c, c.Text(1))); });
     d.Add(ZTInt_op_ZTSession_SetListMembers, [](Svr_Call& c) {

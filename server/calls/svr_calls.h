@@ -13,6 +13,8 @@ void Svr_Register_Entity_Calls(Svr_Dispatcher& dispatcher);
 void Svr_Register_Entity_Def_Calls(Svr_Dispatcher& dispatcher);
 void Svr_Register_Collection_Calls(Svr_Dispatcher& dispatcher);
 void Svr_Register_Admin_Calls(Svr_Dispatcher& dispatcher);
+void Svr_Register_Query_Calls(Svr_Dispatcher& dispatcher);
+void Svr_Register_Workspace_Calls(Svr_Dispatcher& dispatcher);
 
 inline void Svr_Register_Tracking_Calls(Svr_Dispatcher& dispatcher)
 {
@@ -21,6 +23,8 @@ inline void Svr_Register_Tracking_Calls(Svr_Dispatcher& dispatcher)
     Svr_Register_Entity_Def_Calls(dispatcher);
     Svr_Register_Collection_Calls(dispatcher);
     Svr_Register_Admin_Calls(dispatcher);
+    Svr_Register_Query_Calls(dispatcher);
+    Svr_Register_Workspace_Calls(dispatcher);
 }
 
 // The payload of a session object; NULL for NULL.

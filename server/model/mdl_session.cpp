@@ -16,6 +16,11 @@ namespace {
 
 constexpr int kIdDigits = 8;
 
+// The columns of a record's row that Read_Head takes, the record it duplicates included.
+constexpr char kRecordHead[] =
+    "SELECT dbid, display_id, state, version, "
+    "(SELECT original FROM zt_duplicates WHERE duplicate = zt_records.dbid) FROM zt_records ";
+
 std::string Join(const std::vector<std::string>& values, const char* separator)
 {
     std::string text;
@@ -164,18 +169,21 @@ std::shared_ptr<Mdl_Record> Mdl_Session::Build(const std::string& type_name)
 std::shared_ptr<Mdl_Record> Mdl_Session::Load_Where(const std::string& type_name, const char* column,
                                                     const std::string& key)
 {
+    static const std::string by_id = std::string(kRecordHead) +
+        "WHERE dbset = ? AND database = ? AND record_type = ? AND display_id = ?";
+    static const std::string by_dbid = std::string(kRecordHead) +
+        "WHERE dbset = ? AND database = ? AND record_type = ? AND dbid = ?";
+    const bool is_dbid = std::strcmp(column, "dbid") == 0;
     const Mdl_Record_Type& type = Type(type_name);
-    const std::string sql = std::string("SELECT dbid FROM zt_records WHERE dbset = ? AND database = ? "
-                                        "AND record_type = ? AND ") + column + " = ?";
-    Sto_Statement& query = Store().Prepare(sql);
+    Sto_Statement& query = Store().Prepare(is_dbid ? by_dbid : by_id);
     query.Bind(1, Db->Set).Bind(2, Db->Name).Bind(3, type.Name).Bind(4, key);
     if (!query.Next())
-        throw Mdl_Refusal("no " + type.Name + " record with " + (column[0] == 'd' && column[1] == 'b' ? "dbid " : "id ") + key);
+        throw Mdl_Refusal("no " + type.Name + " record with " + (is_dbid ? "dbid " : "id ") + key);
     auto record = std::make_shared<Mdl_Record>();
     record->Database = Db;
     record->Type = &type;
-    record->Dbid = query.Number(0);
-    Read_Record(*record);
+    Read_Head(*record, query);
+    Read_Body(*record);
     return record;
 }
 
@@ -227,14 +235,27 @@ std::string Mdl_Session::Display_Id_Of(int64_t dbid)
 
 void Mdl_Session::Read_Record(Mdl_Record& record)
 {
-    Sto_Statement& head = Store().Prepare(
-        "SELECT display_id, state, version FROM zt_records WHERE dbid = ?");
+    static const std::string sql = std::string(kRecordHead) + "WHERE dbid = ?";
+    Sto_Statement& head = Store().Prepare(sql);
     head.Bind(1, record.Dbid);
     if (!head.Next())
         throw Mdl_Refusal("record " + record.Display_Id + " no longer exists");
-    record.Display_Id = head.Text(0);
-    record.State = head.Text(1);
-    record.Version = head.Number(2);
+    Read_Head(record, head);
+    Read_Body(record);
+}
+
+void Mdl_Session::Read_Head(Mdl_Record& record, Sto_Statement& head)
+{
+    record.Dbid = head.Number(0);
+    record.Display_Id = head.Text(1);
+    record.State = head.Text(2);
+    record.Version = head.Number(3);
+    record.Original_Of = head.Is_Null(4) ? 0 : head.Number(4);
+}
+
+// The values and attachments of the record whose head is read.
+void Mdl_Session::Read_Body(Mdl_Record& record)
+{
     record.Values.clear();
     Sto_Statement& values = Store().Prepare(
         "SELECT field, value FROM zt_values WHERE record = ? ORDER BY field, position");
@@ -248,9 +269,6 @@ void Mdl_Session::Read_Record(Mdl_Record& record)
     while (attachments.Next())
         record.Attachments.push_back({attachments.Number(0), attachments.Text(1), attachments.Text(2),
                                       attachments.Text(3), "", attachments.Number(4)});
-    Sto_Statement& original = Store().Prepare("SELECT original FROM zt_duplicates WHERE duplicate = ?");
-    original.Bind(1, record.Dbid);
-    record.Original_Of = original.Next() ? original.Number(0) : 0;
     record.Original = record.Values;
     record.Original_Attachments = record.Attachments;
     record.Action = nullptr;
@@ -260,6 +278,18 @@ void Mdl_Session::Read_Record(Mdl_Record& record)
 }
 
 std::vector<std::string> Mdl_Session::Values(const Mdl_Record& record, const std::string& name) const
+{
+    return Values_Of(record, name, {record.Values, record.Attachments, &record.Journal_Entries});
+}
+
+std::vector<std::string> Mdl_Session::Original_Values(const Mdl_Record& record,
+                                                      const std::string& name) const
+{
+    return Values_Of(record, name, {record.Original, record.Original_Attachments, nullptr});
+}
+
+std::vector<std::string> Mdl_Session::Values_Of(const Mdl_Record& record, const std::string& name,
+                                                const Mdl_Contents& contents) const
 {
     const Mdl_Field_Def& field = Field(record, name);
     switch (field.Type) {
@@ -275,38 +305,30 @@ std::vector<std::string> Mdl_Session::Values(const Mdl_Record& record, const std
         return {};
     case ZTInt_FIELD_ATTACHMENT_LIST: {
         std::vector<std::string> names;
-        for (const Mdl_Attachment& attachment : record.Attachments)
+        for (const Mdl_Attachment& attachment : contents.Attachments)
             if (attachment.Field == name)
                 names.push_back(attachment.File_Name);
         return names;
     }
     case ZTInt_FIELD_JOURNAL: {
-        const std::string text = Journal_Text(record, name);
+        const std::string text = Journal_Text(contents, name);
         return text.empty() ? std::vector<std::string>{} : std::vector{text};
     }
     default: {
-        const auto found = record.Values.find(name);
-        return found != record.Values.end() ? found->second : std::vector<std::string>{};
+        const auto found = contents.Values.find(name);
+        return found != contents.Values.end() ? found->second : std::vector<std::string>{};
     }
     }
 }
 
-std::vector<std::string> Mdl_Session::Original_Values(const Mdl_Record& record,
-                                                      const std::string& name) const
+std::string Mdl_Session::Journal_Text(const Mdl_Contents& contents, const std::string& field) const
 {
-    Mdl_Record original = record;
-    original.Values = record.Original;
-    original.Attachments = record.Original_Attachments;
-    original.Journal_Entries.clear();
-    return Values(original, name);
-}
-
-std::string Mdl_Session::Journal_Text(const Mdl_Record& record, const std::string& field) const
-{
-    const auto stored = record.Values.find(field);
-    std::string text = stored != record.Values.end() && !stored->second.empty() ? stored->second[0] : "";
-    const auto added = record.Journal_Entries.find(field);
-    if (added != record.Journal_Entries.end())
+    const auto stored = contents.Values.find(field);
+    std::string text = stored != contents.Values.end() && !stored->second.empty() ? stored->second[0] : "";
+    if (contents.Journal_Entries == nullptr)
+        return text;
+    const auto added = contents.Journal_Entries->find(field);
+    if (added != contents.Journal_Entries->end())
         text += (text.empty() ? "" : "\n") + added->second;
     return text;
 }
@@ -623,6 +645,7 @@ std::string Mdl_Session::Commit(Mdl_Record& record)
         Store_Attachments(record);
         Store_History(record, before.Dbid == 0 ? "" : old_state, now);
         transaction.Commit();
+        Remember(record, before);
     } catch (const Mdl_Refusal& refusal) {
         record = before;
         return refusal.what();
@@ -633,8 +656,26 @@ std::string Mdl_Session::Commit(Mdl_Record& record)
         record = before;
         throw;
     }
-    Read_Record(record);
+    Settle(record);
     return "";
+}
+
+// What Read_Record would read back now: the journal entries joined to their fields,
+// the edit's values and attachments as the original ones.
+void Mdl_Session::Settle(Mdl_Record& record)
+{
+    for (const auto& [field, entry] : record.Journal_Entries) {
+        std::string text = Journal_Text({record.Values, record.Attachments, &record.Journal_Entries}, field);
+        record.Values[field] = {std::move(text)};
+    }
+    if (record.Action->Type == ZTInt_ACTION_UNDUPLICATE)
+        record.Original_Of = 0;
+    record.Original = record.Values;
+    record.Original_Attachments = record.Attachments;
+    record.Action = nullptr;
+    record.Journal_Entries.clear();
+    record.Changed_Last_Set.clear();
+    record.Changed_This_Group.clear();
 }
 
 void Mdl_Session::Store_Record(Mdl_Record& record, const std::string& now)
@@ -711,10 +752,17 @@ void Mdl_Session::Store_Attachments(Mdl_Record& record)
         if (added.Id != 0)
             continue;
         const std::vector<unsigned char> bytes = Read_File(added.Path);
-        Store().Prepare("INSERT INTO zt_attachments(record, field, file_name, description, size, data) "
-                        "VALUES(?, ?, ?, ?, ?, ?)")
-            .Bind(1, record.Dbid).Bind(2, added.Field).Bind(3, added.File_Name).Bind(4, added.Description)
-            .Bind(5, static_cast<int64_t>(bytes.size())).Bind_Blob(6, bytes).Run();
+        Sto_Statement& insert = Store().Prepare(
+            "INSERT INTO zt_attachments(record, field, file_name, description, size, data) "
+            "VALUES(?, ?, ?, ?, ?, ?) RETURNING id");
+        insert.Bind(1, record.Dbid).Bind(2, added.Field).Bind(3, added.File_Name).Bind(4, added.Description)
+            .Bind(5, static_cast<int64_t>(bytes.size())).Bind_Blob(6, bytes);
+        if (!insert.Next())
+            throw Sto_Error("the store gave no id for an attachment");
+        added.Id = insert.Number(0);
+        insert.Run();
+        added.Size = static_cast<int64_t>(bytes.size());
+        added.Path.clear();
     }
 }
 
@@ -769,6 +817,7 @@ std::string Mdl_Session::Delete(Mdl_Record& record, const std::string& action_na
         return "record " + record.Display_Id + " was changed or deleted since it was read; nothing was deleted";
     remove.Run();
     transaction.Commit();
+    Remember(record, record);
     record.Deleted = true;
     return "";
 }
@@ -837,6 +886,64 @@ std::vector<Mdl_History_Entry> Mdl_Session::History(const Mdl_Record& record)
             entry.Changes.push_back(changes.Text(0) + ": " + changes.Text(1) + " -> " + changes.Text(2));
     }
     return entries;
+}
+
+// ---- the session's transaction -------------------------------------------------
+
+void Mdl_Session::Begin_Transaction()
+{
+    if (Own != nullptr)
+        throw Mdl_Refusal("a transaction is open already in this session; transactions do not nest");
+    std::unique_ptr<Sto_Connection> own = Db->Store->Open_Sibling();
+    own->Begin();
+    Own = std::move(own);
+}
+
+void Mdl_Session::End_Transaction(bool commit)
+{
+    if (Own == nullptr)
+        throw Mdl_Refusal("no transaction is open in this session");
+    if (!commit) {
+        Abandon_Transaction();
+        return;
+    }
+    try {
+        Own->Commit();
+    } catch (const Sto_Error& failure) {
+        Abandon_Transaction();
+        throw Mdl_Refusal(std::string("the transaction could not be committed and was rolled back: ") +
+                          failure.what());
+    }
+    Own.reset();
+    Stored_In_Transaction.clear();
+}
+
+void Mdl_Session::Abandon_Transaction() noexcept
+{
+    if (Own == nullptr)
+        return;
+    Own->Rollback();
+    Own.reset();
+    Restore_Remembered();
+}
+
+void Mdl_Session::Remember(Mdl_Record& record, const Mdl_Record& before)
+{
+    if (Own == nullptr)
+        return;
+    const std::weak_ptr<Mdl_Record> handle = record.weak_from_this();
+    for (const auto& [known, state] : Stored_In_Transaction)
+        if (!known.owner_before(handle) && !handle.owner_before(known))
+            return;  // the first state is the one to return to
+    Stored_In_Transaction.emplace_back(handle, before);
+}
+
+void Mdl_Session::Restore_Remembered() noexcept
+{
+    for (auto& [known, state] : Stored_In_Transaction)
+        if (const std::shared_ptr<Mdl_Record> record = known.lock())
+            *record = std::move(state);
+    Stored_In_Transaction.clear();
 }
 
 // ---- list definitions -----------------------------------------------------------

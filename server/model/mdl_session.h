@@ -26,7 +26,9 @@ struct Mdl_History_Entry {
     std::vector<std::string> Changes;  // "Field: old -> new"
 };
 
-struct Mdl_Record {
+// Records live in shared_ptrs (Build, Load), so that a session's transaction can find
+// again the ones it stored.
+struct Mdl_Record : std::enable_shared_from_this<Mdl_Record> {
     std::shared_ptr<const Mdl_Database> Database;
     const Mdl_Record_Type* Type = nullptr;
     int64_t Dbid = 0;  // 0 until first stored
@@ -53,6 +55,27 @@ public:
         : Db(std::move(database)), User(std::move(user))
     {
     }
+    ~Mdl_Session() { Abandon_Transaction(); }
+    Mdl_Session(const Mdl_Session&) = delete;
+    Mdl_Session& operator=(const Mdl_Session&) = delete;
+
+    // The session's transaction. Inside it, each commit (and delete) of the session
+    // is written to the store but seen by other sessions only when the transaction
+    // ends with commit; ending it with rollback, or the session's end while it is
+    // open, takes all of them back, and the records the session committed return to
+    // the edit they were in before their commit. The session works on a connection of
+    // its own meanwhile, which holds the store's write lock: a write by another
+    // session of this server is refused at once instead of waiting (the server is
+    // single-threaded: that wait would never end). Transactions do not nest: a
+    // second Begin is refused.
+    void Begin_Transaction();
+    void End_Transaction(bool commit);
+    // Rolls back an open transaction; nothing otherwise.
+    void Abandon_Transaction() noexcept;
+    bool In_Transaction() const { return Own != nullptr; }
+
+    // The connection the session reads and writes through.
+    Sto_Connection& Store() const { return Own != nullptr ? *Own : *Db->Store; }
 
     const Mdl_Database& Database() const { return *Db; }
     const Mdl_Schema& Schema() const { return Db->Schema; }
@@ -123,10 +146,16 @@ public:
     const Mdl_Record_Type& Type(const std::string& name) const;
 
 private:
-    Sto_Connection& Store() const { return *Db->Store; }
+    // Keeps the state of a record from before its first commit in the transaction.
+    void Remember(Mdl_Record& record, const Mdl_Record& before);
+    void Restore_Remembered() noexcept;
     std::shared_ptr<Mdl_Record> Load_Where(const std::string& type_name, const char* column,
                                            const std::string& key);
     void Read_Record(Mdl_Record& record);
+    void Read_Head(Mdl_Record& record, Sto_Statement& head);
+    void Read_Body(Mdl_Record& record);
+    // After a commit: the record as stored, without reading it back.
+    void Settle(Mdl_Record& record);
     const Mdl_Field_Def& Editable_Field(const Mdl_Record& record, const std::string& name) const;
     std::string Check_Value(const Mdl_Field_Def& field, const std::string& value) const;
     std::string Assign(Mdl_Record& record, const Mdl_Field_Def& field, std::vector<std::string> values);
@@ -134,10 +163,20 @@ private:
     void Store_Values(Mdl_Record& record, bool is_new);
     void Store_Attachments(Mdl_Record& record);
     void Store_History(Mdl_Record& record, const std::string& old_state, const std::string& now);
-    std::string Journal_Text(const Mdl_Record& record, const std::string& field) const;
+    // What a record holds now, or held when its edit began.
+    struct Mdl_Contents {
+        const std::map<std::string, std::vector<std::string>>& Values;
+        const std::vector<Mdl_Attachment>& Attachments;
+        const std::map<std::string, std::string>* Journal_Entries;  // NULL for the original
+    };
+    std::vector<std::string> Values_Of(const Mdl_Record& record, const std::string& name,
+                                       const Mdl_Contents& contents) const;
+    std::string Journal_Text(const Mdl_Contents& contents, const std::string& field) const;
 
     std::shared_ptr<const Mdl_Database> Db;
     Mdl_User User;
+    std::unique_ptr<Sto_Connection> Own;  // while a transaction is open
+    std::vector<std::pair<std::weak_ptr<Mdl_Record>, Mdl_Record>> Stored_In_Transaction;
 };
 
 // A request the model cannot carry out; its text is for the caller.

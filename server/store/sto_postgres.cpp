@@ -1,6 +1,6 @@
 #include "server/store/sto_postgres.h"
 
-#include <libpq-fe.h>
+#include "server/store/sto_postgres_detail.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -27,28 +27,7 @@ bool Is_Indeterminate_Type(const PGresult* result)
     return state != nullptr && std::strcmp(state, "42P18") == 0;
 }
 
-struct Result_Free {
-    void operator()(PGresult* result) const { PQclear(result); }
-};
-using Result = std::unique_ptr<PGresult, Result_Free>;
-
-bool Succeeded(const PGresult* result)
-{
-    const ExecStatusType status = PQresultStatus(result);
-    return status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK;
-}
-
-std::string Trimmed(const char* text)
-{
-    std::string line = text != nullptr ? text : "";
-    while (!line.empty() && (line.back() == '\n' || line.back() == ' '))
-        line.pop_back();
-    return line;
-}
-
-// Notices ("relation ... already exists, skipping") are not the caller's business;
-// libpq would print them on standard error.
-void Ignore_Notice(void*, const char*) {}
+using Result = Pg_Result;
 
 enum class Param_Kind { Text, Number, Blob, Null };
 
@@ -107,20 +86,9 @@ public:
     }
 
     bool Is_Null(int column) override { return PQgetisnull(Rows.get(), Current(), column) != 0; }
-    std::string Text(int column) override
-    {
-        const int row = Current();
-        return std::string(PQgetvalue(Rows.get(), row, column),
-                           static_cast<std::size_t>(PQgetlength(Rows.get(), row, column)));
-    }
-    int64_t Number(int column) override
-    {
-        const char* value = PQgetvalue(Rows.get(), Current(), column);
-        if (std::strcmp(value, "t") == 0)  // a boolean expression
-            return 1;
-        return std::strtoll(value, nullptr, 10);
-    }
-    std::vector<unsigned char> Blob(int column) override;
+    std::string Text(int column) override { return Pg_Text(Rows.get(), Current(), column); }
+    int64_t Number(int column) override { return Pg_Number(Rows.get(), Current(), column); }
+    std::vector<unsigned char> Blob(int column) override { return Pg_Blob(Rows.get(), Current(), column); }
 
 private:
     Param& Slot(int index)
@@ -157,6 +125,7 @@ public:
         : Conninfo(std::move(conninfo)), Options(options)
     {
         Connect();
+        Make_Query_Role();
     }
     ~Pg_Connection() override
     {
@@ -186,7 +155,7 @@ public:
     void Execute_Script(const std::string& sql) override
     {
         const std::string script = Sto_Postgres_Ddl(sql);
-        if (In_Transaction) {
+        if (Tx_Open) {
             Check(Run_Simple(script.c_str()), "the store refused a statement");
             return;
         }
@@ -196,36 +165,9 @@ public:
         transaction.Commit();
     }
 
-    void Begin() override
+    std::unique_ptr<Sto_Reader> Open_Reader(const std::vector<Sto_View>& views) override
     {
-        Ensure_Open();
-        Finish_Reads();
-        // One round trip: the lock is taken by the transaction's first statement.
-        In_Transaction = true;
-        try {
-            Check(Run_Simple(kBeginAndLock), "cannot begin a write transaction in the store");
-        } catch (...) {
-            Rollback();
-            throw;
-        }
-    }
-
-    void Commit() override
-    {
-        Result result = Run_Simple("COMMIT");
-        In_Transaction = false;
-        // COMMIT of a transaction that met an error reports "ROLLBACK", not an error.
-        const bool rolled_back = result != nullptr && std::strcmp(PQcmdStatus(result.get()), "ROLLBACK") == 0;
-        Check(std::move(result), "cannot commit to the store");
-        if (rolled_back)
-            throw Sto_Error("cannot commit to the store: the transaction had failed and was rolled back");
-    }
-
-    void Rollback() noexcept override
-    {
-        if (In_Transaction && PQstatus(Conn) == CONNECTION_OK)
-            PQclear(PQexec(Conn, "ROLLBACK"));
-        In_Transaction = false;
+        return Sto_Open_Postgres_Reader(Conninfo, Options, views);
     }
 
     std::string Engine_Name() const override { return "PostgreSQL"; }
@@ -238,7 +180,7 @@ public:
     {
         if (PQstatus(Conn) == CONNECTION_OK)
             return;
-        In_Transaction = false;
+        Tx_Open = false;
         PQfinish(Conn);
         Conn = nullptr;
         Connect();
@@ -248,12 +190,12 @@ public:
     // writer, a clear text for a lost connection.
     void Check(Result result, const std::string& what)
     {
-        if (result != nullptr && Succeeded(result.get()))
+        if (result != nullptr && Pg_Succeeded(result.get()))
             return;
-        const std::string message = Trimmed(result != nullptr ? PQresultErrorMessage(result.get())
+        const std::string message = Pg_Trimmed(result != nullptr ? PQresultErrorMessage(result.get())
                                                                : PQerrorMessage(Conn));
         if (PQstatus(Conn) != CONNECTION_OK) {
-            In_Transaction = false;
+            Tx_Open = false;
             throw Sto_Error(what + ": the connection to the PostgreSQL store was lost (" + message +
                             "); nothing of this call was stored, and the next call connects again");
         }
@@ -263,61 +205,79 @@ public:
         throw Sto_Error(what + ": " + message);
     }
 
-    bool Inside_Transaction() const { return In_Transaction; }
+    bool Inside_Transaction() const { return Tx_Open; }
 
     Result Run_Simple(const char* sql) { return Result(PQexec(Conn, sql)); }
 
+protected:
+    void Begin_Outer() override
+    {
+        Ensure_Open();
+        Finish_Reads();
+        // One round trip: the lock is taken by the transaction's first statement.
+        Tx_Open = true;
+        try {
+            Check(Run_Simple(kBeginAndLock), "cannot begin a write transaction in the store");
+        } catch (...) {
+            Rollback_Outer();
+            throw;
+        }
+    }
+
+    void Commit_Outer() override
+    {
+        Result result = Run_Simple("COMMIT");
+        Tx_Open = false;
+        // COMMIT of a transaction that met an error reports "ROLLBACK", not an error.
+        const bool rolled_back = result != nullptr && std::strcmp(PQcmdStatus(result.get()), "ROLLBACK") == 0;
+        Check(std::move(result), "cannot commit to the store");
+        if (rolled_back)
+            throw Sto_Error("cannot commit to the store: the transaction had failed and was rolled back");
+    }
+
+    void Rollback_Outer() noexcept override
+    {
+        if (Tx_Open && PQstatus(Conn) == CONNECTION_OK)
+            PQclear(PQexec(Conn, "ROLLBACK"));
+        Tx_Open = false;
+    }
+
+    std::unique_ptr<Sto_Connection> Open_Again() const override
+    {
+        return std::make_unique<Pg_Connection>(Conninfo, Options);
+    }
+
 private:
+    // The role users' SQL queries run as (sto_postgres_reader.cpp): it logs in nowhere
+    // and owns nothing; readers grant it their views. Roles belong to the cluster, so
+    // servers of other databases may make it at the same time. Without the right to
+    // make it, the store still works and users' SQL is refused with the reason.
+    void Make_Query_Role() noexcept
+    {
+        PQclear(PQexec(Conn, R"(DO $$BEGIN
+  IF NOT EXISTS (SELECT 1 FROM pg_roles WHERE rolname = 'ztint_query') THEN
+    CREATE ROLE ztint_query NOLOGIN;
+  END IF;
+  IF NOT pg_has_role(current_user, 'ztint_query', 'MEMBER') THEN
+    EXECUTE 'GRANT ztint_query TO ' || quote_ident(current_user);
+  END IF;
+EXCEPTION WHEN duplicate_object OR unique_violation THEN NULL;
+END$$)"));
+    }
+
     void Connect()
     {
-        const std::string timeout = std::to_string(Options.Connect_Timeout_Seconds);
-        // Values in the connection string come last and win.
-        const char* keys[] = {"connect_timeout", "application_name", "client_encoding", "dbname", nullptr};
-        const char* values[] = {timeout.c_str(), "ztintsvr", "UTF8", Conninfo.c_str(), nullptr};
-        Conn = PQconnectdbParams(keys, values, 1);
-        if (Conn == nullptr)
-            throw Sto_Error("cannot open the PostgreSQL store: out of memory");
-        if (PQstatus(Conn) != CONNECTION_OK) {
-            const std::string message = Trimmed(PQerrorMessage(Conn));
-            PQfinish(Conn);
-            Conn = nullptr;
-            throw Sto_Error("cannot open the PostgreSQL store: " + message);
-        }
-        PQsetNoticeProcessor(Conn, Ignore_Notice, nullptr);
+        Conn = Pg_Connect(Conninfo, Options);
         ++Connection_Generation;
-        const std::string setup = "SET lock_timeout = " + std::to_string(Options.Lock_Timeout_Ms);
-        const Result result = Run_Simple(setup.c_str());
-        if (result == nullptr || !Succeeded(result.get())) {
-            const std::string message = Trimmed(PQerrorMessage(Conn));
-            PQfinish(Conn);
-            Conn = nullptr;
-            throw Sto_Error("cannot set up the PostgreSQL store: " + message);
-        }
     }
 
     std::string Conninfo;
     Sto_Postgres_Options Options;
     PGconn* Conn = nullptr;
     uint64_t Connection_Generation = 0;
-    bool In_Transaction = false;
+    bool Tx_Open = false;  // BEGIN sent and not yet ended
     std::unordered_map<std::string, std::unique_ptr<Pg_Statement>> Statements;
 };
-
-std::vector<unsigned char> Pg_Statement::Blob(int column)
-{
-    const int row = Current();
-    const auto* value = reinterpret_cast<const unsigned char*>(PQgetvalue(Rows.get(), row, column));
-    if (PQftype(Rows.get(), column) != 17) {  // not BYTEA: the text's bytes
-        return std::vector<unsigned char>(value, value + PQgetlength(Rows.get(), row, column));
-    }
-    std::size_t size = 0;
-    unsigned char* bytes = PQunescapeBytea(value, &size);
-    if (bytes == nullptr)
-        throw Sto_Error("cannot read a blob of the store: out of memory");
-    std::vector<unsigned char> copy(bytes, bytes + size);
-    PQfreemem(bytes);
-    return copy;
-}
 
 // Numbers are 64-bit and blobs bytes; texts are first left for the server to type
 // from their use (a text bound to an integer column is a number), and where nothing
@@ -368,7 +328,7 @@ void Pg_Statement::Execute()
     }
     Result result(PQexecPrepared(Owner.Handle(), Name.c_str(), Count, values.data(), lengths.data(),
                                  formats.data(), 0));
-    if (result == nullptr || !Succeeded(result.get()))
+    if (result == nullptr || !Pg_Succeeded(result.get()))
         Owner.Check(std::move(result), "the store refused a statement");
     Rows = std::move(result);
     Row = -1;
@@ -390,7 +350,77 @@ std::size_t Skip_Quoted(const std::string& sql, std::size_t at)
     return sql.size();
 }
 
+// Notices ("relation ... already exists, skipping") are not the caller's business;
+// libpq would print them on standard error.
+void Ignore_Notice(void*, const char*) {}
+
 }  // namespace
+
+bool Pg_Succeeded(const PGresult* result)
+{
+    const ExecStatusType status = PQresultStatus(result);
+    return status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK;
+}
+
+std::string Pg_Trimmed(const char* text)
+{
+    std::string line = text != nullptr ? text : "";
+    while (!line.empty() && (line.back() == '\n' || line.back() == ' '))
+        line.pop_back();
+    return line;
+}
+
+PGconn* Pg_Connect(const std::string& conninfo, const Sto_Postgres_Options& options)
+{
+    const std::string timeout = std::to_string(options.Connect_Timeout_Seconds);
+    // Values in the connection string come last and win.
+    const char* keys[] = {"connect_timeout", "application_name", "client_encoding", "dbname", nullptr};
+    const char* values[] = {timeout.c_str(), "ztintsvr", "UTF8", conninfo.c_str(), nullptr};
+    PGconn* conn = PQconnectdbParams(keys, values, 1);
+    if (conn == nullptr)
+        throw Sto_Error("cannot open the PostgreSQL store: out of memory");
+    if (PQstatus(conn) != CONNECTION_OK) {
+        const std::string message = Pg_Trimmed(PQerrorMessage(conn));
+        PQfinish(conn);
+        throw Sto_Error("cannot open the PostgreSQL store: " + message);
+    }
+    PQsetNoticeProcessor(conn, Ignore_Notice, nullptr);
+    const std::string setup = "SET lock_timeout = " + std::to_string(options.Lock_Timeout_Ms);
+    const Pg_Result result(PQexec(conn, setup.c_str()));
+    if (result == nullptr || !Pg_Succeeded(result.get())) {
+        const std::string message = Pg_Trimmed(PQerrorMessage(conn));
+        PQfinish(conn);
+        throw Sto_Error("cannot set up the PostgreSQL store: " + message);
+    }
+    return conn;
+}
+
+std::string Pg_Text(const PGresult* rows, int row, int column)
+{
+    return std::string(PQgetvalue(rows, row, column), static_cast<std::size_t>(PQgetlength(rows, row, column)));
+}
+
+int64_t Pg_Number(const PGresult* rows, int row, int column)
+{
+    const char* value = PQgetvalue(rows, row, column);
+    if (std::strcmp(value, "t") == 0)  // a boolean expression
+        return 1;
+    return std::strtoll(value, nullptr, 10);
+}
+
+std::vector<unsigned char> Pg_Blob(const PGresult* rows, int row, int column)
+{
+    const auto* value = reinterpret_cast<const unsigned char*>(PQgetvalue(rows, row, column));
+    if (PQftype(rows, column) != 17)  // not BYTEA: the text's bytes
+        return std::vector<unsigned char>(value, value + PQgetlength(rows, row, column));
+    std::size_t size = 0;
+    unsigned char* bytes = PQunescapeBytea(value, &size);
+    if (bytes == nullptr)
+        throw Sto_Error("cannot read a blob of the store: out of memory");
+    std::vector<unsigned char> copy(bytes, bytes + size);
+    PQfreemem(bytes);
+    return copy;
+}
 
 bool Sto_Is_Postgres_Location(const std::string& location)
 {

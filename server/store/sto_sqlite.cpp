@@ -1,6 +1,7 @@
 #include "server/store/sto_sqlite.h"
 
 #include "server/store/sto_postgres.h"
+#include "server/store/sto_sqlite_reader.h"
 
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 #include <unordered_map>
+#include <vector>
 
 namespace {
 
@@ -22,7 +24,10 @@ namespace {
 
 class Sqlite_Statement final : public Sto_Statement {
 public:
-    Sqlite_Statement(sqlite3* db, const std::string& sql) : Db(db)
+    // reading: where the statement notes itself when it stops on a row, so that the
+    // end of a request resets only the statements that hold a read open.
+    Sqlite_Statement(sqlite3* db, const std::string& sql, std::vector<Sqlite_Statement*>& reading)
+        : Db(db), Reading(reading)
     {
         const int code = sqlite3_prepare_v3(db, sql.c_str(), static_cast<int>(sql.size()),
                                             SQLITE_PREPARE_PERSISTENT, &Handle, nullptr);
@@ -37,6 +42,14 @@ public:
     {
         sqlite3_reset(Handle);
         sqlite3_clear_bindings(Handle);
+        On_Row = false;
+    }
+    // Ends a read left on a row; the bindings stay.
+    void Finish()
+    {
+        if (On_Row)
+            sqlite3_reset(Handle);
+        On_Row = false;
     }
 
     Sto_Statement& Bind(int index, std::string_view text) override
@@ -66,8 +79,13 @@ public:
     bool Next() override
     {
         const int code = sqlite3_step(Handle);
-        if (code == SQLITE_ROW)
+        if (code == SQLITE_ROW) {
+            if (!On_Row)
+                Reading.push_back(this);
+            On_Row = true;
             return true;
+        }
+        On_Row = false;
         if (code == SQLITE_DONE)
             return false;
         // The statement is reset so that a later use starts clean.
@@ -99,12 +117,15 @@ private:
     }
 
     sqlite3* Db;
+    std::vector<Sqlite_Statement*>& Reading;
     sqlite3_stmt* Handle = nullptr;
+    bool On_Row = false;
 };
 
 class Sqlite_Connection final : public Sto_Connection {
 public:
     Sqlite_Connection(const std::string& path, const Sto_Sqlite_Options& options)
+        : Path(path), Options(options)
     {
         Create_Private(path);
         const int code = sqlite3_open_v2(path.c_str(), &Db,
@@ -133,15 +154,16 @@ public:
     {
         auto found = Statements.find(sql);
         if (found == Statements.end())
-            found = Statements.emplace(sql, std::make_unique<Sqlite_Statement>(Db, sql)).first;
+            found = Statements.emplace(sql, std::make_unique<Sqlite_Statement>(Db, sql, Reading)).first;
         found->second->Restart();
         return *found->second;
     }
 
     void Finish_Reads() override
     {
-        for (auto& [sql, statement] : Statements)
-            statement->Restart();
+        for (Sqlite_Statement* statement : Reading)
+            statement->Finish();
+        Reading.clear();
     }
 
     void Execute_Script(const std::string& sql) override
@@ -157,20 +179,35 @@ public:
         }
     }
 
+    std::unique_ptr<Sto_Reader> Open_Reader(const std::vector<Sto_View>& views) override
+    {
+        return Sto_Open_Sqlite_Reader(Path, Options.Busy_Timeout_Ms, views);
+    }
+    std::string Engine_Name() const override { return "SQLite"; }
+
+protected:
     // A statement left on a row would keep an old snapshot, and a write on top of
     // it fails at once instead of waiting for the other writer.
-    void Begin() override
+    void Begin_Outer() override
     {
         Finish_Reads();
         Prepare("BEGIN IMMEDIATE").Run();
     }
-    void Commit() override { Prepare("COMMIT").Run(); }
-    void Rollback() noexcept override
+    void Commit_Outer() override
     {
+        Finish_Reads();
+        Prepare("COMMIT").Run();
+    }
+    void Rollback_Outer() noexcept override
+    {
+        Finish_Reads();
         if (!sqlite3_get_autocommit(Db))
             sqlite3_exec(Db, "ROLLBACK", nullptr, nullptr, nullptr);
     }
-    std::string Engine_Name() const override { return "SQLite"; }
+    std::unique_ptr<Sto_Connection> Open_Again() const override
+    {
+        return std::make_unique<Sqlite_Connection>(Path, Options);
+    }
 
 private:
     // A new store file is made private before SQLite first opens it; its journal
@@ -183,7 +220,10 @@ private:
         close(fd);
     }
 
+    std::string Path;
+    Sto_Sqlite_Options Options;
     sqlite3* Db = nullptr;
+    std::vector<Sqlite_Statement*> Reading;  // statements that stopped on a row since the last Finish_Reads
     std::unordered_map<std::string, std::unique_ptr<Sqlite_Statement>> Statements;
 };
 

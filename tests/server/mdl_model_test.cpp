@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <functional>
+#include <tuple>
 #include <regex>
 
 #include "server/model/mdl_session.h"
@@ -224,6 +226,67 @@ TEST_F(Mdl_Store_Test, JournalEntriesAccumulateUnderTheirHeadings)
     ASSERT_EQ(history.size(), 2u);
     ASSERT_EQ(history[1].Changes.size(), 1u);
     EXPECT_EQ(history[1].Changes[0].substr(history[1].Changes[0].rfind(" -> ") + 4), notes[0]);
+}
+
+}  // namespace
+
+namespace {
+
+// A committed record is not read back: what it holds in memory must be what a fresh
+// load of it gives, whatever the commit changed.
+TEST_F(Mdl_Store_Test, ACommittedRecordHoldsWhatALoadReadsBack)
+{
+    auto session = Logon();
+    ASSERT_NE(session, nullptr) << Refusal;
+    std::ofstream(Temp.Path + "/log.txt") << "twelve bytes";
+    auto original = session->Build("Defect");
+    EXPECT_EQ(session->Set_Value(*original, "Headline", "the original"), "");
+    ASSERT_EQ(session->Commit(*original), "");
+    auto record = session->Build("Defect");
+
+    struct Step {
+        const char* Action;  // "" for the submit
+        std::function<void(Mdl_Record&)> Change;
+    };
+    const Step steps[] = {
+        {"", [&](Mdl_Record& r) {
+             EXPECT_EQ(session->Set_Value(r, "Headline", "settled"), "");
+             EXPECT_EQ(session->Set_Value(r, "Notes", "first note"), "");
+             EXPECT_EQ(session->Add_Attachment(r, "Attachments", Temp.Path + "/log.txt", "a log"), "");
+         }},
+        {"Modify", [&](Mdl_Record& r) {
+             EXPECT_EQ(session->Set_Value(r, "Notes", "second note"), "");
+             EXPECT_EQ(session->Set_Value(r, "Priority", ""), "");
+             EXPECT_EQ(session->Describe_Attachment(r, "Attachments", "log.txt", "the log"), "");
+         }},
+        {"Modify", [&](Mdl_Record& r) { EXPECT_EQ(session->Delete_Attachment(r, "Attachments", "log.txt"), ""); }},
+    };
+    for (const Step& step : steps) {
+        if (*step.Action != '\0')
+            session->Edit(*record, step.Action);
+        step.Change(*record);
+        ASSERT_EQ(session->Commit(*record), "") << step.Action;
+        auto loaded = session->Load("Defect", record->Dbid);
+        EXPECT_EQ(record->Values, loaded->Values) << step.Action;
+        EXPECT_EQ(record->Original, loaded->Original) << step.Action;
+        EXPECT_EQ(record->State, loaded->State);
+        EXPECT_EQ(record->Version, loaded->Version);
+        EXPECT_EQ(record->Display_Id, loaded->Display_Id);
+        ASSERT_EQ(record->Attachments.size(), loaded->Attachments.size()) << step.Action;
+        for (std::size_t i = 0; i < loaded->Attachments.size(); ++i) {
+            const Mdl_Attachment &mine = record->Attachments[i], &read = loaded->Attachments[i];
+            EXPECT_NE(mine.Id, 0);
+            EXPECT_EQ(std::tie(mine.Id, mine.Field, mine.File_Name, mine.Description, mine.Path, mine.Size),
+                      std::tie(read.Id, read.Field, read.File_Name, read.Description, read.Path, read.Size));
+        }
+        EXPECT_FALSE(record->Editable());
+    }
+    EXPECT_EQ(session->Mark_Duplicate(*record, *original, "Duplicate"), "");
+    EXPECT_EQ(record->Original_Of, session->Load("Defect", record->Dbid)->Original_Of);
+    EXPECT_EQ(record->Original_Of, original->Dbid);
+    EXPECT_EQ(session->Unmark_Duplicate(*record, "Unduplicate"), "");
+    EXPECT_EQ(record->Original_Of, 0);
+    EXPECT_EQ(session->Load("Defect", record->Dbid)->Original_Of, 0);
 }
 
 }  // namespace

@@ -254,6 +254,164 @@ TEST_F(Sto_Postgres_Test, ALostConnectionInsideATransactionStoresNothing)
     EXPECT_EQ(Count("zt_records"), 0);
 }
 
+TEST_F(Sto_Postgres_Test, NestedTransactionsAreSavepointsAndSiblingsRefuseAtOnce)
+{
+    auto sibling = Store->Open_Sibling();
+    {
+        Sto_Transaction outer(*Store);
+        Insert_Record(*Store, "D1");
+        {
+            Sto_Transaction inner(*Store);
+            Insert_Record(*Store, "D2");
+        }  // rolled back alone
+        {
+            Sto_Transaction inner(*Store);
+            Insert_Record(*Store, "D3");
+            inner.Commit();
+        }
+        EXPECT_THROW(Sto_Transaction waiting(*sibling), Sto_Busy);
+        outer.Commit();
+    }
+    Sto_Statement& ids = Store->Prepare("SELECT display_id FROM zt_records ORDER BY display_id");
+    std::vector<std::string> seen;
+    while (ids.Next())
+        seen.push_back(ids.Text(0));
+    EXPECT_EQ(seen, (std::vector<std::string>{"D1", "D3"}));
+    Sto_Transaction after(*sibling);  // free again once the first has ended
+    Insert_Record(*sibling, "D4");
+    after.Commit();
+    EXPECT_EQ(Count("zt_records"), 3);
+}
+
+class Sto_Postgres_Reader_Test : public Sto_Postgres_Test {
+protected:
+    // kRows records D0000..; the view "Defect" joins each to its values in order.
+    void SetUp() override
+    {
+        Sto_Postgres_Test::SetUp();
+        if (IsSkipped())
+            return;
+        Sto_Transaction transaction(*Store);
+        for (int i = 0; i < kRows; ++i)
+            Insert_Record(*Store, "D" + std::to_string(10000 + i));
+        transaction.Commit();
+    }
+    std::unique_ptr<Sto_Reader> Reader()
+    {
+        return Store->Open_Reader({{"Defect",
+                                    "SELECT r.display_id AS id, CAST(substr(r.display_id, 2) AS INTEGER) AS n, "
+                                    "(SELECT group_concat(v.x, char(10)) FROM (SELECT 'a' AS x UNION ALL "
+                                    "SELECT 'b') AS v) AS pair FROM zt_records AS r"}});
+    }
+    static constexpr int kRows = 700;  // more than one batch of the cursor
+};
+
+TEST_F(Sto_Postgres_Reader_Test, ACursorStepsEveryRowOfOneSnapshot)
+{
+    auto reader = Reader();
+    EXPECT_EQ(reader->View_Names(), (std::vector<std::string>{"Defect"}));
+    auto cursor = reader->Open("SELECT id, n, pair FROM \"Defect\" WHERE n >= ? ORDER BY n");
+    cursor->Bind(1, int64_t{10000});
+    ASSERT_EQ(cursor->Column_Count(), 3);
+    EXPECT_EQ(cursor->Column_Name(1), "n");
+    ASSERT_TRUE(cursor->Next());
+    EXPECT_EQ(cursor->Text(0), "D10000");
+    EXPECT_EQ(cursor->Text(2), "a\nb");
+    // Written after the first row: not in this cursor's rows, and not held back by it.
+    Sto_Transaction transaction(*Store);
+    Insert_Record(*Store, "D99999");
+    transaction.Commit();
+    int rows = 1;
+    int64_t last = 0;
+    while (cursor->Next()) {
+        EXPECT_EQ(cursor->Number(1), last == 0 ? 10001 : last + 1);
+        last = cursor->Number(1);
+        ++rows;
+    }
+    EXPECT_EQ(rows, kRows);
+    EXPECT_FALSE(cursor->Next());
+    EXPECT_THROW((void)cursor->Text(0), Sto_Error);
+    // A new cursor sees the new record.
+    auto again = reader->Open("SELECT count(*) FROM \"Defect\" WHERE id = ?");
+    again->Bind(1, "D99999");
+    ASSERT_TRUE(again->Next());
+    EXPECT_EQ(again->Number(0), 1);
+}
+
+TEST_F(Sto_Postgres_Reader_Test, ReaderFailuresAreClearAndLeaveItUsable)
+{
+    auto reader = Reader();
+    const struct {
+        std::string Sql, Expected;
+    } failing[] = {
+        {"SELECT nothing FROM \"Defect\"", "the store refused a query"},
+        {"SELECT pg_sleep(5)", "ran longer than 1 s and was stopped"},
+        {"DELETE FROM zt_records", "the store refused a query"},
+    };
+    reader->Set_Time_Limit(1);
+    for (const auto& c : failing) {
+        auto cursor = reader->Open(c.Sql);
+        try {
+            (void)cursor->Next();
+            ADD_FAILURE() << c.Sql << " ran";
+        } catch (const Sto_Error& error) {
+            EXPECT_NE(std::string(error.what()).find(c.Expected), std::string::npos) << error.what();
+        }
+        reader->Set_Time_Limit(1);
+    }
+    EXPECT_THROW((void)reader->Open("SELECT ?")->Bind(2, "x"), Sto_Error);
+    auto cursor = reader->Open("SELECT ?");
+    cursor->Bind(1, "text of no type");
+    ASSERT_TRUE(cursor->Next());
+    EXPECT_EQ(cursor->Text(0), "text of no type");
+    EXPECT_EQ(Count("zt_records"), kRows);
+}
+
+TEST_F(Sto_Postgres_Reader_Test, UsersSqlReadsOnlyTheViews)
+{
+    auto reader = Reader();
+    auto cursor = reader->Open_Restricted("SELECT id, upper(pair) AS shout FROM \"Defect\" WHERE n < 10002 ORDER BY n;");
+    ASSERT_EQ(cursor->Column_Count(), 2);
+    EXPECT_EQ(cursor->Column_Name(1), "shout");
+    std::vector<std::string> rows;
+    while (cursor->Next())
+        rows.push_back(cursor->Text(0) + " " + cursor->Text(1));
+    EXPECT_EQ(rows, (std::vector<std::string>{"D10000 A\nB", "D10001 A\nB"}));
+    const struct {
+        std::string Sql, Why;
+    } refused[] = {
+        {"DELETE FROM zt_records", "only reading is allowed"},
+        {"SELECT 1; DELETE FROM zt_records", "only one statement is allowed"},
+        {"SELECT 1 /* ; */ -- x\n; SELECT 2", "only one statement is allowed"},
+        {"SELECT * FROM zt_records", "only the views may be read (permission denied for table zt_records)"},
+        {"SELECT id FROM \"Defect\" UNION SELECT password_hash FROM zt_users", "only the views may be read"},
+        {"SELECT * FROM public.zt_values", "only the views may be read"},
+        {"SELECT set_config('role', 'none', true)", "the function set_config is not allowed"},
+        {"SELECT pg_catalog.\"set_config\" ('role', 'none', true)", "the function set_config is not allowed"},
+        {"SELECT query_to_xml('SELECT * FROM zt_users', true, true, '')", "the function query_to_xml is not allowed"},
+        {"SELECT pg_advisory_lock(1)", "the function pg_advisory_lock is not allowed"},
+        {"SELECT E'\\' pg_sleep(1) --'", "the function pg_sleep is not allowed"},
+        {"SELECT * INTO TEMP t FROM \"Defect\"", "only reading is allowed"},
+        {"SELECT * FROM \"Defect\" FOR UPDATE", ""},  // refused, whichever check comes first
+        {"WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c) SELECT x FROM c", "recursive"},
+        {"RESET ROLE", "only reading is allowed"},
+        {"   -- only a comment", "there is no statement"},
+    };
+    for (const auto& c : refused) {
+        try {
+            (void)reader->Open_Restricted(c.Sql);
+            ADD_FAILURE() << c.Sql << " was not refused";
+        } catch (const Sto_Refused& refusal) {
+            EXPECT_NE(std::string(refusal.what()).find(c.Why), std::string::npos) << c.Sql << ": " << refusal.what();
+        }
+    }
+    EXPECT_EQ(Count("zt_records"), kRows);
+    // The reader still serves the model's own SQL over the tables.
+    auto own = reader->Open("SELECT count(*) FROM zt_records");
+    ASSERT_TRUE(own->Next());
+    EXPECT_EQ(own->Number(0), kRows);
+}
+
 TEST(Sto_Postgres_Open_Test, AnUnreachableDatabaseIsAClearError)
 {
     Sto_Postgres_Options quick;

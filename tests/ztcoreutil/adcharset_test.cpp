@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <unicode/ucnv.h>
 
+#include <clocale>
+#include <cstdlib>
 #include <string>
 
 #include "foundation/base/fnd_string.h"
@@ -181,3 +183,13 @@ TEST(AdCharsetRecords, RegisteredConvertersServeBothKeys) {
 }
 
 }  // namespace
+
+// ICU's default charset is fixed when ICU is built here: making it must not change the
+// host program's locale (nor load the locale's data), whatever the environment says.
+TEST(AdCharsetDefault, MakingTheDefaultLeavesTheProcessLocaleAlone) {
+    if (!U_CHARSET_IS_UTF8) GTEST_SKIP() << "this ICU asks the locale for its default";
+    setenv("LC_ALL", "C.UTF-8", 1);
+    ASSERT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
+    EXPECT_EQ(AdCharset::getDefaultCharset().getMimeName(), Fnd_String(u"UTF-8"));
+    EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
+}

@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -120,17 +121,86 @@ TEST_F(Transport, HeaderReadFailuresLeaveTheMessageAlone)
         {zeros, 17, -1, "incomplete data"},  // then end of file
         {nullptr, 0, -10, "no data"},
     };
-    for (const auto& c : cases) {
-        if (c.size > 0) Put(c.bytes, c.size);
-        if (c.size == 17) Close_Far();
-        ZTInt_msg_struct* const untouched = reinterpret_cast<ZTInt_msg_struct*>(0x10);
-        ZTInt_msg_struct* out = untouched;
-        EXPECT_EQ(ZTInt_transport_Recv(&handle, &out, &error), c.status) << c.text;
-        EXPECT_EQ(Error(), c.text);
-        EXPECT_EQ(out, untouched) << c.text;
-        ZTInt_String_Free(error);
-        error = nullptr;
+    // Reading ahead or not, the header is checked before anything is kept.
+    for (const bool ahead : {false, true}) {
+        if (ahead) {  // a fresh pair: the last case closed the far end
+            TearDown();
+            SetUp();
+        }
+        ZTInt_transport_Limits limits;
+        limits.Read_Ahead = ahead;
+        for (const auto& c : cases) {
+            if (c.size > 0) Put(c.bytes, c.size);
+            if (c.size == 17) Close_Far();
+            ZTInt_msg_struct* const untouched = reinterpret_cast<ZTInt_msg_struct*>(0x10);
+            ZTInt_msg_struct* out = untouched;
+            EXPECT_EQ(ZTInt_transport_Recv(&handle, &out, &error, limits), c.status) << c.text;
+            EXPECT_EQ(Error(), c.text);
+            EXPECT_EQ(out, untouched) << c.text;
+            ZTInt_String_Free(error);
+            error = nullptr;
+        }
     }
+}
+
+TEST_F(Transport, ReadingAheadTakesAMessageThatIsThereWithOneRead)
+{
+    ZTInt_transport_Limits limits;
+    limits.Read_Ahead = true;
+    const std::string long_text(65536, 'q');
+    // The first long message finds only small buffers and moves to a larger one; the
+    // second finds that one free and comes with one read.
+    const struct {
+        const char* text;
+        bool one_read;
+    } cases[] = {{"short", true}, {long_text.c_str(), false}, {long_text.c_str(), true}, {"", true}};
+    for (const auto& c : cases) {
+        ZTInt_msg_struct* sent = String_Call(c.text);
+        const int32_t size = ZTInt_msg_Full_Size(sent);
+        Put(sent, size);
+        ZTInt_msg_struct* received = nullptr;
+        ASSERT_EQ(ZTInt_transport_Recv(&handle, &received, &error, limits), 0) << Error();
+        ASSERT_NE(received, nullptr);
+        EXPECT_EQ(std::memcmp(received, sent, size), 0);
+        if (c.one_read) {
+            EXPECT_EQ(handle.Last_Count, size) << std::strlen(c.text);
+        }
+        EXPECT_TRUE(ZTInt_transport_Data_Done(&handle));
+        ZTInt_msg_Free(received);
+        ZTInt_msg_Free(sent);
+    }
+}
+
+TEST_F(Transport, ReadingAheadWaitsForTheRestAndRefusesBytesBeyondTheMessage)
+{
+    ZTInt_transport_Limits limits;
+    limits.Read_Ahead = true;
+    limits.Stall_Ms = 5000;
+    ZTInt_msg_struct* sent = String_Call("the rest comes later");
+    const int32_t size = ZTInt_msg_Full_Size(sent);
+    Put(sent, 40);
+    std::thread rest([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        Put(reinterpret_cast<const char*>(sent) + 40, size - 40);
+    });
+    ZTInt_msg_struct* received = nullptr;
+    EXPECT_EQ(ZTInt_transport_Recv(&handle, &received, &error, limits), 0) << Error();
+    rest.join();
+    ASSERT_NE(received, nullptr);
+    EXPECT_EQ(std::memcmp(received, sent, size), 0);
+    ZTInt_msg_Free(received);
+
+    // A second message behind the first is no answer to one call.
+    std::string twice(reinterpret_cast<const char*>(sent), size);
+    twice += twice;
+    Put(twice.data(), twice.size());
+    received = nullptr;
+    EXPECT_EQ(ZTInt_transport_Recv(&handle, &received, &error, limits), -1);
+    EXPECT_EQ(Error(), std::to_string(size) + " bytes came beyond the " + std::to_string(size) +
+                           " bytes of the message");
+    EXPECT_NE(received, nullptr);
+    ZTInt_msg_Free(received);
+    ZTInt_msg_Free(sent);
 }
 
 TEST_F(Transport, EndOfFileInTheDataFailsAndLeavesTheMessage)

@@ -1,0 +1,176 @@
+// The pattern that every traced container follows, written once: trace lines that
+// start with "==> <class>: <name> <address>", show blocks that start with "--- ", the
+// life of objects reported to the Utl_Tracing registry, names, and the "set", "clear"
+// and "show" commands of a class's Operation. A container calls these only behind
+// Utl_Trace_Active or Utl_Trace_Reports, so that they cost nothing while all words are 0.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <type_traits>
+
+#include "foundation/base/fnd_string.h"
+#include "foundation/utilities/utl_trace_words.h"
+
+// What the pattern needs to know of a class.
+struct Utl_Trace_Class {
+    const Code_Unit* Name;        // "Utl_String_Map"
+    const Code_Unit* Key;         // "string_map", the registry's class key
+    Utl_Trace_Words& Words;       // the class's static words
+    int32_t Object_Words;         // the `words` value: which words Operation can set
+    Utl_Trace_Operation Operation;
+    const Code_Unit* Empty_Word;  // "empty_map", ...
+};
+
+// One traced operation: its bit in the first or second mask and the level from which
+// the level word alone prints it (3 for operations, 2 for the life of the object).
+struct Utl_Trace_Op {
+    const Code_Unit* Label;
+    int32_t Bit;
+    bool Second_Mask = false;
+    int32_t Level = 3;
+};
+
+// Bits of the first mask, by Utl_Opnames.
+enum : int32_t {
+    Utl_Op_Constructor = 0, Utl_Op_Copy = 1, Utl_Op_Assign = 2, Utl_Op_Destructor = 4,
+    Utl_Op_Objects = 12, Utl_Op_Register = 13, Utl_Op_Set_Name = 14, Utl_Op_Operation = 15,
+    Utl_Op_Get = 16, Utl_Op_Free = 17, Utl_Op_Recreate = 18, Utl_Op_Add_Values = 19,
+    Utl_Op_Make_Empty = 20, Utl_Op_Shorten = 21, Utl_Op_Sort = 22, Utl_Op_Bind = 23,
+    Utl_Op_Unbind = 24, Utl_Op_Add = 25, Utl_Op_Remove = 26, Utl_Op_Set = 27,
+    Utl_Op_Insert = 28, Utl_Op_Replace = 29, Utl_Op_Delete = 30
+};
+// Bits of the second mask, by Utl_Opname2s.
+enum : int32_t {
+    Utl_Op2_Get_Range = 0, Utl_Op2_Is_Bound = 1, Utl_Op2_Contains = 2, Utl_Op2_Index = 3,
+    Utl_Op2_Transfer = 7, Utl_Op2_Truncate = 8
+};
+
+// The object's image (without a trailing line end); empty when it has no entries.
+typedef std::function<void(Fnd_String& Out)> Utl_Trace_Image;
+
+namespace Utl_Traced {
+
+// Whether the words ask for the trace line, the show block or the command loop of Op.
+bool Traces(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, const Utl_Trace_Op& Op);
+bool Shows(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, const Utl_Trace_Op& Op);
+bool Breaks(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, const Utl_Trace_Op& Op);
+
+// "\n==> <class>: [<name> ]<address>" into Out; the caller adds the rest.
+void Start(Fnd_String& Out, const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+           const void* Address);
+// Prints the start, Label and Detail, and a line end.
+void Line(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, const void* Address,
+          const Code_Unit* Label, const Fnd_String& Detail);
+// "\n--- <class>: [<name> ]<address> <label>", a line end, and the image under the
+// prefix, or the prefix and the class's empty word.
+void Show(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, const void* Address,
+          const Code_Unit* Label, const Utl_Trace_Image& Image);
+
+// Before an operation: its trace line and, with its break bit, the command loop.
+void Before(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, const void* Address,
+            const Utl_Trace_Op& Op, const Fnd_String& Detail);
+// After an operation: its show block.
+void After(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, const void* Address,
+           const Utl_Trace_Op& Op, const Utl_Trace_Image& Image);
+
+// The life of an object in the registry, each behind Utl_Trace_Reports.
+void Created(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address);
+void Deleted(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address);
+void Reused(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address);
+void Freed(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address);
+
+void Register_Object(const Utl_Trace_Class& Class, Utl_Trace_Words& Object, void* Address,
+                     const Code_Unit* Name, Utl_Trace_Operation Operation, void* Parent);
+void Set_Name(const Utl_Trace_Class& Class, Utl_Trace_Words& Object, void* Address,
+              const Code_Unit* Name, void* Parent);
+
+// The class's Operation: "set", "clear" and "show" on Object's words (Object null:
+// nothing beyond the trace line). Count and Capacity go into the "info" line.
+void Operation(const Utl_Trace_Class& Class, Utl_Trace_Words* Object, const void* Address,
+               const Fnd_String& Command, const Fnd_String& First, const Fnd_String& Second,
+               long Count, long Capacity, const Utl_Trace_Image& Image);
+
+}  // namespace Utl_Traced
+
+// The slow paths, kept out of line so that an operation with all words at 0 pays only
+// for the test.
+template <class Detail_Function>
+[[gnu::noinline, gnu::cold]] void Utl_Trace_Before_Slow(const Utl_Trace_Class& Class,
+                                                        const Utl_Trace_Words& Object,
+                                                        const void* Address,
+                                                        const Utl_Trace_Op& Op,
+                                                        Detail_Function Detail) {
+    Utl_Traced::Before(Class, Object, Address, Op, Detail());
+}
+
+template <class Image_Function>
+[[gnu::noinline, gnu::cold]] void Utl_Trace_After_Slow(const Utl_Trace_Class& Class,
+                                                       const Utl_Trace_Words& Object,
+                                                       const void* Address,
+                                                       const Utl_Trace_Op& Op,
+                                                       Image_Function Image) {
+    Utl_Traced::After(Class, Object, Address, Op, Utl_Trace_Image(Image));
+}
+
+// The trace line of an operation (and its break), Detail giving the text behind the label.
+template <class Detail_Function>
+inline void Utl_Trace_Before(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+                             const void* Address, const Utl_Trace_Op& Op,
+                             Detail_Function Detail) {
+    if (Utl_Trace_Active(Class.Words, Object)) [[unlikely]]
+        Utl_Trace_Before_Slow(Class, Object, Address, Op, Detail);
+}
+
+template <class Detail_Function, class Image_Function, class Body_Function>
+[[gnu::noinline, gnu::cold]] auto Utl_Traced_Call_Slow(const Utl_Trace_Class& Class,
+                                                       const Utl_Trace_Words& Object,
+                                                       const void* Address, const Utl_Trace_Op& Op,
+                                                       Detail_Function Detail, Image_Function Image,
+                                                       Body_Function Body) {
+    Utl_Traced::Before(Class, Object, Address, Op, Detail());
+    if constexpr (std::is_void_v<decltype(Body())>) {
+        Body();
+        Utl_Traced::After(Class, Object, Address, Op, Utl_Trace_Image(Image));
+    } else {
+        auto result = Body();
+        Utl_Traced::After(Class, Object, Address, Op, Utl_Trace_Image(Image));
+        return result;
+    }
+}
+
+// Runs Body, the operation itself; with the words set, its trace line (Detail gives the
+// text behind the label) comes before and its show block (Image) after. With all words
+// at 0 this is Body behind one test.
+template <class Detail_Function, class Image_Function, class Body_Function>
+inline auto Utl_Traced_Call(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+                            const void* Address, const Utl_Trace_Op& Op, Detail_Function Detail,
+                            Image_Function Image, Body_Function Body) {
+    if (Utl_Trace_Active(Class.Words, Object)) [[unlikely]]
+        return Utl_Traced_Call_Slow(Class, Object, Address, Op, Detail, Image, Body);
+    return Body();
+}
+
+// The life hooks of a class, behind the cheap tests.
+inline void Utl_Trace_Created(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+                              void* Address) {
+    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object))
+        Utl_Traced::Created(Class, Object, Address);
+}
+inline void Utl_Trace_Deleted(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+                              void* Address) {
+    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object) ||
+        Utl_Trace_Records != 0)
+        Utl_Traced::Deleted(Class, Object, Address);
+}
+inline void Utl_Trace_Reused(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+                             void* Address) {
+    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object))
+        Utl_Traced::Reused(Class, Object, Address);
+}
+inline void Utl_Trace_Freed(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+                            void* Address) {
+    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object) ||
+        Utl_Trace_Records != 0)
+        Utl_Traced::Freed(Class, Object, Address);
+}
