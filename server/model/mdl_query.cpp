@@ -340,7 +340,7 @@ private:
         }
         switch (given.Op) {
         case ZTInt_COMP_EQUAL: return e + " = ?";
-        case ZTInt_COMP_NOT_EQUAL: return e + " IS NOT ?";
+        case ZTInt_COMP_NOT_EQUAL: return e + " IS DISTINCT FROM ?";  // null-safe, in both engines
         case ZTInt_COMP_LESS: return e + " < ?";
         case ZTInt_COMP_LESS_OR_EQUAL: return e + " <= ?";
         case ZTInt_COMP_GREATER: return e + " > ?";

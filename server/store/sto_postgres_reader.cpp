@@ -44,6 +44,13 @@ std::string Postgres_View_Select(const std::string& select)
     return std::regex_replace(out, as_integer, "AS BIGINT)");
 }
 
+// The model's queries: its "like" ignores case, as SQLite's does for ASCII.
+std::string Postgres_Query_Sql(const std::string& sql)
+{
+    static const std::regex like_parameter(R"(\bLIKE(\s+\?))");
+    return std::regex_replace(sql, like_parameter, "ILIKE$1");
+}
+
 bool Has_State(const PGresult* result, const char* state)
 {
     const char* found = result != nullptr ? PQresultErrorField(result, PG_DIAG_SQLSTATE) : nullptr;
@@ -420,7 +427,7 @@ public:
     std::unique_ptr<Sto_Cursor> Open(const std::string& sql) override
     {
         int count = 0;
-        std::string converted = Sto_Postgres_Placeholders(sql, count);
+        std::string converted = Sto_Postgres_Placeholders(Postgres_Query_Sql(sql), count);
         return std::make_unique<Pg_Cursor>(Pg_Cursor::Setup{Conn, Limit, Next_Name(), std::move(converted), count, false});
     }
 
@@ -468,14 +475,54 @@ private:
         }
         if (script.empty())
             return;
-        const Pg_Result result(PQexec(Conn, script.c_str()));
-        if (result == nullptr || !Pg_Succeeded(result.get()))
-            throw Sto_Error("cannot make the views of the queries: " +
-                            Pg_Trimmed(result != nullptr ? PQresultErrorMessage(result.get()) : PQerrorMessage(Conn)));
+        Run_Script(script);
+        grants += Make_Folded_Views();
         // Without the role, the model's queries still run; users' SQL is refused.
         const Pg_Result granted(PQexec(Conn, grants.c_str()));
         if (granted == nullptr || !Pg_Succeeded(granted.get()))
             Role_Error = Pg_Trimmed(granted != nullptr ? PQresultErrorMessage(granted.get()) : PQerrorMessage(Conn));
+    }
+
+    void Run_Script(const std::string& script)
+    {
+        const Pg_Result result(PQexec(Conn, script.c_str()));
+        if (result == nullptr || !Pg_Succeeded(result.get()))
+            throw Sto_Error("cannot make the views of the queries: " +
+                            Pg_Trimmed(result != nullptr ? PQresultErrorMessage(result.get()) : PQerrorMessage(Conn)));
+    }
+
+    // Users write names as in any SQL, unquoted, which PostgreSQL folds to lower case:
+    // a view whose name or columns have capitals gets a twin in lower case. Returns
+    // the grants of the twins.
+    std::string Make_Folded_Views()
+    {
+        const Pg_Result columns(PQexec(Conn, "SELECT c.relname, a.attname FROM pg_attribute AS a JOIN pg_class AS c "
+                                             "ON c.oid = a.attrelid WHERE c.relnamespace = pg_my_temp_schema() "
+                                             "AND a.attnum > 0 AND NOT a.attisdropped ORDER BY c.relname, a.attnum"));
+        if (columns == nullptr || PQresultStatus(columns.get()) != PGRES_TUPLES_OK)
+            throw Sto_Error("cannot make the views of the queries: " + Pg_Trimmed(PQerrorMessage(Conn)));
+        std::set<std::string> taken(Names.begin(), Names.end());
+        std::string script, grants;
+        for (int row = 0; row < PQntuples(columns.get());) {
+            const std::string view = PQgetvalue(columns.get(), row, 0);
+            std::string list;
+            bool folds = Lower(view) != view;
+            std::set<std::string> seen;
+            for (; row < PQntuples(columns.get()) && view == PQgetvalue(columns.get(), row, 0); ++row) {
+                const std::string column = PQgetvalue(columns.get(), row, 1);
+                folds = folds || Lower(column) != column;
+                if (seen.insert(Lower(column)).second)
+                    list += (list.empty() ? "" : ", ") + Quoted_Name(column) + " AS " + Quoted_Name(Lower(column));
+            }
+            const std::string twin = Lower(view);
+            if (!folds || twin == view || !taken.insert(twin).second)
+                continue;
+            script += "CREATE TEMP VIEW " + Quoted_Name(twin) + " AS SELECT " + list + " FROM " + Quoted_Name(view) + ";\n";
+            grants += "GRANT SELECT ON " + Quoted_Name(twin) + " TO " + kQuery_Role + ";\n";
+        }
+        if (!script.empty())
+            Run_Script(script);
+        return grants;
     }
 
     PGconn* Conn;

@@ -377,6 +377,10 @@ TEST_F(Sto_Postgres_Reader_Test, UsersSqlReadsOnlyTheViews)
     while (cursor->Next())
         rows.push_back(cursor->Text(0) + " " + cursor->Text(1));
     EXPECT_EQ(rows, (std::vector<std::string>{"D10000 A\nB", "D10001 A\nB"}));
+    // Unquoted names fold to lower case, as users write them.
+    auto folded = reader->Open_Restricted("SELECT count(*) FROM Defect WHERE ID = 'D10001'");
+    ASSERT_TRUE(folded->Next());
+    EXPECT_EQ(folded->Number(0), 1);
     const struct {
         std::string Sql, Why;
     } refused[] = {
