@@ -18,11 +18,11 @@ cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 cmake --build build/release -j "$jobs"
 ctest --test-dir build/release --output-on-failure -j "$jobs"
 # The shared store on PostgreSQL, in a throwaway cluster of its own: the engine's tests
-# and the record tests again, each with a database of its own; then, alone, a restart
-# of the cluster under a running server.
+# and the record, query and transaction tests again, each with a database of its own;
+# then, alone, a restart of the cluster under a running server.
 scripts/pg-cluster.sh env ZTT_E2E_STORE=postgresql bash -c "
   ctest --test-dir build/release --output-on-failure -j $jobs --no-tests=error \
-        -R '^(Sto_Postgres|Ztint_Record_Test|Ztint_Shared_Store_Test|Ztint_Init_Store_Test|Ztint_Admin)' &&
+        -R '^(Sto_Postgres|Ztint_Record_Test|Ztint_Shared_Store_Test|Ztint_Init_Store_Test|Ztint_Admin|Ztint_Query|Ztint_Sql_Query|Ztint_Saved_Query|Ztint_Transaction)' &&
   ZTT_PG_RESTART=1 ctest --test-dir build/release --output-on-failure --no-tests=error \
         -R '^Ztint_Pg_Restart_Test'"
 scripts/run-unprivileged-tests.sh build/release

@@ -138,7 +138,12 @@ std::string Restricted_Refusal(const std::string& sql)
         tokens.pop_back();
     if (tokens.empty())
         return "there is no statement";
-    if (kReading_Starts.count(tokens.front().Text) == 0)
+    const std::string& first = tokens.front().Text;
+    if (first == "pragma")
+        return "PRAGMA is not allowed";
+    if (first == "attach" || first == "detach")
+        return "ATTACH and DETACH are not allowed";
+    if (kReading_Starts.count(first) == 0)
         return "only reading is allowed";
     for (std::size_t i = 0; i < tokens.size(); ++i) {
         const Token& token = tokens[i];
@@ -164,7 +169,11 @@ std::string Refusal_Of(const PGresult* result, PGconn* conn)
 {
     const char* primary = result != nullptr ? PQresultErrorField(result, PG_DIAG_MESSAGE_PRIMARY) : nullptr;
     const std::string message = primary != nullptr ? primary : Pg_Trimmed(PQerrorMessage(conn));
-    if (Has_State(result, "42501"))  // insufficient privilege
+    static const std::regex denied(R"(^permission denied for (table|view|sequence|schema) (.*)$)");
+    std::smatch match;
+    if (Has_State(result, "42501") && std::regex_match(message, match, denied))  // insufficient privilege
+        return "\"" + match[2].str() + "\" is not one of the views";
+    if (Has_State(result, "42501"))
         return "only the views may be read (" + message + ")";
     if (Has_State(result, "25006"))  // read-only transaction
         return "only reading is allowed";
