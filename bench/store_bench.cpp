@@ -10,8 +10,12 @@
 // and the other way round in the next turn), so that a disk or processor that other
 // work slows for a while weighs on all three alike instead of on whichever ran then.
 //
-// Runs its own server (ZTT_USER of its own) on a store in a temporary directory.
+// Runs its own server (ZTT_USER of its own) on a store in a temporary directory. With
+// ZTT_PG naming a PostgreSQL cluster (scripts/pg-cluster.sh), it first runs the same
+// submit and read on a fresh database there.
+#include <libpq-fe.h>
 #include <sqlite3.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -225,6 +229,69 @@ void Report(const char* what, double library, double echoes, double direct)
                 what, library, library / kRecords * 1e6, floor, echoes, direct, library / floor);
 }
 
+// Runs one SQL command in the maintenance database of the cluster ZTT_PG names.
+bool Pg_Admin(const std::string& cluster, const std::string& sql)
+{
+    PGconn* conn = PQconnectdb((cluster + " dbname=postgres").c_str());
+    PGresult* result = PQstatus(conn) == CONNECTION_OK ? PQexec(conn, sql.c_str()) : nullptr;
+    const bool ok = PQresultStatus(result) == PGRES_COMMAND_OK;
+    if (!ok)
+        std::fprintf(stderr, "store_bench: %s: %s\n", sql.c_str(), PQerrorMessage(conn));
+    PQclear(result);
+    PQfinish(conn);
+    return ok;
+}
+
+// Submits and reads kRecords records through a server on store; false on a failure.
+bool Run_Library(const std::string& store, double& submit, double& read)
+{
+    setenv("ZT_SERVER_STORE", store.c_str(), 1);
+    ZTZentrak* zentrak = nullptr;
+    ZTSession* session = nullptr;
+    std::vector<std::string> ids;
+    bool done = Ok(ZTZentrak_Build(&zentrak), "Build") &&
+                Ok(ZTZentrak_SessionLogon(zentrak, &session, "", "zentrak", "zentrak", "DEMO", "MASTER", 0),
+                   "SessionLogon");
+    auto start = Clock::now();
+    done = done && Submit(session, 0, kRecords, ids);
+    submit = Seconds_Since(start);
+    start = Clock::now();
+    done = done && Read(session, ids, 0, kRecords);
+    read = Seconds_Since(start);
+    ZTInt_Session_Free(session);
+    ZTInt_Zentrak_Free(zentrak);
+    ZTInt_Special_Shutdown_Stub();
+    return done;
+}
+
+// With a PostgreSQL cluster named (ZTT_PG, see scripts/pg-cluster.sh), the same submit
+// and read through a server of its own on a fresh database, in a child process, so
+// that its server and connection are its own. Prints its line; false on a failure.
+bool Run_On_Postgres(const std::string& cluster)
+{
+    const std::string database = "zt_bench_" + std::to_string(getpid());
+    if (!Pg_Admin(cluster, "CREATE DATABASE " + database))
+        return false;
+    std::fflush(stdout);
+    const pid_t child = fork();
+    if (child == 0) {
+        setenv("ZTT_USER", ("_bench_pg_" + std::to_string(getpid())).c_str(), 1);
+        double submit = 0, read = 0;
+        if (!Run_Library(cluster + " dbname=" + database, submit, read))
+            _exit(1);
+        std::printf("PostgreSQL 15 (one transaction per record, fsync as the cluster is set):\n"
+                    "submit  library %7.2f s (%6.1f us/record)\n"
+                    "read    library %7.2f s (%6.1f us/record)\n",
+                    submit, submit / kRecords * 1e6, read, read / kRecords * 1e6);
+        std::fflush(stdout);
+        _exit(0);
+    }
+    int status = 0;
+    const bool ok = child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) &&
+                    WEXITSTATUS(status) == 0;
+    return Pg_Admin(cluster, "DROP DATABASE " + database + " WITH (FORCE)") && ok;
+}
+
 }  // namespace
 
 // The seconds of each of the three, summed over the chunks.
@@ -262,6 +329,8 @@ int main()
     const std::string dir = directory;
     setenv("ZT_HOME", ZTINT_BUILD_DIR "/home", 1);
     setenv("ZTT_USER", ("_bench_" + std::to_string(getpid())).c_str(), 1);
+    const char* cluster = std::getenv("ZTT_PG");
+    const bool postgres_ok = cluster == nullptr || *cluster == '\0' || Run_On_Postgres(cluster);
     setenv("ZT_SERVER_STORE", (dir + "/library.db").c_str(), 1);
     ZTZentrak* zentrak = nullptr;
     ZTSession* session = nullptr;
@@ -291,7 +360,7 @@ int main()
     std::error_code error;
     for (int tries = 0; std::filesystem::remove_all(dir, error), error && tries < 100; ++tries)
         usleep(20000);
-    if (!done) {
+    if (!done || !postgres_ok) {
         std::fprintf(stderr, "store_bench: a step failed\n");
         return 1;
     }

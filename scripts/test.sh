@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds libztint twice and runs every test in both builds:
-#   build/release   g++, optimised, warnings as errors; then the tests that need an
+#   build/release   g++, optimised, warnings as errors; then the store tests again on
+#                   PostgreSQL (scripts/pg-cluster.sh); then the tests that need an
 #                   unprivileged user, an application built against an installation
 #                   (pkg-config and CMake), and the .deb
 #   build/sanitize  clang, AddressSanitizer + UndefinedBehaviorSanitizer, with the fuzzers
@@ -16,6 +17,14 @@ cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
       -DCMAKE_C_COMPILER=gcc -DCMAKE_CXX_COMPILER=g++ -DZTINT_WERROR=ON
 cmake --build build/release -j "$jobs"
 ctest --test-dir build/release --output-on-failure -j "$jobs"
+# The shared store on PostgreSQL, in a throwaway cluster of its own: the engine's tests
+# and the record, query and transaction tests again, each with a database of its own;
+# then, alone, a restart of the cluster under a running server.
+scripts/pg-cluster.sh env ZTT_E2E_STORE=postgresql bash -c "
+  ctest --test-dir build/release --output-on-failure -j $jobs --no-tests=error \
+        -R '^(Sto_Postgres|Ztint_Record_Test|Ztint_Shared_Store_Test|Ztint_Init_Store_Test|Ztint_Admin|Ztint_Query|Ztint_Sql_Query|Ztint_Saved_Query|Ztint_Transaction)' &&
+  ZTT_PG_RESTART=1 ctest --test-dir build/release --output-on-failure --no-tests=error \
+        -R '^Ztint_Pg_Restart_Test'"
 scripts/run-unprivileged-tests.sh build/release
 scripts/check-install.sh build/release
 (cd build/release && cpack -G DEB >/dev/null && echo "package: $(ls ztint_*.deb)" &&

@@ -405,3 +405,22 @@ int Svr_Status_Command()
                 status.Clients, uptime);
     return 0;
 }
+
+int Svr_Init_Store_Command(const Svr_Options& options)
+{
+    Svr_Users users;
+    std::string error;
+    if (!Svr_Users::Load(options.Users_Path, users, error)) {
+        std::fprintf(stderr, "%s\n", error.c_str());
+        return 1;
+    }
+    try {
+        Mdl_Server model({users, Product_Home() + "/etc/schemas/sample.json"});
+        for (const std::string& line : model.Initialise_Stores())
+            std::printf("ztintsvr: %s\n", line.c_str());
+        return 0;
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "ztintsvr: cannot initialise the store: %s\n", failure.what());
+        return 1;
+    }
+}

@@ -9,6 +9,10 @@
 //                    to end; 1 with a text when none runs.
 //   ztintsvr status  whether a server runs, with its pid, pipe, clients and uptime;
 //                    0 when one runs, 1 when none does.
+//   ztintsvr init-store  makes the tables of the store ZT_SERVER_STORE names and
+//                    seeds its database sets from the user store, as the first
+//                    server on a new store would; a set already there is left
+//                    alone, so running it twice is safe. 0 when done, 1 with a text.
 //
 // Settings, from the environment:
 //   ZT_SERVER_IDLE_SECONDS  the server ends after this long without a client
@@ -38,3 +42,4 @@ int Svr_Start_Command(const Svr_Options& options);
 int Svr_Run_Command(const Svr_Options& options);
 int Svr_Stop_Command();
 int Svr_Status_Command();
+int Svr_Init_Store_Command(const Svr_Options& options);

@@ -9,13 +9,15 @@
 namespace {
 
 const char kUsage[] =
-    "usage: ztintsvr start | run | stop | status | --help\n"
+    "usage: ztintsvr start | run | stop | status | init-store | --help\n"
     "\n"
     "  start    start a detached server for this user unless one runs\n"
     "  run      serve in the foreground, reporting on standard error\n"
     "  stop     ask the running server to end (exit 1 if none runs)\n"
     "  status   say whether a server runs, with its pid, pipe, clients and uptime\n"
     "           (exit 0 if one runs, 1 if none does)\n"
+    "  init-store  make the tables and first users of the store ZT_SERVER_STORE\n"
+    "           names (e.g. a shared PostgreSQL database); safe to run twice\n"
     "\n"
     "Settings from the environment: ZT_SERVER_IDLE_SECONDS (default 600),\n"
     "ZT_SERVER_MAX_CLIENTS (default 1000), ZT_SERVER_USERS, ZT_SERVER_TRACE,\n"
@@ -48,7 +50,7 @@ int main(int argc, char** argv)
         return Svr_Stop_Command();
     if (command == "status")
         return Svr_Status_Command();
-    if (command != "start" && command != "run")
+    if (command != "start" && command != "run" && command != "init-store")
         return Usage_Error();
     Svr_Options options;
     std::string error;
@@ -56,5 +58,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "%s\n", error.c_str());
         return 1;
     }
+    if (command == "init-store")
+        return Svr_Init_Store_Command(options);
     return command == "start" ? Svr_Start_Command(options) : Svr_Run_Command(options);
 }

@@ -338,7 +338,7 @@ void Mdl_Admin::Set_Privilege(const std::string& login, ZTInt_Privilege privileg
             .Bind(1, int64_t{granted}).Bind(2, Set).Bind(3, login)
             .Run();
     } else {
-        Store->Prepare(granted ? "INSERT OR IGNORE INTO zt_user_flags(dbset, login, flag) VALUES(?, ?, ?)"
+        Store->Prepare(granted ? "INSERT INTO zt_user_flags(dbset, login, flag) VALUES(?, ?, ?) ON CONFLICT DO NOTHING"
                                : "DELETE FROM zt_user_flags WHERE dbset = ? AND login = ? AND flag = ?")
             .Bind(1, Set).Bind(2, login).Bind(3, Flag_Name(privilege))
             .Run();
@@ -591,7 +591,7 @@ void Mdl_Admin::Set_All_Databases(const Mdl_Member& member, bool all)
             .Bind(1, int64_t{all}).Bind(2, Set).Bind(3, member.Name)
             .Run();
     else
-        Store->Prepare(all ? "INSERT OR IGNORE INTO zt_user_flags(dbset, login, flag) VALUES(?, ?, ?)"
+        Store->Prepare(all ? "INSERT INTO zt_user_flags(dbset, login, flag) VALUES(?, ?, ?) ON CONFLICT DO NOTHING"
                            : "DELETE FROM zt_user_flags WHERE dbset = ? AND login = ? AND flag = ?")
             .Bind(1, Set).Bind(2, member.Name).Bind(3, kAllDatabases)
             .Run();
@@ -694,7 +694,7 @@ std::shared_ptr<Mdl_Admin> Mdl_Server::Admin_Logon(const Mdl_Logon& logon, std::
         return nullptr;
     }
     Sto_Transaction transaction(*store);
-    store->Prepare("INSERT OR IGNORE INTO zt_groups(dbset, name) VALUES(?, ?)")
+    store->Prepare("INSERT INTO zt_groups(dbset, name) VALUES(?, ?) ON CONFLICT DO NOTHING")
         .Bind(1, logon.Set).Bind(2, kMdl_Everyone)
         .Run();
     transaction.Commit();

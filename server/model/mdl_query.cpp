@@ -150,10 +150,10 @@ std::string Field_Column(const Mdl_Field_Def& field)
     case ZTInt_FIELD_INTEGER: return "CAST(" + value + " AS INTEGER)";
     case ZTInt_FIELD_REFERENCE_LIST:
         return "(SELECT group_concat(value, char(10)) FROM (SELECT value FROM zt_values WHERE record = r.dbid "
-               "AND field = " + name + " ORDER BY position))";
+               "AND field = " + name + " ORDER BY position) AS v)";
     case ZTInt_FIELD_ATTACHMENT_LIST:
         return "(SELECT group_concat(file_name, char(10)) FROM (SELECT file_name FROM zt_attachments WHERE "
-               "record = r.dbid AND field = " + name + " ORDER BY id))";
+               "record = r.dbid AND field = " + name + " ORDER BY id) AS v)";
     default: return value;
     }
 }
@@ -340,7 +340,7 @@ private:
         }
         switch (given.Op) {
         case ZTInt_COMP_EQUAL: return e + " = ?";
-        case ZTInt_COMP_NOT_EQUAL: return e + " IS NOT ?";
+        case ZTInt_COMP_NOT_EQUAL: return e + " IS DISTINCT FROM ?";  // null-safe, in both engines
         case ZTInt_COMP_LESS: return e + " < ?";
         case ZTInt_COMP_LESS_OR_EQUAL: return e + " <= ?";
         case ZTInt_COMP_GREATER: return e + " > ?";

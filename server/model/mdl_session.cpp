@@ -769,7 +769,7 @@ void Mdl_Session::Store_Attachments(Mdl_Record& record)
 void Mdl_Session::Store_History(Mdl_Record& record, const std::string& old_state, const std::string& now)
 {
     Sto_Statement& insert = Store().Prepare(
-        "INSERT INTO zt_history(record, at, user, action, old_state, new_state) "
+        "INSERT INTO zt_history(record, at, \"user\", action, old_state, new_state) "
         "VALUES(?, ?, ?, ?, ?, ?) RETURNING id");
     insert.Bind(1, record.Dbid).Bind(2, now).Bind(3, User.Login).Bind(4, record.Action->Name)
         .Bind(5, old_state).Bind(6, record.State);
@@ -789,7 +789,8 @@ void Mdl_Session::Store_History(Mdl_Record& record, const std::string& old_state
     }
     const auto duplicate = record.Action->Type;
     if (duplicate == ZTInt_ACTION_DUPLICATE && record.Original_Of != 0)
-        Store().Prepare("INSERT OR REPLACE INTO zt_duplicates(duplicate, original) VALUES(?, ?)")
+        Store().Prepare("INSERT INTO zt_duplicates(duplicate, original) VALUES(?, ?) "
+                        "ON CONFLICT(duplicate) DO UPDATE SET original = excluded.original")
             .Bind(1, record.Dbid).Bind(2, record.Original_Of).Run();
     else if (duplicate == ZTInt_ACTION_UNDUPLICATE)
         Store().Prepare("DELETE FROM zt_duplicates WHERE duplicate = ?").Bind(1, record.Dbid).Run();
@@ -872,7 +873,7 @@ std::vector<Mdl_History_Entry> Mdl_Session::History(const Mdl_Record& record)
     if (record.Dbid == 0)
         return entries;
     Sto_Statement& query = Store().Prepare(
-        "SELECT id, at, user, action, old_state, new_state FROM zt_history WHERE record = ? ORDER BY id");
+        "SELECT id, at, \"user\", action, old_state, new_state FROM zt_history WHERE record = ? ORDER BY id");
     query.Bind(1, record.Dbid);
     while (query.Next())
         entries.push_back({query.Number(0), query.Text(1), query.Text(2), query.Text(3), query.Text(4),

@@ -8,6 +8,7 @@
 #include "server/model/mdl_admin.h"
 #include "server/model/mdl_session.h"
 #include "server/store/sto_location.h"
+#include "server/store/sto_postgres.h"
 
 namespace {
 
@@ -43,7 +44,7 @@ CREATE TABLE IF NOT EXISTS zt_values(
 CREATE TABLE IF NOT EXISTS zt_history(
   id INTEGER PRIMARY KEY AUTOINCREMENT,
   record INTEGER NOT NULL REFERENCES zt_records(dbid) ON DELETE CASCADE,
-  at TEXT NOT NULL, user TEXT NOT NULL, action TEXT NOT NULL,
+  at TEXT NOT NULL, "user" TEXT NOT NULL, action TEXT NOT NULL,
   old_state TEXT NOT NULL, new_state TEXT NOT NULL);
 CREATE INDEX IF NOT EXISTS zt_history_record ON zt_history(record);
 CREATE TABLE IF NOT EXISTS zt_history_changes(
@@ -149,7 +150,8 @@ std::shared_ptr<Sto_Connection> Mdl_Server::Store_Of(const std::string& set, std
     if (location.empty())
         return nullptr;
     auto& store = Stores[location];
-    if (store == nullptr && access(location.c_str(), F_OK) != 0 && !Seed_Names(set)) {
+    const bool missing_file = !Sto_Is_Postgres_Location(location) && access(location.c_str(), F_OK) != 0;
+    if (store == nullptr && missing_file && !Seed_Names(set)) {
         Stores.erase(location);
         return nullptr;  // no file is made for a set that nothing names
     }
@@ -206,7 +208,7 @@ bool Mdl_Server::Seed_Set(Sto_Connection& store, const std::string& set, std::st
             store.Prepare("INSERT INTO zt_databases(dbset, name, schema_text) VALUES(?, ?, ?)")
                 .Bind(1, set).Bind(2, entry->Database).Bind(3, schema.Text())
                 .Run();
-        store.Prepare("INSERT OR IGNORE INTO zt_subscriptions(dbset, login, database) VALUES(?, ?, ?)")
+        store.Prepare("INSERT INTO zt_subscriptions(dbset, login, database) VALUES(?, ?, ?) ON CONFLICT DO NOTHING")
             .Bind(1, set).Bind(2, entry->User).Bind(3, entry->Database)
             .Run();
     }
@@ -230,6 +232,26 @@ std::shared_ptr<const Mdl_Database> Mdl_Server::Database(const std::shared_ptr<S
     const std::string text = query.Text(0);
     database = std::make_shared<const Mdl_Database>(Mdl_Database{store, set, name, Mdl_Schema::Parse(text)});
     return database;
+}
+
+std::vector<std::string> Mdl_Server::Initialise_Stores()
+{
+    std::set<std::string> sets;
+    for (const Svr_Users::Entry& entry : Options.Seed.Entries())
+        sets.insert(entry.Master);
+    std::vector<std::string> report;
+    for (const std::string& set : sets) {
+        std::string error;
+        const std::shared_ptr<Sto_Connection> store = Store_Of(set, error);
+        if (store == nullptr)
+            throw Sto_Error(error);
+        const std::string where = "database set \"" + set + "\" in the " + store->Engine_Name() + " store";
+        if (Set_Exists(*store, set))
+            report.push_back(where + " exists already: left as it is");
+        else if (Seed_Set(*store, set, error))
+            report.push_back(where + " made with its users and databases");
+    }
+    return report;
 }
 
 void Mdl_Server::Finish_Request()

@@ -71,6 +71,11 @@ public:
     const std::string& Schema_Path() const { return Options.Schema_Path; }
     // The end of a request: every store lets go of what it read.
     void Finish_Request();
+    // Makes the tables of every database set the flat user file names and seeds the
+    // sets not there yet (a shared PostgreSQL database before its first server).
+    // Safe to run again: a set that exists is left alone. One line a set says what
+    // was done; throws Sto_Error when the store cannot be reached.
+    [[nodiscard]] std::vector<std::string> Initialise_Stores();
 
 private:
     // The store of the logon's set once its user and password hold, with the user;

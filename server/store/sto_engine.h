@@ -173,6 +173,7 @@ private:
     bool Done = false;
 };
 
-// Opens the store a location names (a file path for SQLite); throws Sto_Error. A new
-// file is created with mode 0600.
+// Opens the store a location names: a PostgreSQL connection string (see
+// sto_postgres.h) or else a SQLite file path, a new file created with mode 0600;
+// throws Sto_Error.
 std::unique_ptr<Sto_Connection> Sto_Open(const std::string& location);

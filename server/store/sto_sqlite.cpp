@@ -1,5 +1,6 @@
 #include "server/store/sto_sqlite.h"
 
+#include "server/store/sto_postgres.h"
 #include "server/store/sto_sqlite_reader.h"
 
 #include <fcntl.h>
@@ -236,7 +237,7 @@ std::unique_ptr<Sto_Connection> Sto_Open_Sqlite(const std::string& path,
 
 std::unique_ptr<Sto_Connection> Sto_Open(const std::string& location)
 {
-    if (location.rfind("postgresql://", 0) == 0 || location.rfind("host=", 0) == 0)
-        throw Sto_Error("the PostgreSQL engine is not built into this server: " + location);
+    if (Sto_Is_Postgres_Location(location))
+        return Sto_Open_Postgres(location);
     return Sto_Open_Sqlite(location);
 }

@@ -16,6 +16,7 @@
 
 #include "foundation/host/hst_switches.h"
 #include "ztint.h"
+#include "tests/support/ztint_pg_database.h"
 #include "tests/support/ztint_test_locale.h"
 #include "ztint_client/ztint_call_table.h"
 
@@ -42,6 +43,15 @@ std::string Ztint_Field(const std::string& line, int n)
     return field;
 }
 
+bool Ztint_E2E_On_Postgres()
+{
+    const char* engine = std::getenv("ZTT_E2E_STORE");
+    return engine != nullptr && std::string(engine) == "postgresql";
+}
+
+Ztint_E2E::Ztint_E2E() = default;
+Ztint_E2E::~Ztint_E2E() = default;
+
 void Ztint_E2E::SetUp()
 {
     Dir = Temp.Path;
@@ -60,6 +70,12 @@ void Ztint_E2E::SetUp()
     setenv("ZT_SERVER_TRACE", Trace.c_str(), 1);
     setenv("ZT_SERVER_IDLE_SECONDS", "60", 1);
     Store = Dir + "/store.db";
+    if (Ztint_E2E_On_Postgres()) {
+        Pg = std::make_unique<ZTInt_Pg_Database>();
+        ASSERT_TRUE(Pg->Available()) << "ZTT_E2E_STORE=postgresql needs the cluster of scripts/pg-cluster.sh (ZTT_PG)";
+        ASSERT_TRUE(Pg->Made_Ok());
+        Store = Pg->Conninfo();
+    }
     setenv("ZT_SERVER_STORE", Store.c_str(), 1);
     for (const char* name : {"ZT_USER", "ZT_PASSWORD", "ZT_DATABASE", "ZT_MASTER", "ZT_MESSAGES",
                              "ZT_SERVER_USERS", "ZT_SERVER_MAX_CLIENTS", "ZT_CLIENTID",
@@ -88,6 +104,7 @@ void Ztint_E2E::TearDown()
     fs::remove(Pipe, ignored);
     fs::remove(Pipe + ".lock", ignored);
     fs::remove(Pipe + ".status", ignored);
+    Pg.reset();  // its database goes, with whatever connection is still on it
 }
 
 void Ztint_E2E::Install_Script(const std::string& body)

@@ -329,9 +329,11 @@ TEST_F(Ztint_Record_Test, TwoServersOnOneStoreLetExactlyOneCommitWin)
 
 TEST_F(Ztint_Record_Test, TheStoreIsPrivateAndAWrongPasswordIsRefused)
 {
-    struct stat facts;
-    ASSERT_EQ(stat(Store.c_str(), &facts), 0);
-    EXPECT_EQ(facts.st_mode & 0777, 0600u);
+    if (!Ztint_E2E_On_Postgres()) {  // a file of the user's own
+        struct stat facts;
+        ASSERT_EQ(stat(Store.c_str(), &facts), 0);
+        EXPECT_EQ(facts.st_mode & 0777, 0600u);
+    }
     EXPECT_EQ(Logon("zentrak", "wrong"), nullptr);
     EXPECT_EQ(Server_Error(), "ztintsvr: logon refused for user \"zentrak\": wrong user name or password");
 }

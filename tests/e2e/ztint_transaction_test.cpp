@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "tests/e2e/ztint_tracker.h"
+#include "tests/support/ztint_pg_database.h"
 #include "ztint_client/ztint_client.h"
 #include "ztint_utils/ztint_connect.h"
 
@@ -170,9 +171,12 @@ TEST_F(Ztint_Transaction_Test, LogoffAndTheSessionsEndRollBack)
     }
 }
 
-// How many records of the store (read directly) have the headline.
-int Stored_Headlines(const std::string& store, const std::string& headline)
+// How many records of the store (read directly) have the headline (free of quotes).
+int Stored_Headlines(const std::string& store, const ZTInt_Pg_Database* pg, const std::string& headline)
 {
+    if (pg != nullptr)
+        return std::stoi(pg->Value("SELECT count(*) FROM zt_values WHERE field = 'Headline' AND value = '" +
+                                   headline + "'"));
     sqlite3* db = nullptr;
     sqlite3_stmt* query = nullptr;
     int count = -1;
@@ -250,8 +254,8 @@ TEST_F(Ztint_Transaction_Test, AnotherClientIsRefusedAndItsDisconnectLeavesNothi
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     EXPECT_EQ(refusal, "");
-    EXPECT_EQ(Stored_Headlines(Store, "child"), 0);
-    EXPECT_EQ(Stored_Headlines(Store, "after the child"), 1);
+    EXPECT_EQ(Stored_Headlines(Store, Pg.get(), "child"), 0);
+    EXPECT_EQ(Stored_Headlines(Store, Pg.get(), "after the child"), 1);
 }
 
 }  // namespace

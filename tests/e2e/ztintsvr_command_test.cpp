@@ -81,8 +81,9 @@ TEST_F(Ztintsvr_Command_Test, HelpAndUsage)
 {
     const Outcome help = Run("--help");
     EXPECT_EQ(help.Exit, 0);
-    EXPECT_EQ(help.Out.rfind("usage: ztintsvr start | run | stop | status | --help\n", 0), 0u);
+    EXPECT_EQ(help.Out.rfind("usage: ztintsvr start | run | stop | status | init-store | --help\n", 0), 0u);
     EXPECT_NE(help.Out.find("  status   say whether a server runs"), std::string::npos);
+    EXPECT_NE(help.Out.find("  init-store  make the tables"), std::string::npos);
     EXPECT_EQ(help.Err, "");
     for (const char* wrong : {"", "begin", "start now"}) {
         const Outcome usage = Run(wrong);
