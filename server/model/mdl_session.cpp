@@ -38,6 +38,18 @@ std::size_t Characters(const std::string& text)
         text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
 }
 
+// The record as the store holds it: its values are the original ones, and no edit or
+// change is pending.
+void Mark_Unedited(Mdl_Record& record)
+{
+    record.Original = record.Values;
+    record.Original_Attachments = record.Attachments;
+    record.Action = nullptr;
+    record.Journal_Entries.clear();
+    record.Changed_Last_Set.clear();
+    record.Changed_This_Group.clear();
+}
+
 std::string Base_Name(const std::string& path)
 {
     const std::size_t slash = path.find_last_of('/');
@@ -241,12 +253,7 @@ void Mdl_Session::Read_Body(Mdl_Record& record)
     while (attachments.Next())
         record.Attachments.push_back({attachments.Number(0), attachments.Text(1), attachments.Text(2),
                                       attachments.Text(3), "", attachments.Number(4)});
-    record.Original = record.Values;
-    record.Original_Attachments = record.Attachments;
-    record.Action = nullptr;
-    record.Journal_Entries.clear();
-    record.Changed_Last_Set.clear();
-    record.Changed_This_Group.clear();
+    Mark_Unedited(record);
 }
 
 std::vector<std::string> Mdl_Session::Values(const Mdl_Record& record, const std::string& name) const
@@ -642,12 +649,7 @@ void Mdl_Session::Settle(Mdl_Record& record)
     }
     if (record.Action->Type == ZTInt_ACTION_UNDUPLICATE)
         record.Original_Of = 0;
-    record.Original = record.Values;
-    record.Original_Attachments = record.Attachments;
-    record.Action = nullptr;
-    record.Journal_Entries.clear();
-    record.Changed_Last_Set.clear();
-    record.Changed_This_Group.clear();
+    Mark_Unedited(record);
 }
 
 void Mdl_Session::Store_Record(Mdl_Record& record, const std::string& now)
