@@ -31,6 +31,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/bench_calls.h"
 #include "ztint.h"
 #include "ztint_client/ztint_call_table.h"
 #include "ztint_client/ztint_special.h"
@@ -41,17 +42,12 @@ extern char** environ;
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Clock = Bench_Clock;
 
 const std::string kHome = ZTINT_BUILD_DIR "/home";
 const std::string kServer = kHome + "/bin/ztintsvr";
 // A first call and its answer are about this size on the wire.
 constexpr int kFirstCallBytes = 64;
-
-double Seconds_Since(Clock::time_point start)
-{
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 double Median(std::vector<double> values)
 {
@@ -251,7 +247,7 @@ double Raw_Cold_Start(const char* self, const std::string& path)
     close(ready[1]);
     char said = 0;
     const bool done = failed == 0 && read(ready[0], &said, 1) == 1 && Raw_Round_Trip_At(path);
-    const double seconds = Seconds_Since(start);
+    const double seconds = Bench_Seconds_Since(start);
     close(ready[0]);
     if (failed == 0)
         waitpid(pid, nullptr, 0);
@@ -285,7 +281,7 @@ double First_Call()
     const auto start = Clock::now();
     ZTZentrak* zentrak = nullptr;
     const bool done = ZTZentrak_Build(&zentrak) == 0;
-    return done ? Seconds_Since(start) : -1;
+    return done ? Bench_Seconds_Since(start) : -1;
 }
 
 // The sizes of the echo call of text and of its reply on the wire.
@@ -336,7 +332,7 @@ double Per_Call(int calls, const std::function<bool()>& round_trip)
     for (int i = 0; i < calls; ++i)
         if (!round_trip())
             return -1;
-    return Seconds_Since(start) / calls;
+    return Bench_Seconds_Since(start) / calls;
 }
 
 bool Measure_Echo(ZTZentrak* zentrak, const std::string& text, int calls, int rounds, Figure& figure)
@@ -383,7 +379,7 @@ int Make_Table(const char* self, const char* title, int rounds)
         Raw_Server raw(raw_path);
         const auto raw_first_call = [&] {
             const auto start = Clock::now();
-            return Raw_Round_Trip_At(raw_path) ? Seconds_Since(start) : -1;
+            return Raw_Round_Trip_At(raw_path) ? Bench_Seconds_Since(start) : -1;
         };
         done = Interleaved(rounds * 3, [&] { return In_Child(raw_first_call); },
                            [&] { return In_Child(First_Call); }, warm);

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "server/model/mdl_query.h"
+#include "bench/bench_calls.h"
 #include "ztint.h"
 #include "ztint_client/ztint_special.h"
 
@@ -30,22 +31,11 @@ namespace {
 constexpr int kRecords = 100000;
 constexpr int kSmall_Walk = 10000, kLarge_Walk = 1000000;
 constexpr int kRounds = 3;
-using Clock = std::chrono::steady_clock;
-
-double Seconds_Since(Clock::time_point start)
-{
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
+using Clock = Bench_Clock;
 
 bool Ok(int32_t status, const char* what)
 {
-    if (status == 0)
-        return true;
-    char* text = nullptr;
-    ZTInt_GetError(&text);
-    std::fprintf(stderr, "query_bench: %s failed: %s\n", what, text != nullptr ? text : "");
-    ZTInt_String_Free(text);
-    return false;
+    return Bench_Call_Ok(status, "query_bench", what);
 }
 
 // Writes count records of type into the store, numbered from first, in one transaction;
@@ -154,7 +144,7 @@ double Echoes(ZTZentrak* zentrak, long count)
             return -1;
         ZTInt_String_Free(echo);
     }
-    return Seconds_Since(start);
+    return Bench_Seconds_Since(start);
 }
 
 // The same SQL on the same views, by direct SQLite calls: its time, and the rows in rows.
@@ -185,7 +175,7 @@ double Direct(const std::string& store, const std::string& sql, long& rows)
             bytes += text.size();
         }
     }
-    const double seconds = Seconds_Since(start);
+    const double seconds = Bench_Seconds_Since(start);
     sqlite3_finalize(statement);
     sqlite3_close(db);
     return bytes > 0 ? seconds : -1;
@@ -243,7 +233,7 @@ int main()
         ZTResultSet* set = Result_Set(session, "Defect", {"id", "Headline", "Priority"}, true);
         const auto start = Clock::now();
         rows = Walk(set, true);
-        library = std::min(library, Seconds_Since(start));
+        library = std::min(library, Bench_Seconds_Since(start));
         char* sql = nullptr;
         done = rows > 0 && Ok(ZTResultSet_GetSQL(set, &sql), "GetSQL");
         text = sql != nullptr ? sql : "";
@@ -271,7 +261,7 @@ int main()
         ZTResultSet* many = Result_Set(session, "Customer", {"id", "Name"}, false);
         const auto start = Clock::now();
         large = Walk(many, false);
-        large_seconds = Seconds_Since(start);
+        large_seconds = Bench_Seconds_Since(start);
         ZTInt_ResultSet_Free(many);
         large_hwm = Memory_Kb(pid, "VmHWM");
         large_rss = Memory_Kb(pid, "VmRSS");

@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "server/model/mdl_store.h"
+#include "bench/bench_calls.h"
 #include "ztint.h"
 #include "ztint_client/ztint_special.h"
 
@@ -33,26 +34,15 @@ namespace {
 
 constexpr int kRecords = 10000;
 constexpr int kChunk = 500;
-using Clock = std::chrono::steady_clock;
+using Clock = Bench_Clock;
 
 const char* const kFields[] = {"Headline", "Description", "Severity", "Priority", "Resolution"};
 const char* const kValues[] = {"A headline of some sixty characters, as headlines go today",
                                "A description\nover two lines", "2-Major", "3-Normal", "Fixed"};
 
-double Seconds_Since(Clock::time_point start)
-{
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
 bool Ok(int32_t status, const char* what)
 {
-    if (status == 0)
-        return true;
-    char* text = nullptr;
-    ZTInt_GetError(&text);
-    std::fprintf(stderr, "store_bench: %s failed: %s\n", what, text != nullptr ? text : "");
-    ZTInt_String_Free(text);
-    return false;
+    return Bench_Call_Ok(status, "store_bench", what);
 }
 
 // Submits records first to first + count - 1 (from 0).
@@ -105,7 +95,7 @@ double Echoes(ZTZentrak* zentrak, int count)
             return -1;
         ZTInt_String_Free(echo);
     }
-    return Seconds_Since(start);
+    return Bench_Seconds_Since(start);
 }
 
 // The rows a submit writes, by direct SQLite calls: the record, its 8 values (the 5
@@ -176,7 +166,7 @@ public:
             }
             failures += sqlite3_exec(Db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK;
         }
-        return failures == 0 ? Seconds_Since(start) : -1;
+        return failures == 0 ? Bench_Seconds_Since(start) : -1;
     }
 
     void Prepare_Read()
@@ -202,7 +192,7 @@ public:
                 bytes += static_cast<std::size_t>(sqlite3_column_bytes(Read_Values, 1));
             sqlite3_reset(Read_Values);
         }
-        return bytes > 0 ? Seconds_Since(start) : -1;
+        return bytes > 0 ? Bench_Seconds_Since(start) : -1;
     }
 
 private:
@@ -312,7 +302,7 @@ bool Measure(Times& times, Library library, Echo echo, Direct direct)
         const auto start = Clock::now();
         if (!library(first, kChunk))
             return false;
-        times.Library += Seconds_Since(start);
+        times.Library += Bench_Seconds_Since(start);
         if (library_first && ((echoes = echo()) < 0 || (sqlite = direct(first, kChunk)) < 0))
             return false;
         times.Echoes += echoes;

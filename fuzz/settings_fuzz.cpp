@@ -5,10 +5,6 @@
 // can be saved (its names are all writable), the saved file must read back to the same
 // fields: single-line values as they were stripped at both ends, multi-line values
 // less one final newline, empty values left out.
-#include <fcntl.h>
-#include <stdlib.h>
-#include <unistd.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -16,33 +12,9 @@
 #include "foundation/base/fnd_condition.h"
 #include "foundation/base/fnd_string.h"
 #include "foundation/utilities/utl_file_string_map.h"
+#include "fuzz/fuzz_files.h"
 
 namespace {
-
-const std::string& Directory() {
-    static const std::string dir = [] {
-        char name[] = "/tmp/zt_fuzz_settings_XXXXXX";
-        const char* made = mkdtemp(name);
-        // Bad lines are written to the log, on standard output: keep the run quiet.
-        const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
-        if (null >= 0) dup2(null, 1);
-        return std::string(made ? made : "/tmp");
-    }();
-    return dir;
-}
-
-void Write(const std::string& Path, const uint8_t* Data, size_t Size) {
-    const int fd = open(Path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (fd < 0) abort();
-    if (Size > 0 && write(fd, Data, Size) != static_cast<ssize_t>(Size)) abort();
-    close(fd);
-}
-
-long Open_Descriptors() {
-    long count = 0;
-    for (int fd = 0; fd < 1024; ++fd) count += fcntl(fd, F_GETFD) >= 0;
-    return count;
-}
 
 Fnd_String Wide(const std::string& Text) { return Fnd_String(std::u16string(Text.begin(), Text.end()).c_str()); }
 
@@ -89,10 +61,10 @@ void Check_Round_Trip(const Utl_File_String_Map& Map, const std::string& Saved, 
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size) {
     if (Size < 1) return 0;
-    const std::string& dir = Directory();
+    const std::string& dir = Fuzz_Directory("/tmp/zt_fuzz_settings_XXXXXX");
     const bool use_utf8 = Data[0] & 1;
-    Write(dir + "/Login-fuzz", Data + 1, Size - 1);
-    const long before = Open_Descriptors();
+    Fuzz_Write(dir + "/Login-fuzz", Data + 1, Size - 1);
+    const long before = Fuzz_Open_Descriptors();
     {
         Utl_File_String_Map map(17, Utl_Case_Unchanged, use_utf8);
         Fnd_Condition condition;
@@ -101,6 +73,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size) {
         map.Save(condition, Wide(saved));
         if (!condition.Failed()) Check_Round_Trip(map, saved, use_utf8);
     }
-    if (Open_Descriptors() != before) abort();
+    if (Fuzz_Open_Descriptors() != before) abort();
     return 0;
 }

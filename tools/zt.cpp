@@ -18,48 +18,14 @@
 #include <vector>
 
 #include "tools/zt_admin.h"
+#include "tools/zt_common.h"
 #include "tools/zt_query.h"
 #include "ztint.h"
 #include "ztint_values.h"
 
 namespace {
 
-// A refusal by the server (or of a value): printed, exit 1.
-class Refused : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-std::string Server_Error()
-{
-    char* text = nullptr;
-    ZTInt_GetError(&text);
-    std::string result = text != nullptr ? text : "the server gave no reason";
-    ZTInt_String_Free(text);
-    return result;
-}
-
-void Check(int32_t status)
-{
-    if (status != 0)
-        throw Refused(Server_Error());
-}
-
-std::string Take(char* text)
-{
-    std::string result = text != nullptr ? text : "";
-    ZTInt_String_Free(text);
-    return result;
-}
-
-std::vector<std::string> Take(char** array)
-{
-    std::vector<std::string> texts;
-    for (long i = 0; i < ZTInt_StringArray_Size(array); ++i)
-        texts.emplace_back(ZTInt_StringArray_At_Ref(array, i));
-    ZTInt_StringArray_Free(array);
-    return texts;
-}
+using namespace zt_common;
 
 // A reason answer ("" when taken): anything else is a refusal. The call is made
 // before, so that reason holds its answer.
@@ -71,12 +37,8 @@ void Check_Reason(int32_t status, char* reason)
         throw Refused(text);
 }
 
-template <class T, int32_t (*Free)(T*)>
-struct Freer {
-    void operator()(T* handle) const { Free(handle); }
-};
-using Entity = std::unique_ptr<ZTEntity, Freer<ZTEntity, ZTInt_Entity_Free>>;
-using Entity_Def = std::unique_ptr<ZTEntityDef, Freer<ZTEntityDef, ZTInt_EntityDef_Free>>;
+using Entity = Owned<ZTEntity, ZTInt_Entity_Free>;
+using Entity_Def = Owned<ZTEntityDef, ZTInt_EntityDef_Free>;
 
 const char* Type_Name(ZTInt_LONG type)
 {
@@ -98,24 +60,15 @@ const char* Type_Name(ZTInt_LONG type)
     }
 }
 
-std::string Environment(const char* name, const char* otherwise)
-{
-    const char* value = std::getenv(name);
-    return value != nullptr && *value != '\0' ? value : otherwise;
-}
-
 // The logged-on session of one command.
 class Tracker {
 public:
     Tracker()
     {
+        const Logon logon;
         Check(ZTZentrak_Build(&Zentrak));
-        const bool own_user = std::getenv("ZT_USER") != nullptr && *std::getenv("ZT_USER") != '\0';
-        const std::string user = Environment("ZT_USER", "zentrak");
-        const std::string password = Environment("ZT_PASSWORD", own_user ? "" : "zentrak");
-        Check(ZTZentrak_SessionLogon(Zentrak, &Session, "", user.c_str(), password.c_str(),
-                                     Environment("ZT_DATABASE", "DEMO").c_str(),
-                                     Environment("ZT_MASTER", "MASTER").c_str(), 0));
+        Check(ZTZentrak_SessionLogon(Zentrak, &Session, "", logon.User.c_str(), logon.Password.c_str(),
+                                     logon.Database.c_str(), logon.Set.c_str(), 0));
     }
     ~Tracker()
     {

@@ -7,47 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "tools/zt_common.h"
 #include "ztint.h"
 #include "ztint_values.h"
 
 namespace {
 
-// A refusal by the server: its text on standard error, exit 1.
-class Refused : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-// A wrong command line found after parsing: exit 2.
-class Usage : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-void Check(int32_t status)
-{
-    if (status == 0)
-        return;
-    char* text = nullptr;
-    ZTInt_GetError(&text);
-    const std::string reason = text != nullptr ? text : "the server gave no reason";
-    ZTInt_String_Free(text);
-    throw Refused(reason);
-}
-
-std::string Take(char* text)
-{
-    std::string result = text != nullptr ? text : "";
-    ZTInt_String_Free(text);
-    return result;
-}
-
-template <class T, int32_t (*Free)(T*)>
-struct Freer {
-    void operator()(T* handle) const { Free(handle); }
-};
-template <class T, int32_t (*Free)(T*)>
-using Owned = std::unique_ptr<T, Freer<T, Free>>;
+using namespace zt_common;
 
 using Owned_User = Owned<ZTUser, ZTInt_User_Free>;
 using Owned_Group = Owned<ZTGroup, ZTInt_Group_Free>;
@@ -149,12 +115,6 @@ std::pair<std::string, std::string> Split(const std::string& pair)
     return {pair.substr(0, equals), pair.substr(equals + 1)};
 }
 
-std::string Environment(const char* name, const char* otherwise)
-{
-    const char* value = std::getenv(name);
-    return value != nullptr && *value != '\0' ? value : otherwise;
-}
-
 // One line from standard input, without its newline: a password never on the command line.
 std::string Read_Password()
 {
@@ -164,26 +124,12 @@ std::string Read_Password()
     return line;
 }
 
-// The logon of the command: the user and password of the environment, else the default user.
-struct Credentials {
-    std::string User, Password, Database, Set;
-
-    Credentials()
-    {
-        const bool own_user = !Environment("ZT_USER", "").empty();
-        User = Environment("ZT_USER", "zentrak");
-        Password = Environment("ZT_PASSWORD", own_user ? "" : "zentrak");
-        Database = Environment("ZT_DATABASE", "DEMO");
-        Set = Environment("ZT_MASTER", "MASTER");
-    }
-};
-
 // An administration session of the database set.
 class Admin {
 public:
     Admin()
     {
-        const Credentials logon;
+        const Logon logon;
         Check(ZTZentrak_Build(&Zentrak));
         Check(ZTZentrak_CreateAdminSession(Zentrak, &Session));
         Check(ZTAdminSession_Logon(Session, logon.User.c_str(), logon.Password.c_str(), logon.Set.c_str()));
@@ -507,7 +453,7 @@ int Zt_Admin_Commands::Options::Run_Db()
 {
     if (Db_List->parsed() && !All) {
         // Any user may see the databases open to them.
-        const Credentials logon;
+        const Logon logon;
         ZTZentrak* zentrak = nullptr;
         Check(ZTZentrak_Build(&zentrak));
         Owned<ZTZentrak, ZTInt_Zentrak_Free> held_zentrak(zentrak);

@@ -10,56 +10,18 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
+#include "tools/zt_common.h"
 #include "ztint_values.h"
 
 namespace {
 
-class Refused : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
+using namespace zt_common;
 
-class Usage : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-void Check(int32_t status)
-{
-    if (status == 0)
-        return;
-    char* text = nullptr;
-    ZTInt_GetError(&text);
-    const std::string reason = text != nullptr ? text : "the server gave no reason";
-    ZTInt_String_Free(text);
-    throw Refused(reason);
-}
-
-std::string Take(char* text)
-{
-    std::string result = text != nullptr ? text : "";
-    ZTInt_String_Free(text);
-    return result;
-}
-
-std::vector<std::string> Take(char** array)
-{
-    std::vector<std::string> texts;
-    for (long i = 0; i < ZTInt_StringArray_Size(array); ++i)
-        texts.emplace_back(ZTInt_StringArray_At_Ref(array, i));
-    ZTInt_StringArray_Free(array);
-    return texts;
-}
-
-template <class T, int32_t (*Free)(T*)>
-struct Freer {
-    void operator()(T* handle) const { Free(handle); }
-};
-using Query_Def = std::unique_ptr<ZTQueryDef, Freer<ZTQueryDef, ZTInt_QueryDef_Free>>;
-using Result_Set = std::unique_ptr<ZTResultSet, Freer<ZTResultSet, ZTInt_ResultSet_Free>>;
-using Filter_Node = std::unique_ptr<ZTQueryFilterNode, Freer<ZTQueryFilterNode, ZTInt_QueryFilterNode_Free>>;
-using Field_Def = std::unique_ptr<ZTQueryFieldDef, Freer<ZTQueryFieldDef, ZTInt_QueryFieldDef_Free>>;
-using Entity_Def = std::unique_ptr<ZTEntityDef, Freer<ZTEntityDef, ZTInt_EntityDef_Free>>;
+using Query_Def = Owned<ZTQueryDef, ZTInt_QueryDef_Free>;
+using Result_Set = Owned<ZTResultSet, ZTInt_ResultSet_Free>;
+using Filter_Node = Owned<ZTQueryFilterNode, ZTInt_QueryFilterNode_Free>;
+using Field_Def = Owned<ZTQueryFieldDef, ZTInt_QueryFieldDef_Free>;
+using Entity_Def = Owned<ZTEntityDef, ZTInt_EntityDef_Free>;
 
 std::vector<std::string> Split(const std::string& text, char separator)
 {

@@ -6,6 +6,8 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
+#include "server/model/mdl_values.h"
+
 namespace {
 
 constexpr char kUsers[] = "users";
@@ -48,35 +50,6 @@ std::vector<std::string> Split_Path(const std::string& path)
         else
             parts.back() += c;
     return parts;
-}
-
-bool Is_Whole_Number(const std::string& text)
-{
-    if (text.empty() || text.size() > 19)
-        return false;
-    const std::size_t start = text[0] == '-' ? 1 : 0;
-    return start < text.size() && std::all_of(text.begin() + static_cast<std::ptrdiff_t>(start), text.end(),
-                                              [](char c) { return c >= '0' && c <= '9'; });
-}
-
-// "YYYY-MM-DD HH:MM:SS" or "YYYY-MM-DD" (midnight) as the store keeps dates, or "".
-std::string Normal_Date(const std::string& text)
-{
-    std::tm parts{};
-    const char* end = strptime(text.c_str(), "%Y-%m-%d %H:%M:%S", &parts);
-    if (end == nullptr || *end != '\0') {
-        parts = {};
-        end = strptime(text.c_str(), "%Y-%m-%d", &parts);
-        if (end == nullptr || *end != '\0')
-            return "";
-    }
-    std::tm check = parts;
-    const time_t seconds = timegm(&check);
-    if (check.tm_mday != parts.tm_mday || check.tm_mon != parts.tm_mon)
-        return "";
-    char buffer[32];
-    std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S", gmtime_r(&seconds, &check));
-    return buffer;
 }
 
 bool Is_Numeric(ZTInt_Field_Type type)
@@ -181,12 +154,12 @@ std::string Users_View(const Mdl_Database& database)
 Mdl_Bound_Value Bound(const std::string& path, ZTInt_Field_Type type, const std::string& value)
 {
     if (Is_Numeric(type)) {
-        if (!Is_Whole_Number(value))
+        if (!Mdl_Is_Integer(value))
             throw Mdl_Refusal("field path \"" + path + "\": \"" + value + "\" is not a whole number");
         return {true, std::stoll(value), ""};
     }
     if (type == ZTInt_FIELD_DATE_TIME) {
-        const std::string date = Normal_Date(value);
+        const std::string date = Mdl_Normal_Date_Time(value);
         if (date.empty())
             throw Mdl_Refusal("field path \"" + path + "\": \"" + value +
                               "\" is not a date and time (YYYY-MM-DD HH:MM:SS)");

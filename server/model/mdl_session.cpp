@@ -12,6 +12,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "server/model/mdl_values.h"
+
 namespace {
 
 constexpr int kIdDigits = 8;
@@ -36,34 +38,16 @@ std::size_t Characters(const std::string& text)
         text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
 }
 
-bool Is_Integer(const std::string& text)
+// The record as the store holds it: its values are the original ones, and no edit or
+// change is pending.
+void Mark_Unedited(Mdl_Record& record)
 {
-    if (text.empty() || text.size() > 19)
-        return false;
-    const std::size_t start = text[0] == '-' ? 1 : 0;
-    return start < text.size() &&
-           std::all_of(text.begin() + static_cast<std::ptrdiff_t>(start), text.end(),
-                       [](char c) { return c >= '0' && c <= '9'; });
-}
-
-// "YYYY-MM-DD HH:MM:SS" or "YYYY-MM-DD", a real date; the full form, or "".
-std::string Normal_Date_Time(const std::string& text)
-{
-    std::tm parts{};
-    const char* end = strptime(text.c_str(), "%Y-%m-%d %H:%M:%S", &parts);
-    if (end == nullptr || *end != '\0') {
-        parts = {};
-        end = strptime(text.c_str(), "%Y-%m-%d", &parts);
-        if (end == nullptr || *end != '\0')
-            return "";
-    }
-    std::tm check = parts;
-    const time_t seconds = timegm(&check);
-    if (check.tm_mday != parts.tm_mday || check.tm_mon != parts.tm_mon)
-        return "";  // 2026-02-30 and the like
-    char buffer[32];
-    std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S", gmtime_r(&seconds, &check));
-    return buffer;
+    record.Original = record.Values;
+    record.Original_Attachments = record.Attachments;
+    record.Action = nullptr;
+    record.Journal_Entries.clear();
+    record.Changed_Last_Set.clear();
+    record.Changed_This_Group.clear();
 }
 
 std::string Base_Name(const std::string& path)
@@ -269,12 +253,7 @@ void Mdl_Session::Read_Body(Mdl_Record& record)
     while (attachments.Next())
         record.Attachments.push_back({attachments.Number(0), attachments.Text(1), attachments.Text(2),
                                       attachments.Text(3), "", attachments.Number(4)});
-    record.Original = record.Values;
-    record.Original_Attachments = record.Attachments;
-    record.Action = nullptr;
-    record.Journal_Entries.clear();
-    record.Changed_Last_Set.clear();
-    record.Changed_This_Group.clear();
+    Mark_Unedited(record);
 }
 
 std::vector<std::string> Mdl_Session::Values(const Mdl_Record& record, const std::string& name) const
@@ -445,11 +424,11 @@ std::string Mdl_Session::Check_Value(const Mdl_Field_Def& field, const std::stri
             return at + "a short string is one line";
         break;
     case ZTInt_FIELD_INTEGER:
-        if (!Is_Integer(value))
+        if (!Mdl_Is_Integer(value))
             return at + "\"" + value + "\" is not an integer";
         break;
     case ZTInt_FIELD_DATE_TIME:
-        if (Normal_Date_Time(value).empty())
+        if (Mdl_Normal_Date_Time(value).empty())
             return at + "\"" + value + "\" is not a date and time (YYYY-MM-DD HH:MM:SS)";
         break;
     case ZTInt_FIELD_REFERENCE:
@@ -492,7 +471,7 @@ std::string Mdl_Session::Assign(Mdl_Record& record, const Mdl_Field_Def& field,
         if (!problem.empty())
             return problem;
         if (field.Type == ZTInt_FIELD_DATE_TIME)
-            value = Normal_Date_Time(value);
+            value = Mdl_Normal_Date_Time(value);
     }
     record.Changed_Last_Set.clear();
     if (field.Type == ZTInt_FIELD_JOURNAL) {
@@ -670,12 +649,7 @@ void Mdl_Session::Settle(Mdl_Record& record)
     }
     if (record.Action->Type == ZTInt_ACTION_UNDUPLICATE)
         record.Original_Of = 0;
-    record.Original = record.Values;
-    record.Original_Attachments = record.Attachments;
-    record.Action = nullptr;
-    record.Journal_Entries.clear();
-    record.Changed_Last_Set.clear();
-    record.Changed_This_Group.clear();
+    Mark_Unedited(record);
 }
 
 void Mdl_Session::Store_Record(Mdl_Record& record, const std::string& now)

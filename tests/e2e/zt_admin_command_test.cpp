@@ -1,41 +1,21 @@
 // zt user, zt group and zt db against the real server: output, exit codes and help.
-#include <sys/wait.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 
+#include "tests/e2e/zt_command_support.h"
 #include "tests/e2e/ztint_e2e_fixture.h"
 
 namespace {
 
-struct Outcome {
-    int Exit = -1;
-    std::string Out, Err;
-};
+using Outcome = Zt_Outcome;
 
 class Zt_Admin_Command_Test : public Ztint_E2E {
 protected:
-    // Runs zt with the arguments (each single-quoted for the shell), input as its
-    // standard input.
+    // Runs zt with the arguments, input as its standard input.
     Outcome Zt(const std::vector<std::string>& arguments, const std::string& input = "")
     {
-        std::string command = "printf '%s' '" + input + "' | " ZTINT_BUILD_DIR "/home/bin/zt";
-        for (const std::string& argument : arguments)
-            command += " '" + argument + "'";
-        const std::string err_path = Dir + "/zt.err";
-        command += " 2>" + err_path;
-        Outcome outcome;
-        FILE* pipe = popen(command.c_str(), "r");
-        char buffer[4096];
-        for (std::size_t got; (got = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-            outcome.Out.append(buffer, got);
-        const int status = pclose(pipe);
-        outcome.Exit = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        std::ifstream err(err_path);
-        outcome.Err.assign(std::istreambuf_iterator<char>(err), {});
-        return outcome;
+        return Zt_Run(arguments, {.Err_Path = Dir + "/zt.err", .Input = input});
     }
 
     struct Step {

@@ -1,42 +1,19 @@
 // The zt command against the real server: each command's output, exit codes and help.
-#include <sys/wait.h>
-
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <nlohmann/json.hpp>
 
+#include "tests/e2e/zt_command_support.h"
 #include "tests/e2e/ztint_e2e_fixture.h"
 
 namespace {
 
-struct Outcome {
-    int Exit = -1;
-    std::string Out, Err;
-};
+using Outcome = Zt_Outcome;
 
 class Zt_Command_Test : public Ztint_E2E {
 protected:
-    // Runs zt with the arguments (each single-quoted for the shell).
-    Outcome Zt(const std::vector<std::string>& arguments)
-    {
-        std::string command = ZTINT_BUILD_DIR "/home/bin/zt";
-        for (const std::string& argument : arguments)
-            command += " '" + argument + "'";
-        const std::string err_path = Dir + "/zt.err";
-        command += " 2>" + err_path;
-        Outcome outcome;
-        FILE* pipe = popen(command.c_str(), "r");
-        char buffer[4096];
-        for (std::size_t got; (got = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-            outcome.Out.append(buffer, got);
-        const int status = pclose(pipe);
-        outcome.Exit = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        std::ifstream err(err_path);
-        outcome.Err.assign(std::istreambuf_iterator<char>(err), {});
-        return outcome;
-    }
+    Outcome Zt(const std::vector<std::string>& arguments) { return Zt_Run(arguments, {.Err_Path = Dir + "/zt.err"}); }
 
     // The id zt submit printed.
     std::string Submit(const std::vector<std::string>& values)

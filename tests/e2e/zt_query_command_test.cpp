@@ -1,21 +1,16 @@
 // zt query, zt sql and zt save-query against the real server: the three output formats
 // with values that hold commas, quotes, line breaks and non-ASCII text, conditions,
 // refusals and exit codes.
-#include <sys/wait.h>
-
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 
+#include "tests/e2e/zt_command_support.h"
 #include "tests/e2e/ztint_e2e_fixture.h"
 
 namespace {
 
-struct Outcome {
-    int Exit = -1;
-    std::string Out, Err;
-};
+using Outcome = Zt_Outcome;
 
 class Zt_Query_Command_Test : public Ztint_E2E {
 protected:
@@ -33,29 +28,8 @@ protected:
         }
     }
 
-    // Runs zt with the arguments (each single-quoted for the shell), its output piped.
-    Outcome Zt(const std::vector<std::string>& arguments)
-    {
-        std::string command = ZTINT_BUILD_DIR "/home/bin/zt";
-        for (const std::string& argument : arguments) {
-            command += " '";
-            for (char c : argument)
-                command += c == '\'' ? std::string("'\\''") : std::string(1, c);
-            command += "'";
-        }
-        const std::string err_path = Dir + "/zt.err";
-        command += " 2>" + err_path;
-        Outcome outcome;
-        FILE* pipe = popen(command.c_str(), "r");
-        char buffer[4096];
-        for (std::size_t got; (got = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-            outcome.Out.append(buffer, got);
-        const int status = pclose(pipe);
-        outcome.Exit = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        std::ifstream err(err_path);
-        outcome.Err.assign(std::istreambuf_iterator<char>(err), {});
-        return outcome;
-    }
+    // Runs zt with the arguments, its output piped.
+    Outcome Zt(const std::vector<std::string>& arguments) { return Zt_Run(arguments, {.Err_Path = Dir + "/zt.err"}); }
 };
 
 TEST_F(Zt_Query_Command_Test, TheTableIsAlignedByCharactersNotBytes)

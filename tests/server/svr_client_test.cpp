@@ -21,44 +21,11 @@
 
 #include "server/svr_client.h"
 #include "server/svr_dispatch.h"
-#include "tests/support/ztint_sanitizer.h"
+#include "tests/support/ztint_alloc_count.h"
 #include "tests/support/ztint_temp_dir.h"
 #include "ztint_client/ztint_call_table.h"
 #include "ztint_opcodes.h"
 #include "ztint_string.h"
-
-#define ZTINT_COUNTS_MALLOC (!ZTINT_TEST_UNDER_ASAN)
-
-namespace {
-thread_local bool Counting = false;
-thread_local long Allocations = 0;
-}  // namespace
-
-#if ZTINT_COUNTS_MALLOC
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* block, std::size_t size);
-
-void* malloc(std::size_t size)
-{
-    if (Counting) ++Allocations;
-    return __libc_malloc(size);
-}
-
-void* calloc(std::size_t count, std::size_t size)
-{
-    if (Counting) ++Allocations;
-    return __libc_calloc(count, size);
-}
-
-void* realloc(void* block, std::size_t size)
-{
-    if (Counting) ++Allocations;
-    return __libc_realloc(block, size);
-}
-}
-#endif
 
 namespace {
 
@@ -160,9 +127,8 @@ protected:
             pollfd wanted = {Client->Fd(), Client->Events(), 0};
             if (poll(&wanted, 1, 20) <= 0)
                 continue;
-            Counting = true;
-            const bool going = Client->On_Ready(Dispatcher);
-            Counting = false;
+            bool going = false;
+            Served_Allocations += Ztint_Count_Allocations([&] { going = Client->On_Ready(Dispatcher); });
             ASSERT_TRUE(going);
         }
     }
@@ -194,13 +160,14 @@ protected:
             echoed = Echo_All(texts);
             done = true;
         });
-        Allocations = 0;
+        Served_Allocations = 0;
         Serve_Until(done);
         peer.join();
         EXPECT_TRUE(echoed);
-        return Allocations;
+        return Served_Allocations;
     }
 
+    long Served_Allocations = 0;  // by Serve_Until
     ZTInt_Temp_Dir Store_Dir;
     Svr_Objects Objects{kServerPid};
     Mdl_Server Model{{Svr_Users::Default_Store(), ZTINT_SOURCE_DIR "/server/schemas/sample.json"}};
@@ -221,7 +188,7 @@ TEST_F(Svr_Client_Test, EchoesOfEverySizeComeBackWholeAndInOrder)
 
 TEST_F(Svr_Client_Test, InTheSteadyStateTheServerAllocatesNothing)
 {
-    if (!ZTINT_COUNTS_MALLOC) GTEST_SKIP() << "the sanitizer's allocator is not counted";
+    if (!Ztint_Counts_Allocations) GTEST_SKIP() << "the sanitizer's allocator is not counted";
     const std::vector<std::string> sizes = {"a line of text to echo", std::string(65536, 'k'),
                                             std::string(1 << 20, 'm')};
     // The buffers grow to the largest; a text moves from the call's values to the
