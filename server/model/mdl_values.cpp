@@ -1,17 +1,16 @@
 #include "server/model/mdl_values.h"
 
-#include <algorithm>
-#include <cstddef>
+#include <charconv>
+#include <cstdint>
 #include <ctime>
 
 bool Mdl_Is_Integer(const std::string& text)
 {
-    if (text.empty() || text.size() > 19)
-        return false;
-    const std::size_t start = text[0] == '-' ? 1 : 0;
-    return start < text.size() &&
-           std::all_of(text.begin() + static_cast<std::ptrdiff_t>(start), text.end(),
-                       [](char c) { return c >= '0' && c <= '9'; });
+    // Whole numbers are kept as 64-bit integers: a longer one is no number here.
+    int64_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return !text.empty() && error == std::errc() && stop == end;
 }
 
 std::string Mdl_Normal_Date_Time(const std::string& text)

@@ -3,7 +3,7 @@
 
 #include <string>
 
-// Decimal digits, with a "-" in front or not, 19 characters at most.
+// Decimal digits, with a "-" in front or not, of a number a 64-bit integer holds.
 [[nodiscard]] bool Mdl_Is_Integer(const std::string& text);
 
 // "YYYY-MM-DD HH:MM:SS" or "YYYY-MM-DD" (midnight) naming a real date, in the full form

@@ -10,6 +10,7 @@
 #include <regex>
 
 #include "server/model/mdl_session.h"
+#include "server/model/mdl_values.h"
 #include "tests/support/ztint_temp_dir.h"
 
 namespace {
@@ -290,3 +291,19 @@ TEST_F(Mdl_Store_Test, ACommittedRecordHoldsWhatALoadReadsBack)
 }
 
 }  // namespace
+
+// Whole numbers are stored as 64-bit integers: the text check must refuse what would
+// not fit rather than let the conversion behind it fail.
+TEST(Mdl_Values, WholeNumbersAreThoseA64BitIntegerHolds)
+{
+    const struct {
+        const char* text;
+        bool whole;
+    } rows[] = {{"0", true}, {"-7", true}, {"9223372036854775807", true},
+                {"-9223372036854775808", true}, {"9223372036854775808", false},
+                {"9999999999999999999", false}, {"-9223372036854775809", false},
+                {"", false}, {"-", false}, {"+1", false}, {"1 ", false}, {" 1", false},
+                {"1e3", false}, {"0x10", false}};
+    for (const auto& row : rows)
+        EXPECT_EQ(Mdl_Is_Integer(row.text), row.whole) << row.text;
+}
