@@ -12,7 +12,7 @@ struct Zt_Outcome {
 
 struct Zt_Run_Options {
     std::string Err_Path;              // the file standard error is captured in
-    std::optional<std::string> Input;   // piped to standard input; without it, inherited
+    std::optional<std::string> Input = std::nullopt;  // piped to standard input; without it, inherited
 };
 
 // Runs zt with the arguments, each passed to it as one word, and waits for it to end.
