@@ -41,7 +41,7 @@ bool Ok(int32_t status, const char* what)
 // Writes count records of type into the store, numbered from first, in one transaction;
 // each has the fields given by fill(number).
 template <class Fill>
-bool Seed(const std::string& store, const char* type, int first, int count, Fill fill)
+bool Fill_Store(const std::string& store, const char* type, int first, int count, Fill fill)
 {
     sqlite3* db = nullptr;
     sqlite3_open(store.c_str(), &db);
@@ -222,7 +222,7 @@ int main()
     bool done = Ok(ZTZentrak_Build(&zentrak), "Build") &&
                 Ok(ZTZentrak_SessionLogon(zentrak, &session, "", "zentrak", "zentrak", "DEMO", "MASTER", 0),
                    "SessionLogon") &&
-                Seed(store, "Defect", 1, kRecords, Defect_Fields);
+                Fill_Store(store, "Defect", 1, kRecords, Defect_Fields);
 
     // The best of kRounds rounds of each, taken in turn, so that a busy machine
     // weighs on all three alike.
@@ -247,7 +247,7 @@ int main()
     }
 
     // Peak memory: 10,000 rows walked, then 1,000,000.
-    done = done && Seed(store, "Customer", kRecords + 1, kLarge_Walk, Customer_Fields);
+    done = done && Fill_Store(store, "Customer", kRecords + 1, kLarge_Walk, Customer_Fields);
     const long pid = Server_Pid();
     long small = -1, large = -1, small_hwm = -1, large_hwm = -1, small_rss = -1, large_rss = -1;
     double large_seconds = 0;

@@ -5,11 +5,11 @@ password forms.
 The tables were generated once with this script and committed. They must never change:
 a stored password can only be read back with the pad it was written with, and a stored
 checksum only matches with the same addends. The script stays so that anyone can see
-where the numbers came from (splitmix64 from a fixed seed), not to be run again.
+where the numbers came from (splitmix64 from a fixed starting value), not to be run again.
 """
 import sys
 
-SEED = 0x5A7E_11F0_2026_0418
+START = 0x5A7E_11F0_2026_0418
 MASK64 = (1 << 64) - 1
 
 
@@ -23,12 +23,12 @@ def splitmix64(state):
 
 
 def main(out_path):
-    numbers = splitmix64(SEED)
+    numbers = splitmix64(START)
     addends = [next(numbers) & 0xFFFFFFFF for _ in range(2048)]
     pad = [next(numbers) & 0xFF for _ in range(2560)]
     lines = [
         "// The checksum addends and the pad of the stored password forms. Generated once by",
-        "// scripts/gen_adcrypt_tables.py (splitmix64 from a fixed seed) and fixed for good:",
+        "// scripts/gen_adcrypt_tables.py (splitmix64 from a fixed starting value) and fixed for good:",
         "// changing one value makes every stored password and checksum unreadable.",
         '#include "ztcoreutil/adcryptinternal.h"',
         "",

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # Runs every fuzz target of a build folder for the given number of seconds each,
-# starting from the seed corpus kept in fuzz/corpus/<target> (read only) and a
+# starting from the corpus kept in fuzz/corpus/<target> (read only) and a
 # working corpus in the build folder, and ends with each target's coverage.
 # Usage: scripts/run-fuzzers.sh <build-dir> <seconds>
 set -euo pipefail
 build=$1
 seconds=$2
-seeds=$(cd "$(dirname "$0")/.." && pwd)/fuzz/corpus
+kept=$(cd "$(dirname "$0")/.." && pwd)/fuzz/corpus
 shopt -s nullglob
 summary=()
 for target in "$build"/fuzz/fuzz_*; do
@@ -16,7 +16,7 @@ for target in "$build"/fuzz/fuzz_*; do
   mkdir -p "$corpus"
   echo "== $name for ${seconds}s"
   output=$("$target" -max_total_time="$seconds" -print_final_stats=1 "$corpus" \
-           ${seeds:+"$seeds/$name"} 2>&1) || { echo "$output" | tail -n 40; exit 1; }
+           ${kept:+"$kept/$name"} 2>&1) || { echo "$output" | tail -n 40; exit 1; }
   echo "$output" | tail -n 12
   stats=$(echo "$output" | grep -aE '^#[0-9]+[[:space:]]+DONE' | tail -n 1 |
           grep -aoE 'cov: [0-9]+ ft: [0-9]+')

@@ -10,7 +10,7 @@
 //   ztintsvr status  whether a server runs, with its pid, pipe, clients and uptime;
 //                    0 when one runs, 1 when none does.
 //   ztintsvr init-store  makes the tables of the store ZT_SERVER_STORE names and
-//                    seeds its database sets from the user store, as the first
+//                    fills in its database sets from the user store, as the first
 //                    server on a new store would; a set already there is left
 //                    alone, so running it twice is safe. 0 when done, 1 with a text.
 //

@@ -1,5 +1,5 @@
 // The checksum addends and the pad of the stored password forms. Generated once by
-// scripts/gen_adcrypt_tables.py (splitmix64 from a fixed seed) and fixed for good:
+// scripts/gen_adcrypt_tables.py (splitmix64 from a fixed starting value) and fixed for good:
 // changing one value makes every stored password and checksum unreadable.
 #include "ztcoreutil/adcryptinternal.h"
 

@@ -151,7 +151,7 @@ std::shared_ptr<Sto_Connection> Mdl_Server::Store_Of(const std::string& set, std
         return nullptr;
     auto& store = Stores[location];
     const bool missing_file = !Sto_Is_Postgres_Location(location) && access(location.c_str(), F_OK) != 0;
-    if (store == nullptr && missing_file && !Seed_Names(set)) {
+    if (store == nullptr && missing_file && !Names_First_Users(set)) {
         Stores.erase(location);
         return nullptr;  // no file is made for a set that nothing names
     }
@@ -162,9 +162,9 @@ std::shared_ptr<Sto_Connection> Mdl_Server::Store_Of(const std::string& set, std
     return store;
 }
 
-bool Mdl_Server::Seed_Names(const std::string& set) const
+bool Mdl_Server::Names_First_Users(const std::string& set) const
 {
-    for (const Svr_Users::Entry& entry : Options.Seed.Entries())
+    for (const Svr_Users::Entry& entry : Options.First_Users.Entries())
         if (entry.Master == set)
             return true;
     return false;
@@ -178,10 +178,10 @@ bool Mdl_Server::Set_Exists(Sto_Connection& store, const std::string& set)
 }
 
 // The users and databases the flat user file names for set, in one transaction.
-bool Mdl_Server::Seed_Set(Sto_Connection& store, const std::string& set, std::string& error)
+bool Mdl_Server::Populate_Set(Sto_Connection& store, const std::string& set, std::string& error)
 {
     std::vector<const Svr_Users::Entry*> entries;
-    for (const Svr_Users::Entry& entry : Options.Seed.Entries())
+    for (const Svr_Users::Entry& entry : Options.First_Users.Entries())
         if (entry.Master == set)
             entries.push_back(&entry);
     if (entries.empty())
@@ -193,7 +193,7 @@ bool Mdl_Server::Seed_Set(Sto_Connection& store, const std::string& set, std::st
             hashes[entry->User] = Mdl_Hash_Password(entry->Password);
     Sto_Transaction transaction(store);
     if (Set_Exists(store, set))
-        return true;  // another server seeded it meanwhile
+        return true;  // another server populated it meanwhile
     store.Prepare("INSERT INTO zt_dbsets(name) VALUES(?)").Bind(1, set).Run();
     store.Prepare("INSERT INTO zt_groups(dbset, name) VALUES(?, ?)").Bind(1, set).Bind(2, kMdl_Everyone).Run();
     std::set<std::string> users, databases;
@@ -237,7 +237,7 @@ std::shared_ptr<const Mdl_Database> Mdl_Server::Database(const std::shared_ptr<S
 std::vector<std::string> Mdl_Server::Initialise_Stores()
 {
     std::set<std::string> sets;
-    for (const Svr_Users::Entry& entry : Options.Seed.Entries())
+    for (const Svr_Users::Entry& entry : Options.First_Users.Entries())
         sets.insert(entry.Master);
     std::vector<std::string> report;
     for (const std::string& set : sets) {
@@ -248,7 +248,7 @@ std::vector<std::string> Mdl_Server::Initialise_Stores()
         const std::string where = "database set \"" + set + "\" in the " + store->Engine_Name() + " store";
         if (Set_Exists(*store, set))
             report.push_back(where + " exists already: left as it is");
-        else if (Seed_Set(*store, set, error))
+        else if (Populate_Set(*store, set, error))
             report.push_back(where + " made with its users and databases");
     }
     return report;
@@ -270,7 +270,7 @@ std::shared_ptr<Sto_Connection> Mdl_Server::Authenticate(const Mdl_Logon& logon,
     Finish_Request();  // read what others have written since
     std::string error;
     std::shared_ptr<Sto_Connection> store = Store_Of(logon.Set, error);
-    if (store == nullptr || (!Set_Exists(*store, logon.Set) && !Seed_Set(*store, logon.Set, error))) {
+    if (store == nullptr || (!Set_Exists(*store, logon.Set) && !Populate_Set(*store, logon.Set, error))) {
         // A set name that cannot name a file is no set either.
         refusal = error.empty() || error.rfind("ztintsvr: no database set", 0) == 0 ? No_Database(logon)
                                                                                      : error;

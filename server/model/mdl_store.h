@@ -28,7 +28,7 @@ struct Mdl_User {
 };
 
 struct Mdl_Server_Options {
-    Svr_Users Seed = Svr_Users::Default_Store();  // the users of a new database set
+    Svr_Users First_Users = Svr_Users::Default_Store();  // the users of a new database set
     std::string Schema_Path;                      // the schema of a new user database
 };
 
@@ -71,7 +71,7 @@ public:
     const std::string& Schema_Path() const { return Options.Schema_Path; }
     // The end of a request: every store lets go of what it read.
     void Finish_Request();
-    // Makes the tables of every database set the flat user file names and seeds the
+    // Makes the tables of every database set the flat user file names and fills in the
     // sets not there yet (a shared PostgreSQL database before its first server).
     // Safe to run again: a set that exists is left alone. One line a set says what
     // was done; throws Sto_Error when the store cannot be reached.
@@ -82,9 +82,9 @@ private:
     // NULL with the refusal text otherwise.
     std::shared_ptr<Sto_Connection> Authenticate(const Mdl_Logon& logon, Mdl_User& user, std::string& refusal);
     std::shared_ptr<Sto_Connection> Store_Of(const std::string& set, std::string& error);
-    bool Seed_Names(const std::string& set) const;
+    bool Names_First_Users(const std::string& set) const;
     bool Set_Exists(Sto_Connection& store, const std::string& set);
-    bool Seed_Set(Sto_Connection& store, const std::string& set, std::string& error);
+    bool Populate_Set(Sto_Connection& store, const std::string& set, std::string& error);
     std::shared_ptr<const Mdl_Database> Database(const std::shared_ptr<Sto_Connection>& store,
                                                  const std::string& set, const std::string& name);
 

@@ -1,5 +1,5 @@
 // AdMbcsString's conversions against direct ICU calls, on generated texts with a fixed
-// seed: every charset below, both directions, all three modes. The reference sets up
+// starting value: every charset below, both directions, all three modes. The reference sets up
 // its own converter the way the modes are defined (fallbacks off only for stop, and
 // always on towards 16 bits), so any difference is one of the pooled, reused
 // converters. The test prints how many conversions it compared.
@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr unsigned Seed = 20261125;
+constexpr unsigned Generator_Start = 20261125;
 
 const char* const Charsets[] = {
     "UTF-8",        "UTF-16BE",     "UTF-16LE",     "UTF-32BE",     "UTF-7",        "CESU-8",
@@ -98,7 +98,7 @@ Outcome Reference_To(const char* Name, AdCharset::converter_t Mode, const std::s
 
 class Text_Generator {
 public:
-    Text_Generator() : Engine(Seed) {}
+    Text_Generator() : Engine(Generator_Start) {}
 
     size_t Below(size_t Bound) {
         return std::uniform_int_distribution<size_t>(0, Bound - 1)(Engine);

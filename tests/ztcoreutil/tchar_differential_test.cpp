@@ -1,5 +1,5 @@
 // The number functions of the generic-text layer and of the string library against
-// the C library, on generated inputs with a fixed seed. Each test prints how many
+// the C library, on generated inputs with a fixed starting value. Each test prints how many
 // inputs it compared.
 #include <gtest/gtest.h>
 
@@ -24,8 +24,8 @@ namespace {
 
 using Lib = Fnd_String_Library;
 
-// The seed of every generator here: a failure can be replayed exactly.
-constexpr unsigned Seed = 20261125;
+// The starting value of every generator here: a failure can be replayed exactly.
+constexpr unsigned Generator_Start = 20261125;
 
 std::u16string Widened(const std::string& Bytes) {
     return std::u16string(Bytes.begin(), Bytes.end());
@@ -39,7 +39,7 @@ std::string Narrowed(const Code_Unit* Units) {
 
 class Generator {
 public:
-    explicit Generator(unsigned Salt) : Engine(Seed + Salt) {}
+    explicit Generator(unsigned Salt) : Engine(Generator_Start + Salt) {}
 
     size_t Below(size_t Bound) {
         return std::uniform_int_distribution<size_t>(0, Bound - 1)(Engine);

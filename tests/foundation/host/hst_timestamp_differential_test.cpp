@@ -1,6 +1,6 @@
 // Hst_Timestamp's images and broken-down times against the C library (strftime,
 // localtime_r, asctime_r, mktime) under several time zones, on generated instants with
-// a fixed seed and on the instants around each daylight-saving change. The test prints
+// a fixed starting value and on the instants around each daylight-saving change. The test prints
 // how many instants and comparisons it covered.
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr unsigned Seed = 20261125;
+constexpr unsigned Generator_Start = 20261125;
 
 // UTC, two northern and one southern zone with daylight saving, a half-hour change
 // (Lord Howe) and a zone without any.
@@ -147,7 +147,7 @@ long Compare_Instant(time_t Seconds) {
 
 TEST(TimestampDifferential, ImagesAgreeWithStrftimeInSixZonesAroundEveryChange_20000Instants) {
     ZTInt_Test_Pin_Locale();
-    std::mt19937_64 engine(Seed);
+    std::mt19937_64 engine(Generator_Start);
     const char* saved = std::getenv("TZ");
     const std::string saved_zone = saved ? saved : "";
     long instants = 0;
