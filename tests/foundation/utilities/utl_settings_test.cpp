@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -351,8 +352,9 @@ TEST_F(Settings_Files, NothingIsSavedIntoAnotherUsersDirectory) {
     EXPECT_FALSE(std::filesystem::exists(dir + "/f"));
 }
 
-// A child saves one of two maps over and over; it is killed at a random moment. What
-// is left must be one of the two texts, whole, every time.
+// A child saves one of two maps over and over and says when each save starts; it is
+// killed at a random moment inside a save of one kind or the other. What is left must be
+// one of the two texts, whole, every time.
 TEST_F(Settings_Files, AKilledSaveLeavesTheOldOrTheNewFileWhole) {
     const std::string path = Dir + "/crash.cfg";
     Utl_File_String_Map small, large;
@@ -366,15 +368,21 @@ TEST_F(Settings_Files, AKilledSaveLeavesTheOldOrTheNewFileWhole) {
     large.Text_Image(large_text);
     const std::string expected[2] = {Narrow(small_text), Narrow(large_text)};
 
+    // How long one save of each kind takes here bounds the random moment of the kill.
     Fnd_Condition condition;
-    large.Save(condition, Wide(path));
-    ASSERT_FALSE(condition.Failed()) << Text_Of(condition);
-    ASSERT_EQ(Contents(path), expected[1]);
-    small.Save(condition, Wide(path));
-    ASSERT_FALSE(condition.Failed());
+    std::chrono::microseconds save_time[2];
+    for (int kind : {1, 0}) {
+        const auto began = std::chrono::steady_clock::now();
+        (kind ? large : small).Save(condition, Wide(path));
+        save_time[kind] = std::chrono::duration_cast<std::chrono::microseconds>(
+            std::chrono::steady_clock::now() - began);
+        ASSERT_FALSE(condition.Failed()) << Text_Of(condition);
+        ASSERT_EQ(Contents(path), expected[kind]);
+    }
     std::mt19937 random(12345);
-    int saw_large = 0;
-    for (int round = 0; round < 60; ++round) {
+    int interrupted_rounds = 0;
+    constexpr int rounds = 40;
+    for (int round = 0; round < rounds; ++round) {
         int progress[2];
         ASSERT_EQ(pipe(progress), 0);
         const pid_t child = fork();
@@ -383,32 +391,45 @@ TEST_F(Settings_Files, AKilledSaveLeavesTheOldOrTheNewFileWhole) {
             close(progress[0]);
             Fnd_Condition status;
             for (long i = 0;; ++i) {
-                (i % 2 ? small : large).Save(status, Wide(path));
-                const char done = status.Failed() ? 'F' : 'S';
-                if (write(progress[1], &done, 1) != 1) _exit(1);
+                const bool is_large = i % 2 == 0;
+                const char starting = is_large ? 'L' : 's';
+                if (write(progress[1], &starting, 1) != 1) _exit(1);
+                (is_large ? large : small).Save(status, Wide(path));
+                if (status.Failed()) _exit(2);
             }
         }
         close(progress[1]);
-        // Once the child is under way, a kill at a random moment of its next saves.
-        char first = 0;
-        ASSERT_EQ(read(progress[0], &first, 1), 1);
-        EXPECT_EQ(first, 'S');
-        usleep(std::uniform_int_distribution<int>(0, 8000)(random));
+        // After the child's first whole save, wait for the start of a save of this
+        // round's kind and kill somewhere inside it.
+        const int kind = round % 2;
+        const char wanted = kind ? 'L' : 's';
+        char seen = 0;
+        int starts = 0;
+        while (starts < 2 || seen != wanted) {
+            ASSERT_EQ(read(progress[0], &seen, 1), 1);
+            ++starts;
+        }
+        const int longest = std::max<int>(1, static_cast<int>(save_time[kind].count()));
+        usleep(std::uniform_int_distribution<int>(0, longest)(random));
         kill(child, SIGKILL);
         int wait_status = 0;
         ASSERT_EQ(waitpid(child, &wait_status, 0), child);
-        ASSERT_TRUE(WIFSIGNALED(wait_status));
+        ASSERT_TRUE(WIFSIGNALED(wait_status) && WTERMSIG(wait_status) == SIGKILL);
         close(progress[0]);
         const std::string now = Contents(path);
         ASSERT_TRUE(now == expected[0] || now == expected[1]) << "round " << round << ": "
                                                               << now.size() << " bytes";
-        saw_large += now == expected[1];
-        // Temporary files of killed saves stay behind, hidden; they are not the file.
+        // A hidden temporary left behind means the kill came in the middle of a save,
+        // the moment the file must survive; it is not the file and is cleared away.
+        bool interrupted = false;
         for (const auto& entry : std::filesystem::directory_iterator(Dir))
-            if (entry.path().filename().string()[0] == '.') std::filesystem::remove(entry.path());
+            if (entry.path().filename().string()[0] == '.') {
+                interrupted = true;
+                std::filesystem::remove(entry.path());
+            }
+        interrupted_rounds += interrupted;
     }
-    EXPECT_GT(saw_large, 0);
-    EXPECT_LT(saw_large, 60);
+    EXPECT_GT(interrupted_rounds, 0);
 }
 
 }  // namespace
