@@ -158,6 +158,13 @@ std::vector<std::string> Mdl_Accessible_Databases(Sto_Connection& store, const s
     return Column(query);
 }
 
+std::vector<std::string> Mdl_Member_Of(Sto_Connection& store, const std::string& set, const std::string& login)
+{
+    Sto_Statement& query = store.Prepare(std::string(kMemberOf) + "SELECT name FROM member_of ORDER BY name");
+    query.Bind(1, set).Bind(2, login);
+    return Column(query);
+}
+
 bool Mdl_May_Use(Sto_Connection& store, const std::string& set, const std::string& login,
                  const std::string& database)
 {

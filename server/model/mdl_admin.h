@@ -117,6 +117,9 @@ void Mdl_Create_Admin_Tables(Sto_Connection& store);
 // The user databases login may log on to, by name.
 std::vector<std::string> Mdl_Accessible_Databases(Sto_Connection& store, const std::string& set,
                                                   const std::string& login);
+// The active groups login belongs to, by name: "everyone", the groups it was added to,
+// and every active group holding one of those, at any depth.
+std::vector<std::string> Mdl_Member_Of(Sto_Connection& store, const std::string& set, const std::string& login);
 [[nodiscard]] bool Mdl_May_Use(Sto_Connection& store, const std::string& set, const std::string& login,
                                const std::string& database);
 // The users (or groups) of a set, active ones only unless include_inactive.

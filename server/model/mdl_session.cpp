@@ -12,6 +12,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "server/model/mdl_admin.h"
 #include "server/model/mdl_values.h"
 
 namespace {
@@ -97,13 +98,7 @@ std::string Mdl_Now()
 
 std::vector<std::string> Mdl_Session::User_Groups() const
 {
-    Sto_Statement& query = Store().Prepare(
-        "SELECT group_name FROM zt_group_members WHERE dbset = ? AND login = ? ORDER BY group_name");
-    query.Bind(1, Db->Set).Bind(2, User.Login);
-    std::vector<std::string> groups;
-    while (query.Next())
-        groups.push_back(query.Text(0));
-    return groups;
+    return Mdl_Member_Of(Store(), Db->Set, User.Login);
 }
 
 std::vector<std::string> Mdl_Session::Database_Sets() const

@@ -324,6 +324,12 @@ TEST_F(Ztint_Admin_Test, GroupsNestAndPassTheirSubscriptionsOn)
     // ann is in dev, dev in qa, qa subscribed to DEMO.
     EXPECT_EQ(Outcome(ZTGroup_AddGroup(qa, dev)), "");
     EXPECT_EQ(Logon_Refusal("ann", "pw"), "");
+    // Her session counts her in every group that holds her, however deep.
+    ZTSession* session = Logon("ann", "pw");
+    ASSERT_NE(session, nullptr) << Server_Error();
+    EXPECT_EQ(Ztint_Take([&] { char** a = nullptr; ZTSession_GetUserGroups(session, &a); return a; }()),
+              (Strings{"dev", "everyone", "qa"}));
+    ZTInt_Session_Free(session);
     EXPECT_EQ(Outcome(ZTGroup_AddGroup(dev, qa)),
               "ZTGroup_AddGroup: group \"qa\" cannot go into group \"dev\": \"dev\" is inside \"qa\" already");
     EXPECT_EQ(Outcome(ZTGroup_AddGroup(dev, dev)),
