@@ -267,6 +267,54 @@ const auto kPair = CLI::Validator(
     },
     "FIELD=VALUE");
 
+// What the subcommands of one kind of object work on, and where their arguments go.
+struct Object_Kind {
+    CLI::App* Parent;
+    const char* Label;  // the name argument's placeholder, e.g. "LOGIN"
+    const char* About;  // the name argument's help, e.g. "login name"
+    Zt_Admin_Commands::Options& Into;
+};
+
+// A subcommand whose first argument is the name of the object it works on.
+CLI::App* Named(const Object_Kind& kind, const char* verb, const std::string& about)
+{
+    CLI::App* command = kind.Parent->add_subcommand(verb, about);
+    command->add_option(kind.Label, kind.Into.Name, kind.About)->required();
+    return command;
+}
+
+CLI::App* List(const Object_Kind& kind, const char* about, const char* all_about)
+{
+    CLI::App* command = kind.Parent->add_subcommand("list", about);
+    command->add_flag("--all", kind.Into.All, all_about);
+    return command;
+}
+
+CLI::App* Setting(const Object_Kind& kind, const char* verb, const std::string& about, bool required)
+{
+    CLI::App* command = Named(kind, verb, about);
+    CLI::Option* pairs = command->add_option("VALUES", kind.Into.Pairs, "field=value ...")->check(kPair);
+    if (required)
+        pairs->required();
+    return command;
+}
+
+CLI::App* Subscribing(const Object_Kind& kind, const std::string& about)
+{
+    CLI::App* command = Named(kind, "subscribe", about);
+    command->add_option("DATABASES", kind.Into.Databases, "database names")->required();
+    command->add_flag("--remove", kind.Into.Remove, "unsubscribe instead");
+    return command;
+}
+
+CLI::App* Membership(const Object_Kind& kind, const char* verb, const std::string& about)
+{
+    CLI::App* command = Named(kind, verb, about);
+    command->add_option("USERS", kind.Into.Users, "login names");
+    command->add_option("--group", kind.Into.Groups, "a group member (repeatable)");
+    return command;
+}
+
 }  // namespace
 
 Zt_Admin_Commands::Zt_Admin_Commands(CLI::App& app) : My(std::make_unique<Options>())
@@ -274,57 +322,36 @@ Zt_Admin_Commands::Zt_Admin_Commands(CLI::App& app) : My(std::make_unique<Option
     Options& o = *My;
     o.User_Cmd = app.add_subcommand("user", "Administer users (superusers and user maintainers)");
     o.User_Cmd->require_subcommand(1);
-    o.User_List = o.User_Cmd->add_subcommand("list", "List the users: login and whether active");
-    o.User_List->add_flag("--all", o.All, "inactive users too");
-    o.User_Show = o.User_Cmd->add_subcommand("show", "Show a user's fields, privileges, groups and databases");
-    o.User_Show->add_option("LOGIN", o.Name, "login name")->required();
-    o.User_Create = o.User_Cmd->add_subcommand("create", "Create a user, setting fields");
-    o.User_Create->add_option("LOGIN", o.Name, "login name")->required();
-    o.User_Create->add_option("VALUES", o.Pairs, "field=value ...")->check(kPair);
+    const Object_Kind user{o.User_Cmd, "LOGIN", "login name", o};
+    o.User_List = List(user, "List the users: login and whether active", "inactive users too");
+    o.User_Show = Named(user, "show", "Show a user's fields, privileges, groups and databases");
+    o.User_Create = Setting(user, "create", "Create a user, setting fields", false);
     o.User_Create->add_flag("--password-stdin", o.Password_Stdin, "read the password as a line on standard input");
-    o.User_Set = o.User_Cmd->add_subcommand(
-        "set", "Set fields: full_name, email, phone, misc; yes/no: active, superuser, user_maintainer, "
-               "app_builder, all_databases");
-    o.User_Set->add_option("LOGIN", o.Name, "login name")->required();
-    o.User_Set->add_option("VALUES", o.Pairs, "field=value ...")->required()->check(kPair);
-    o.User_Password = o.User_Cmd->add_subcommand("password", "Set a user's password, read as a line on standard input");
-    o.User_Password->add_option("LOGIN", o.Name, "login name")->required();
-    o.User_Subscribe = o.User_Cmd->add_subcommand("subscribe", "Subscribe a user to databases (or --remove)");
-    o.User_Subscribe->add_option("LOGIN", o.Name, "login name")->required();
-    o.User_Subscribe->add_option("DATABASES", o.Databases, "database names")->required();
-    o.User_Subscribe->add_flag("--remove", o.Remove, "unsubscribe instead");
+    o.User_Set = Setting(user, "set",
+                         "Set fields: full_name, email, phone, misc; yes/no: active, superuser, user_maintainer, "
+                         "app_builder, all_databases",
+                         true);
+    o.User_Password = Named(user, "password", "Set a user's password, read as a line on standard input");
+    o.User_Subscribe = Subscribing(user, "Subscribe a user to databases (or --remove)");
 
     o.Group_Cmd = app.add_subcommand("group", "Administer groups (superusers and user maintainers)");
     o.Group_Cmd->require_subcommand(1);
-    o.Group_List = o.Group_Cmd->add_subcommand("list", "List the groups: name and whether active");
-    o.Group_List->add_flag("--all", o.All, "inactive groups too");
-    o.Group_Show = o.Group_Cmd->add_subcommand("show", "Show a group's users, groups and databases");
-    o.Group_Show->add_option("NAME", o.Name, "group name")->required();
-    o.Group_Create = o.Group_Cmd->add_subcommand("create", "Create a group");
-    o.Group_Create->add_option("NAME", o.Name, "group name")->required();
-    o.Group_Set = o.Group_Cmd->add_subcommand("set", "Set fields: name; yes/no: active, all_databases");
-    o.Group_Set->add_option("NAME", o.Name, "group name")->required();
-    o.Group_Set->add_option("VALUES", o.Pairs, "field=value ...")->required()->check(kPair);
-    for (auto [command, verb] : {std::pair{&o.Group_Add, "add"}, std::pair{&o.Group_Remove, "remove"}}) {
-        *command = o.Group_Cmd->add_subcommand(verb, std::string(verb == std::string("add") ? "Add" : "Remove") +
-                                                     " users and groups as members of a group");
-        (*command)->add_option("NAME", o.Name, "group name")->required();
-        (*command)->add_option("USERS", o.Users, "login names");
-        (*command)->add_option("--group", o.Groups, "a group member (repeatable)");
-    }
-    o.Group_Subscribe = o.Group_Cmd->add_subcommand("subscribe", "Subscribe a group to databases (or --remove)");
-    o.Group_Subscribe->add_option("NAME", o.Name, "group name")->required();
-    o.Group_Subscribe->add_option("DATABASES", o.Databases, "database names")->required();
-    o.Group_Subscribe->add_flag("--remove", o.Remove, "unsubscribe instead");
+    const Object_Kind group{o.Group_Cmd, "NAME", "group name", o};
+    o.Group_List = List(group, "List the groups: name and whether active", "inactive groups too");
+    o.Group_Show = Named(group, "show", "Show a group's users, groups and databases");
+    o.Group_Create = Named(group, "create", "Create a group");
+    o.Group_Set = Setting(group, "set", "Set fields: name; yes/no: active, all_databases", true);
+    o.Group_Add = Membership(group, "add", "Add users and groups as members of a group");
+    o.Group_Remove = Membership(group, "remove", "Remove users and groups as members of a group");
+    o.Group_Subscribe = Subscribing(group, "Subscribe a group to databases (or --remove)");
 
     o.Db_Cmd = app.add_subcommand("db", "List, show and create user databases");
     o.Db_Cmd->require_subcommand(1);
-    o.Db_List = o.Db_Cmd->add_subcommand("list", "List the databases you may log on to, with their descriptions");
-    o.Db_List->add_flag("--all", o.All, "every database of the set (administrators)");
-    o.Db_Show = o.Db_Cmd->add_subcommand("show", "Show a database's description and users (administrators)");
-    o.Db_Show->add_option("NAME", o.Name, "database name")->required();
-    o.Db_Create = o.Db_Cmd->add_subcommand("create", "Create a user database of the sample schema (superusers)");
-    o.Db_Create->add_option("NAME", o.Name, "database name")->required();
+    const Object_Kind database{o.Db_Cmd, "NAME", "database name", o};
+    o.Db_List = List(database, "List the databases you may log on to, with their descriptions",
+                     "every database of the set (administrators)");
+    o.Db_Show = Named(database, "show", "Show a database's description and users (administrators)");
+    o.Db_Create = Named(database, "create", "Create a user database of the sample schema (superusers)");
     o.Db_Create->add_option("--description", o.Description, "what the database is for");
 }
 

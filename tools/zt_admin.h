@@ -19,7 +19,9 @@ public:
     // Runs the chosen one: the exit status (0 done, 1 refused, 2 usage).
     [[nodiscard]] int Run();
 
-private:
+    // The parsed arguments and the subcommands; known only to zt_admin.cpp.
     struct Options;
+
+private:
     std::unique_ptr<Options> My;
 };
