@@ -2,6 +2,7 @@
 
 #include "server/store/sto_postgres.h"
 #include "server/store/sto_sqlite_reader.h"
+#include "server/store/sto_sqlite_values.h"
 
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -14,25 +15,17 @@
 
 namespace {
 
-[[noreturn]] void Throw(sqlite3* db, int code, const std::string& what)
-{
-    const std::string text = what + ": " + (db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(code));
-    if (code == SQLITE_BUSY || code == SQLITE_LOCKED)
-        throw Sto_Busy(text);
-    throw Sto_Error(text);
-}
-
-class Sqlite_Statement final : public Sto_Statement {
+class Sqlite_Statement final : public Sto_Sqlite_Values<Sto_Statement> {
 public:
     // reading: where the statement notes itself when it stops on a row, so that the
     // end of a request resets only the statements that hold a read open.
     Sqlite_Statement(sqlite3* db, const std::string& sql, std::vector<Sqlite_Statement*>& reading)
-        : Db(db), Reading(reading)
+        : Sto_Sqlite_Values(db, nullptr), Reading(reading)
     {
         const int code = sqlite3_prepare_v3(db, sql.c_str(), static_cast<int>(sql.size()),
                                             SQLITE_PREPARE_PERSISTENT, &Handle, nullptr);
         if (code != SQLITE_OK)
-            Throw(db, code, "cannot prepare a statement of the store");
+            Sto_Sqlite_Throw(db, code, "cannot prepare a statement of the store");
     }
     ~Sqlite_Statement() override { sqlite3_finalize(Handle); }
     Sqlite_Statement(const Sqlite_Statement&) = delete;
@@ -52,30 +45,6 @@ public:
         On_Row = false;
     }
 
-    Sto_Statement& Bind(int index, std::string_view text) override
-    {
-        Check(sqlite3_bind_text(Handle, index, text.data(), static_cast<int>(text.size()),
-                                SQLITE_TRANSIENT));
-        return *this;
-    }
-    Sto_Statement& Bind(int index, int64_t number) override
-    {
-        Check(sqlite3_bind_int64(Handle, index, number));
-        return *this;
-    }
-    Sto_Statement& Bind_Blob(int index, const std::vector<unsigned char>& bytes) override
-    {
-        // An empty vector has no data pointer, which SQLite would store as NULL.
-        Check(bytes.empty() ? sqlite3_bind_zeroblob(Handle, index, 0)
-                            : sqlite3_bind_blob64(Handle, index, bytes.data(), bytes.size(), SQLITE_TRANSIENT));
-        return *this;
-    }
-    Sto_Statement& Bind_Null(int index) override
-    {
-        Check(sqlite3_bind_null(Handle, index));
-        return *this;
-    }
-
     bool Next() override
     {
         const int code = sqlite3_step(Handle);
@@ -90,35 +59,11 @@ public:
             return false;
         // The statement is reset so that a later use starts clean.
         sqlite3_reset(Handle);
-        Throw(Db, code, "the store refused a statement");
-    }
-
-    bool Is_Null(int column) override { return sqlite3_column_type(Handle, column) == SQLITE_NULL; }
-    std::string Text(int column) override
-    {
-        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(Handle, column));
-        return text != nullptr ? std::string(text, static_cast<std::size_t>(sqlite3_column_bytes(Handle, column)))
-                               : std::string();
-    }
-    int64_t Number(int column) override { return sqlite3_column_int64(Handle, column); }
-    std::vector<unsigned char> Blob(int column) override
-    {
-        const auto* bytes = static_cast<const unsigned char*>(sqlite3_column_blob(Handle, column));
-        const int size = sqlite3_column_bytes(Handle, column);
-        return bytes != nullptr ? std::vector<unsigned char>(bytes, bytes + size)
-                                : std::vector<unsigned char>();
+        Sto_Sqlite_Throw(Db, code, "the store refused a statement");
     }
 
 private:
-    void Check(int code)
-    {
-        if (code != SQLITE_OK)
-            Throw(Db, code, "cannot bind a value");
-    }
-
-    sqlite3* Db;
     std::vector<Sqlite_Statement*>& Reading;
-    sqlite3_stmt* Handle = nullptr;
     bool On_Row = false;
 };
 
@@ -134,7 +79,7 @@ public:
             const std::string text = "cannot open the store " + path;
             sqlite3_close(Db);
             Db = nullptr;
-            Throw(nullptr, code, text);
+            Sto_Sqlite_Throw(nullptr, code, text);
         }
         sqlite3_extended_result_codes(Db, 0);
         sqlite3_busy_timeout(Db, options.Busy_Timeout_Ms);

@@ -1,5 +1,7 @@
 #include "server/store/sto_sqlite_reader.h"
 
+#include "server/store/sto_sqlite_values.h"
+
 #include <sqlite3.h>
 
 #include <algorithm>
@@ -9,14 +11,6 @@
 #include <set>
 
 namespace {
-
-[[noreturn]] void Throw(sqlite3* db, int code, const std::string& what)
-{
-    const std::string text = what + ": " + (db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(code));
-    if (code == SQLITE_BUSY || code == SQLITE_LOCKED)
-        throw Sto_Busy(text);
-    throw Sto_Error(text);
-}
 
 std::string Quoted_Name(const std::string& name)
 {
@@ -111,34 +105,13 @@ int Check_Time(void* context)
     return static_cast<const Time_Limit*>(context)->Passed() ? 1 : 0;
 }
 
-class Sqlite_Cursor final : public Sto_Cursor {
+class Sqlite_Cursor final : public Sto_Sqlite_Values<Sto_Cursor> {
 public:
-    Sqlite_Cursor(sqlite3* db, sqlite3_stmt* handle, const Time_Limit& limit) : Db(db), Handle(handle), Limit(limit) {}
+    Sqlite_Cursor(sqlite3* db, sqlite3_stmt* handle, const Time_Limit& limit) : Sto_Sqlite_Values(db, handle), Limit(limit) {}
     ~Sqlite_Cursor() override { sqlite3_finalize(Handle); }
     Sqlite_Cursor(const Sqlite_Cursor&) = delete;
     Sqlite_Cursor& operator=(const Sqlite_Cursor&) = delete;
 
-    Sto_Statement& Bind(int index, std::string_view text) override
-    {
-        Check(sqlite3_bind_text(Handle, index, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT));
-        return *this;
-    }
-    Sto_Statement& Bind(int index, int64_t number) override
-    {
-        Check(sqlite3_bind_int64(Handle, index, number));
-        return *this;
-    }
-    Sto_Statement& Bind_Blob(int index, const std::vector<unsigned char>& bytes) override
-    {
-        Check(bytes.empty() ? sqlite3_bind_zeroblob(Handle, index, 0)
-                            : sqlite3_bind_blob64(Handle, index, bytes.data(), bytes.size(), SQLITE_TRANSIENT));
-        return *this;
-    }
-    Sto_Statement& Bind_Null(int index) override
-    {
-        Check(sqlite3_bind_null(Handle, index));
-        return *this;
-    }
     bool Next() override
     {
         const int code = sqlite3_step(Handle);
@@ -149,21 +122,7 @@ public:
             return false;
         if (code == SQLITE_INTERRUPT)
             throw Sto_Error("the query ran longer than " + std::to_string(Limit.Seconds) + " s and was stopped");
-        Throw(Db, code, "the store refused a query");
-    }
-    bool Is_Null(int column) override { return sqlite3_column_type(Handle, column) == SQLITE_NULL; }
-    std::string Text(int column) override
-    {
-        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(Handle, column));
-        return text != nullptr ? std::string(text, static_cast<std::size_t>(sqlite3_column_bytes(Handle, column)))
-                               : std::string();
-    }
-    int64_t Number(int column) override { return sqlite3_column_int64(Handle, column); }
-    std::vector<unsigned char> Blob(int column) override
-    {
-        const auto* bytes = static_cast<const unsigned char*>(sqlite3_column_blob(Handle, column));
-        const int size = sqlite3_column_bytes(Handle, column);
-        return bytes != nullptr ? std::vector<unsigned char>(bytes, bytes + size) : std::vector<unsigned char>();
+        Sto_Sqlite_Throw(Db, code, "the store refused a query");
     }
     int Column_Count() override { return sqlite3_column_count(Handle); }
     std::string Column_Name(int column) override
@@ -173,14 +132,6 @@ public:
     }
 
 private:
-    void Check(int code)
-    {
-        if (code != SQLITE_OK)
-            Throw(Db, code, "cannot bind a value");
-    }
-
-    sqlite3* Db;
-    sqlite3_stmt* Handle;
     const Time_Limit& Limit;
 };
 
@@ -204,7 +155,7 @@ public:
         if (code != SQLITE_OK) {
             sqlite3_close(Db);
             Db = nullptr;
-            Throw(nullptr, code, "cannot open a reader of the store " + path);
+            Sto_Sqlite_Throw(nullptr, code, "cannot open a reader of the store " + path);
         }
         sqlite3_busy_timeout(Db, busy_timeout_ms);
         sqlite3_limit(Db, SQLITE_LIMIT_ATTACHED, 0);
@@ -224,7 +175,7 @@ public:
         sqlite3_stmt* handle = nullptr;
         const int code = sqlite3_prepare_v2(Db, sql.c_str(), static_cast<int>(sql.size()), &handle, nullptr);
         if (code != SQLITE_OK)
-            Throw(Db, code, "cannot prepare a query");
+            Sto_Sqlite_Throw(Db, code, "cannot prepare a query");
         return std::make_unique<Sqlite_Cursor>(Db, handle, Limit);
     }
 
