@@ -8,7 +8,10 @@
 // cluster that ZTT_PG names (scripts/pg-cluster.sh, or scripts/bench-pg.sh); without
 // ZTT_PG the PostgreSQL column says it was not run. Then, on PostgreSQL only, the
 // aggregate submits per second of 1, 2, 4 and 8 servers on one database, each server
-// with a ZTT_USER of its own and one client, all clients started together.
+// with a ZTT_USER of its own and one client, all clients started together, the best of
+// kScale_Rounds. The writers of one database take turns (each write transaction holds
+// the store's write lock), so more servers cannot commit more than one writer at a
+// time does: the figures show what taking turns costs.
 //
 // Each engine's run and each client runs in a child process, so that its server and
 // its connection are its own; every server is stopped when its client is done.
@@ -38,6 +41,7 @@ namespace {
 constexpr int kRecords = 3000;
 constexpr int kRounds = 5;
 constexpr int kScale_Submits = 400;  // by each client
+constexpr int kScale_Rounds = 3;
 constexpr int kServer_Counts[] = {1, 2, 4, 8};
 using Clock = Bench_Clock;
 
@@ -318,9 +322,21 @@ int main()
     const std::optional<Engine_Times> postgres =
         on_postgres ? Measure_Engine(user + "_p", store) : std::nullopt;
     std::vector<std::optional<double>> rates;
-    for (int servers : kServer_Counts)
+    // The best of kScale_Rounds for each number of servers: a busy machine only ever slows.
+    for (int servers : kServer_Counts) {
+        std::optional<double> best;
+        for (int round = 0; postgres && round < kScale_Rounds; ++round) {
+            const std::string prefix = user + "_s" + std::to_string(servers) + "r" + std::to_string(round) + "_";
+            const std::optional<double> rate = Measure_Servers(servers, store, prefix);
+            if (!rate) {
+                best.reset();
+                break;
+            }
+            best = std::max(best.value_or(0), *rate);
+        }
         if (postgres)
-            rates.push_back(Measure_Servers(servers, store, user + "_s" + std::to_string(servers) + "_"));
+            rates.push_back(best);
+    }
     const bool dropped = !on_postgres || Pg_Admin(cluster, "DROP DATABASE " + database + " WITH (FORCE)");
 
     std::printf("%d records of 5 fields submitted and read one by one; a query of 3 columns over %ld matching "
@@ -336,8 +352,8 @@ int main()
     Print_Row("query", "us/row", sqlite, postgres, missing,
               [](const Engine_Times& t) { return t.Query / static_cast<double>(t.Rows) * 1e6; });
     if (postgres) {
-        std::printf("PostgreSQL, one database, one client per server, %d submits each, started together:\n",
-                    kScale_Submits);
+        std::printf("PostgreSQL, one database, one client per server, %d submits each, started together; "
+                    "best of %d:\n", kScale_Submits, kScale_Rounds);
         std::printf("servers  submits/s\n");
         for (std::size_t i = 0; i < rates.size(); ++i)
             if (rates[i])
