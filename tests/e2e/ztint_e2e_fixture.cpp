@@ -17,6 +17,7 @@
 #include "foundation/host/hst_switches.h"
 #include "ztint.h"
 #include "tests/support/ztint_pg_database.h"
+#include "tests/support/ztint_test_store.h"
 #include "tests/support/ztint_test_locale.h"
 #include "ztint_client/ztint_call_table.h"
 
@@ -45,8 +46,7 @@ std::string Ztint_Field(const std::string& line, int n)
 
 bool Ztint_E2E_On_Postgres()
 {
-    const char* engine = std::getenv("ZTT_E2E_STORE");
-    return engine != nullptr && std::string(engine) == "postgresql";
+    return ZTInt_Test_Store::On_Postgres();
 }
 
 Ztint_E2E::Ztint_E2E() = default;

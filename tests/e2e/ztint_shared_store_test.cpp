@@ -1,11 +1,14 @@
 // Several servers on one store, as a team shares one: competing edits of one record
 // lose nothing, and (on PostgreSQL) a connection the database drops fails one call
 // clearly and is opened again for the next. init-store makes a shared store ready.
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -20,7 +23,17 @@ namespace {
 using Ztint_Shared_Store_Test = Ztint_Tracker_Test;
 
 constexpr int kServers = 4;
-constexpr int kIncrements = 50;
+constexpr int kClientsPerServer = 4;
+constexpr int kClients = kServers * kClientsPerServer;
+constexpr int kRecordsPerClient = 3;
+
+constexpr int kIncrements = 1000;  // by all clients together
+
+// Client n's share of the increments: 63 for some, 62 for the others.
+int Share_Of(int n)
+{
+    return kIncrements / kClients + (n < kIncrements % kClients ? 1 : 0);
+}
 
 struct Command_Result {
     int Status = -1;
@@ -48,38 +61,144 @@ void Forget_Server(const std::string& user)
         unlink(("/tmp/ZTIntSvr_" + std::to_string(geteuid()) + user + suffix).c_str());
 }
 
-// Each of four processes, with a server of its own (its own ZTT_USER, as on another
-// host), adds one to a counter field fifty times, editing again whenever its commit
-// is refused because another got there first. The counter ends exact.
+// One competing client: a process of its own, connected to the server of ZTT_USER
+// user, which three other clients share.
+class Competing_Client {
+public:
+    Competing_Client(int number, const std::string& user, int fd) : Number(number), Fd(fd)
+    {
+        ZTInt_Connection_Initialize(ZTInt_client_Connection_Record());
+        setenv("ZTT_USER", user.c_str(), 1);
+        Hst_Switches::Clear_Cache();
+        Session = Ztint_Tracker_Test::Logon_Default();
+    }
+    ~Competing_Client() { ZTInt_Session_Free(Session); }
+
+    // Adds one to the counter record's Description increments times, editing again
+    // whenever a commit is refused because another got there first, and submits
+    // kRecordsPerClient records of its own on the way, each edited once after its
+    // submit; writes "<id> <headline>" for each, and at the end "refused <count>".
+    // True when all of it was done.
+    bool Run(const std::string& counter, int increments)
+    {
+        int done = 0, records = 0;
+        for (int attempts = 0; Session != nullptr && done < increments && attempts < 100 * increments; ++attempts) {
+            if (Increment(counter))
+                ++done;
+            else
+                ++Refused;
+            if (records < kRecordsPerClient && done * kRecordsPerClient >= records * increments) {
+                if (!Submit_And_Edit(records))
+                    return false;
+                ++records;
+            }
+        }
+        while (Session != nullptr && records < kRecordsPerClient)
+            if (!Submit_And_Edit(records++))
+                return false;
+        const std::string line = "refused " + std::to_string(Refused) + "\n";
+        return done == increments && records == kRecordsPerClient &&
+               write(Fd, line.data(), line.size()) == static_cast<ssize_t>(line.size());
+    }
+
+private:
+    // One read-modify-write of the counter; false when refused or failed.
+    bool Increment(const std::string& counter)
+    {
+        ZTEntity* entity = nullptr;
+        bool stored = false;
+        if (ZTSession_GetEntity(Session, &entity, "Defect", counter.c_str()) == 0 &&
+            ZTSession_EditEntity(Session, entity, "Modify") == 0) {
+            const std::string value = Ztint_Take(Field(entity, "Description"));
+            char* end = nullptr;
+            const long number = std::strtol(value.c_str(), &end, 10);
+            stored = !value.empty() && *end == '\0' && Set(entity, "Description", std::to_string(number + 1)) &&
+                     Commit(entity);
+        }
+        ZTInt_Entity_Free(entity);
+        return stored;
+    }
+
+    bool Submit_And_Edit(int record)
+    {
+        const std::string headline = "client " + std::to_string(Number) + " record " + std::to_string(record);
+        ZTEntity* entity = nullptr;
+        bool done = ZTSession_BuildEntity(Session, &entity, "Defect") == 0 && Set(entity, "Headline", headline) &&
+                    Commit(entity);
+        const std::string id = done ? Ztint_Take(Field(entity, "id")) : "";
+        ZTInt_Entity_Free(entity);
+        entity = nullptr;
+        done = done && ZTSession_GetEntity(Session, &entity, "Defect", id.c_str()) == 0 &&
+               ZTSession_EditEntity(Session, entity, "Modify") == 0 && Set(entity, "Description", "edited") &&
+               Commit(entity);
+        ZTInt_Entity_Free(entity);
+        const std::string line = id + " " + headline + "\n";
+        return done && write(Fd, line.data(), line.size()) == static_cast<ssize_t>(line.size());
+    }
+
+    static char* Field(ZTEntity* entity, const char* name)
+    {
+        char* text = nullptr;
+        return ZTEntity_GetFieldStringValue(entity, &text, name) == 0 ? text : nullptr;
+    }
+    static bool Set(ZTEntity* entity, const char* field, const std::string& value)
+    {
+        char* answer = nullptr;
+        return ZTEntity_SetFieldValue(entity, &answer, field, value.c_str()) == 0 && Ztint_Take(answer).empty();
+    }
+    static bool Commit(ZTEntity* entity)
+    {
+        char* answer = nullptr;
+        return ZTEntity_Commit(entity, &answer) == 0 && Ztint_Take(answer).empty();
+    }
+
+    int Number;
+    int Fd;
+    ZTSession* Session = nullptr;
+    int Refused = 0;  // increments that lost the race and were done again
+};
+
+// Sixteen client processes, four on each of four servers (each server with its own
+// ZTT_USER, as on another host), increment one counter field by competing edits and
+// submit and edit records of their own. The counter ends exact, with one history
+// entry for each increment, and every record is there with both its entries.
 TEST_F(Ztint_Shared_Store_Test, ACounterIncrementedByCompetingServersEndsExact)
 {
     const std::string id = Submit({{"Headline", "counter"}, {"Description", "0"}});
     ASSERT_FALSE(id.empty());
+    int lines[2];
+    // Close-on-exec: a server a client starts must not hold the pipe open.
+    ASSERT_EQ(pipe2(lines, O_CLOEXEC), 0);
     std::vector<pid_t> children;
-    for (int n = 0; n < kServers; ++n) {
+    for (int n = 0; n < kClients; ++n) {
         const pid_t child = fork();
         if (child != 0) {
             children.push_back(child);
             continue;
         }
-        ZTInt_Connection_Initialize(ZTInt_client_Connection_Record());
-        setenv("ZTT_USER", (User + "_" + std::to_string(n)).c_str(), 1);
-        Hst_Switches::Clear_Cache();
-        ZTSession* session = Logon_Default();
-        int done = 0, attempts = 0;
-        while (session != nullptr && done < kIncrements && ++attempts < 100 * kIncrements) {
-            ZTEntity* entity = nullptr;
-            if (ZTSession_GetEntity(session, &entity, "Defect", id.c_str()) == 0 &&
-                ZTSession_EditEntity(session, entity, "Modify") == 0) {
-                const int counter = std::stoi(Value(entity, "Description"));
-                if (Set(entity, "Description", std::to_string(counter + 1)).empty() && Commit(entity).empty())
-                    ++done;
-            }
-            ZTInt_Entity_Free(entity);
-        }
-        ZTInt_Session_Free(session);
-        _exit(done == kIncrements ? 0 : 1);
+        close(lines[0]);
+        const bool done = [&] {
+            Competing_Client client(n, User + "_" + std::to_string(n % kServers), lines[1]);
+            return client.Run(id, Share_Of(n));
+        }();
+        _exit(done ? 0 : 1);
     }
+    close(lines[1]);
+    std::map<std::string, std::string> records;  // id -> headline
+    int refused = 0;
+    FILE* from_children = fdopen(lines[0], "r");
+    char line[256];
+    while (fgets(line, sizeof line, from_children) != nullptr) {
+        std::istringstream fields(line);
+        std::string first, rest;
+        fields >> first;
+        std::getline(fields >> std::ws, rest);
+        if (first == "refused")
+            refused += std::stoi(rest);
+        else
+            records[first] = rest;
+    }
+    fclose(from_children);
     for (pid_t child : children) {
         int status = 0;
         ASSERT_EQ(waitpid(child, &status, 0), child);
@@ -87,10 +206,22 @@ TEST_F(Ztint_Shared_Store_Test, ACounterIncrementedByCompetingServersEndsExact)
     }
     for (int n = 0; n < kServers; ++n)
         Forget_Server(User + "_" + std::to_string(n));
+
     ZTEntity* counter = Get(id);
-    EXPECT_EQ(Value(counter, "Description"), std::to_string(kServers * kIncrements));
-    EXPECT_EQ(History(counter).size(), std::size_t{kServers * kIncrements + 1});
+    EXPECT_EQ(Value(counter, "Description"), std::to_string(kIncrements));
+    EXPECT_EQ(History(counter).size(), std::size_t{kIncrements + 1});
     ZTInt_Entity_Free(counter);
+    // The edits did compete: some commits were refused and done again.
+    EXPECT_GT(refused, 0);
+    RecordProperty("refused_commits", refused);
+    EXPECT_EQ(records.size(), std::size_t{kClients * kRecordsPerClient});
+    for (const auto& [record, headline] : records) {
+        ZTEntity* entity = Get(record);
+        EXPECT_EQ(Value(entity, "Headline"), headline) << record;
+        EXPECT_EQ(Value(entity, "Description"), "edited") << record;
+        EXPECT_EQ(History(entity).size(), 2u) << record;
+        ZTInt_Entity_Free(entity);
+    }
 }
 
 // The database ends the server's connection, as a restart of PostgreSQL does.

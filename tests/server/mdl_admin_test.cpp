@@ -7,6 +7,7 @@
 #include "server/model/mdl_admin.h"
 #include "server/model/mdl_session.h"
 #include "tests/support/ztint_temp_dir.h"
+#include "tests/support/ztint_test_store.h"
 
 namespace {
 
@@ -14,7 +15,9 @@ class Mdl_Admin_Test : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        setenv("ZT_SERVER_STORE", (Temp.Path + "/store.db").c_str(), 1);
+        ASSERT_FALSE(Store.Location.empty())
+            << "ZTT_E2E_STORE=postgresql needs the cluster of scripts/pg-cluster.sh (ZTT_PG)";
+        setenv("ZT_SERVER_STORE", Store.Location.c_str(), 1);
         Admin = Server.Admin_Logon({"zentrak", "zentrak", "", "MASTER"}, Refusal);
         ASSERT_NE(Admin, nullptr) << Refusal;
         Admin->Create_User("ann");
@@ -35,6 +38,7 @@ protected:
     }
 
     ZTInt_Temp_Dir Temp;
+    ZTInt_Test_Store Store{Temp.Path};
     Mdl_Server Server{{Svr_Users::Default_Store(), ZTINT_SOURCE_DIR "/server/schemas/sample.json"}};
     std::shared_ptr<Mdl_Admin> Admin;
     std::string Refusal;

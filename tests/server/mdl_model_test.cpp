@@ -12,6 +12,7 @@
 #include "server/model/mdl_session.h"
 #include "server/model/mdl_values.h"
 #include "tests/support/ztint_temp_dir.h"
+#include "tests/support/ztint_test_store.h"
 
 namespace {
 
@@ -96,7 +97,8 @@ class Mdl_Store_Test : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        Store = Temp.Path + "/store.db";
+        Store = Test_Store.Location;
+        ASSERT_FALSE(Store.empty()) << "ZTT_E2E_STORE=postgresql needs the cluster of scripts/pg-cluster.sh (ZTT_PG)";
         setenv("ZT_SERVER_STORE", Store.c_str(), 1);
     }
 
@@ -113,6 +115,7 @@ protected:
     }
 
     ZTInt_Temp_Dir Temp;
+    ZTInt_Test_Store Test_Store{Temp.Path};
     std::string Store, Refusal;
     Mdl_Server Server{{Svr_Users::Default_Store(), kSample}};
 };
@@ -129,6 +132,8 @@ TEST_F(Mdl_Store_Test, InactiveUsersAreRefused)
 
 TEST_F(Mdl_Store_Test, TheDefaultStoreIsAPrivateFilePerDatabaseSet)
 {
+    if (ZTInt_Test_Store::On_Postgres())
+        GTEST_SKIP() << "the default store is a SQLite file";
     unsetenv("ZT_SERVER_STORE");
     setenv("XDG_DATA_HOME", (Temp.Path + "/data").c_str(), 1);
     ASSERT_NE(Logon(), nullptr) << Refusal;

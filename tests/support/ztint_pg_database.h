@@ -12,6 +12,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 class ZTInt_Pg_Database {
 public:
@@ -44,13 +45,22 @@ public:
     // Runs sql in the test's database; its first value, or "" (and a test failure).
     std::string Value(const std::string& sql) const
     {
-        std::string value;
-        Run(Conninfo(), sql, &value);
-        return value;
+        std::vector<std::vector<std::string>> rows;
+        Run(Conninfo(), sql, &rows);
+        return rows.empty() || rows[0].empty() ? "" : rows[0][0];
+    }
+    // Runs sql in the test's database; all its rows as text (a null as ""), or none
+    // (and a test failure).
+    std::vector<std::vector<std::string>> Rows(const std::string& sql) const
+    {
+        std::vector<std::vector<std::string>> rows;
+        Run(Conninfo(), sql, &rows);
+        return rows;
     }
 
 private:
-    static bool Run(const std::string& conninfo, const std::string& sql, std::string* value = nullptr)
+    static bool Run(const std::string& conninfo, const std::string& sql,
+                    std::vector<std::vector<std::string>>* rows = nullptr)
     {
         PGconn* conn = PQconnectdb(conninfo.c_str());
         if (PQstatus(conn) != CONNECTION_OK) {
@@ -64,8 +74,12 @@ private:
         const bool ok = status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK;
         if (!ok)
             ADD_FAILURE() << sql << ": " << PQresultErrorMessage(result);
-        else if (value != nullptr && PQntuples(result) > 0)
-            *value = PQgetvalue(result, 0, 0);
+        else if (rows != nullptr)
+            for (int row = 0; row < PQntuples(result); ++row) {
+                rows->emplace_back();
+                for (int column = 0; column < PQnfields(result); ++column)
+                    rows->back().emplace_back(PQgetvalue(result, row, column));
+            }
         PQclear(result);
         PQfinish(conn);
         return ok;
