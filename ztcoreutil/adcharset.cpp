@@ -17,6 +17,8 @@ public:
     Fnd_String Mime_Name;
     UConverter* Master = nullptr;          // null: the encoding is unusable
     std::vector<UConverter*> Pool;         // idle clones of Master, newest last
+    bool Pending = false;                  // Master not opened yet (see defer)
+    bool Keeps_Ascii = false;              // ASCII bytes read as the same characters
 
     CsCache() = default;
     CsCache(const CsCache&) = delete;
@@ -28,6 +30,15 @@ public:
 
     // Opens the encoding of Name, or clones Existing when given.
     void init(unsigned int Page, const Fnd_String& Name, const UConverter* Existing);
+    // Records Name and leaves the opening to the first use that needs the converter or
+    // its standard name: a process that converts only ASCII never opens one.
+    void defer(unsigned int Page, const Fnd_String& Name);
+    // Opens a deferred encoding; then the record is what init would have made.
+    void open() {
+        if (!Pending) return;
+        Pending = false;
+        init(Code_Page, Mime_Name, nullptr);
+    }
 
 private:
     void Close_Pool() {
@@ -78,10 +89,47 @@ constexpr Code_Page_Row cpMap[] = {
 constexpr Code_Unit Windows_Prefix[] = u"windows-";
 constexpr long Windows_Prefix_Length = 8;
 
+bool Is_Ascii(const Fnd_String& Text) {
+    for (long i = 0; i < Text.Get_Length(); ++i)
+        if (Text[i] >= 0x80) return false;
+    return true;
+}
+
+Code_Unit Ascii_Lower(Code_Unit Unit) {
+    return Unit >= u'A' && Unit <= u'Z' ? static_cast<Code_Unit>(Unit - u'A' + u'a') : Unit;
+}
+
+// Case-blind equality of an ASCII text with an ASCII name: what case folding gives for
+// such texts, without loading the case tables.
+bool Ascii_Equal_Ignoring_Case(const Fnd_String& Text, const Code_Unit* Name) {
+    long i = 0;
+    for (; i < Text.Get_Length() && Name[i] != 0; ++i)
+        if (Ascii_Lower(Text[i]) != Ascii_Lower(Name[i])) return false;
+    return i == Text.Get_Length() && Name[i] == 0;
+}
+
+// Encodings that read every ASCII byte as the same character and write it back as that
+// byte, in every state: texts of ASCII alone convert without a converter.
+constexpr const Code_Unit* Ascii_Keeping_Names[] = {u"UTF-8", u"US-ASCII", u"ISO-8859-1",
+                                                   u"ISO-8859-15"};
+
+bool Name_Keeps_Ascii(const Fnd_String& Name) {
+    if (!Is_Ascii(Name)) return false;
+    for (const Code_Unit* known : Ascii_Keeping_Names)
+        if (Ascii_Equal_Ignoring_Case(Name, known)) return true;
+    return false;
+}
+
+// Case-blind equality of a name with a row's (ASCII) name.
+bool Same_Name(const Fnd_String& Name, const Code_Unit* Row_Name) {
+    if (Is_Ascii(Name)) return Ascii_Equal_Ignoring_Case(Name, Row_Name);
+    return _tcsicmp(Name.Data(), Row_Name) == 0;
+}
+
 // The Windows code page of a name: a row of the table, or "windows-<number>" to its end.
 unsigned int MimeNameToCp(const Fnd_String& Name) {
     for (const Code_Page_Row* row = cpMap; row->Mime_Name; ++row)
-        if (_tcsicmp(Name.Data(), row->Mime_Name) == 0) return row->Code_Page;
+        if (Same_Name(Name, row->Mime_Name)) return row->Code_Page;
     if (Name.Get_Length() > Windows_Prefix_Length &&
         _tcsnicmp(Name.Data(), Windows_Prefix, Windows_Prefix_Length) == 0) {
         const Code_Unit* digits = Name.Data() + Windows_Prefix_Length;
@@ -178,10 +226,13 @@ CsCache* Enter_By_Page(unsigned int Code_Page, CsCache* Record) {
 // does not load the locale's data.
 const AdCharset& Locale_Charset() {
     static const AdCharset* charset = [] {
-#if !U_CHARSET_IS_UTF8
+#if U_CHARSET_IS_UTF8
+        // ICU's own answer, known without asking it.
+        return new AdCharset(Fnd_String(u"UTF-8"));
+#else
         std::setlocale(LC_ALL, "");
-#endif
         return new AdCharset(From_Invariant(ucnv_getDefaultName()));
+#endif
     }();
     return *charset;
 }
@@ -222,9 +273,19 @@ bool Configure(UConverter* Converter, AdCharset::converter_t Mode) {
 
 }  // namespace
 
+void CsCache::defer(unsigned int Page, const Fnd_String& Name) {
+    Code_Page = Page;
+    Mime_Name = Name;
+    Pending = true;
+    Keeps_Ascii = Name_Keeps_Ascii(Name);
+}
+
 void CsCache::init(unsigned int Page, const Fnd_String& Name, const UConverter* Existing) {
     Code_Page = Page;
     Mime_Name = Name;
+    Pending = false;
+    // A converter handed in may be anything: only encodings opened by name are trusted.
+    Keeps_Ascii = !Existing && Name_Keeps_Ascii(Name);
     // Idle converters are clones of the old master: they must not serve the new one.
     Close_Pool();
     if (Master) ucnv_close(Master);
@@ -249,14 +310,14 @@ AdCharset::AdCharset(const Fnd_String& Mime_Name) : Cache(Find_By_Name(Mime_Name
     if (Cache) return;
     // Opening may be slow: the record is made outside the lock.
     auto* record = new CsCache();
-    record->init(MimeNameToCp(Mime_Name), Mime_Name, nullptr);
+    record->defer(MimeNameToCp(Mime_Name), Mime_Name);
     Cache = Enter_By_Name(Mime_Name, record);
 }
 
 AdCharset::AdCharset(unsigned int Code_Page) : Cache(Find_By_Page(Code_Page)) {
     if (Cache) return;
     auto* record = new CsCache();
-    record->init(Code_Page, CpToMimeName(Code_Page), nullptr);
+    record->defer(Code_Page, CpToMimeName(Code_Page));
     Cache = Enter_By_Page(Code_Page, record);
 }
 
@@ -273,19 +334,33 @@ void AdCharset::registerConverter(unsigned int Code_Page, const Fnd_String& Mime
 bool AdCharset::operator==(const AdCharset& Other) const {
     if (Cache == Other.Cache) return true;
     if (!Cache || !Other.Cache) return false;
+    Cache->open();
+    Other.Cache->open();
     return Cache->Mime_Name == Other.Cache->Mime_Name;
 }
 
-bool AdCharset::isValid() const { return Cache && Cache->Master; }
+bool AdCharset::isValid() const {
+    if (!Cache) return false;
+    Cache->open();
+    return Cache->Master != nullptr;
+}
+
+bool AdCharset::keepsAscii() const { return Cache && Cache->Keeps_Ascii; }
 
 bool AdCharset::isDefault() const {
     const AdCharset& fallback = getDefaultCharset();
-    return Cache && fallback.Cache && Cache->Mime_Name == fallback.Cache->Mime_Name;
+    if (!Cache || !fallback.Cache) return false;
+    Cache->open();
+    fallback.Cache->open();
+    return Cache->Mime_Name == fallback.Cache->Mime_Name;
 }
 
 unsigned int AdCharset::getWindowsCP() const { return Cache->Code_Page; }
 
-Fnd_String AdCharset::getMimeName() const { return Cache->Mime_Name; }
+Fnd_String AdCharset::getMimeName() const {
+    Cache->open();
+    return Cache->Mime_Name;
+}
 
 const AdCharset& AdCharset::getDefaultCharset() { return Default_Slot(); }
 

@@ -1,7 +1,8 @@
 // AdCharset: a cheap handle to an encoding, found by MIME name (or any ICU alias) or by
 // Windows code page number. Behind each handle stands one cached record (CsCache) that
 // lives for the rest of the process and pools ICU converters, since opening a converter
-// is expensive and a converter serves one caller at a time.
+// is expensive and a converter serves one caller at a time. A record opens its
+// encoding at the first use that needs it, not when the handle is made.
 //
 //   const AdCharset& charset = AdCharset::getDefaultCharset();
 //   UConverter* converter = charset.allocateConverter(AdCharset::cvt_stop);
@@ -44,6 +45,11 @@ public:
     bool operator==(const AdCharset& Other) const;
     bool isValid() const;
     bool isDefault() const;
+    // True when the encoding reads ASCII bytes as the same characters and writes them
+    // back as those bytes (UTF-8, US-ASCII, ISO-8859-1, ISO-8859-15 by name): such texts
+    // convert without opening a converter. False for the null handle and for encodings
+    // installed by registerConverter.
+    bool keepsAscii() const;
     // Not for the null handle.
     unsigned int getWindowsCP() const;
     Fnd_String getMimeName() const;

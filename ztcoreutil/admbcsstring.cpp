@@ -35,6 +35,22 @@ void AdMbcsString::assign(const AdCharset& New_Charset, const std::string& New_T
     Valid = true;
 }
 
+namespace {
+
+bool Is_Ascii(const char* Data, int Length) {
+    for (int i = 0; i < Length; ++i)
+        if (static_cast<unsigned char>(Data[i]) >= 0x80) return false;
+    return true;
+}
+
+bool Is_Ascii(const Code_Unit* Units, int Length) {
+    for (int i = 0; i < Length; ++i)
+        if (Units[i] >= 0x80) return false;
+    return true;
+}
+
+}  // namespace
+
 // ---- To 16 bits
 
 bool AdMbcsString::cvtToTchar(Fnd_String& Out, converter_t Mode) const {
@@ -54,10 +70,16 @@ bool AdMbcsString::cvtToTchar(const AdCharset& Charset, const char* Data, int Le
                               Fnd_String& Out, converter_t Mode) {
     Out.Make_Empty();
     if (!Data) return false;
+    if (Length < 0) Length = static_cast<int>(std::strlen(Data));
+    if (Charset.keepsAscii() && Is_Ascii(Data, Length)) {
+        Code_Unit* units = Out.GetBuffer(Length + 1);
+        for (int i = 0; i < Length; ++i) units[i] = static_cast<unsigned char>(Data[i]);
+        Out.ReleaseBuffer(Length);
+        return true;
+    }
     UConverter* converter = Charset.allocateConverter(Mode);
     if (!converter) return false;
     ucnv_setFallback(converter, true);
-    if (Length < 0) Length = static_cast<int>(std::strlen(Data));
     // Two units per byte nearly always suffice; the exact need is known after one try.
     int capacity = 2 * Length + 1;
     UErrorCode status = U_ZERO_ERROR;
@@ -112,9 +134,15 @@ bool AdMbcsString::cvtFromUTF16(const AdCharset& New_Charset, const Code_Unit* S
     Valid = false;
     Text.clear();
     if (!Source) return false;
+    if (Length < 0) Length = u_strlen(Source);
+    if (New_Charset.keepsAscii() && Is_Ascii(Source, Length)) {
+        Charset = New_Charset;
+        Text.assign(Source, Source + Length);  // each unit below 0x80 is its byte
+        Valid = true;
+        return true;
+    }
     UConverter* converter = New_Charset.allocateConverter(Mode);
     if (!converter) return false;
-    if (Length < 0) Length = u_strlen(Source);
     int32_t capacity = (Length + 10) * ucnv_getMaxCharSize(converter) + 1;
     std::unique_ptr<char[]> buffer(new char[static_cast<size_t>(capacity)]);
     UErrorCode status = U_ZERO_ERROR;

@@ -2,6 +2,7 @@
 #include "ztcoreutil/admbcsstring.h"
 
 #include <gtest/gtest.h>
+#include <unicode/ucnv.h>
 
 #include <string>
 
@@ -137,6 +138,58 @@ TEST(AdMbcsString, ValidityFollowsTheLastAssignmentOrConversion) {
     AdMbcsString from_std(Sjis(), std::string("\x82\xA0"));
     ASSERT_TRUE(from_std.cvtToTchar(out, AdCharset::cvt_stop));
     EXPECT_EQ(Text(out), u"\u3042");
+}
+
+// Encodings that keep ASCII convert ASCII texts without a converter; every text must
+// come out as a converter opened under an alias (which takes no shortcut) gives it.
+TEST(AdMbcsString, AsciiShortcutAgreesWithTheConverter) {
+    const struct {
+        const Code_Unit* name;   // takes the shortcut
+        const Code_Unit* alias;  // the same encoding through ICU
+    } pairs[] = {{u"UTF-8", u"utf8"},
+                 {u"us-ascii", u"ascii"},
+                 {u"ISO-8859-1", u"latin1"},
+                 {u"ISO-8859-15", u"latin9"}};
+    const std::string byte_texts[] = {"", "plain /tmp/ZTIntSvr_USock_0_42", std::string("a\0b\x7F", 4),
+                                      "caf\xC3\xA9", "\xE9t\xE9", "\x80"};
+    const std::u16string unit_texts[] = {u"", u"host:/tmp/s", std::u16string(u"a\0b\x7F", 4),
+                                         u"caf\u00E9", u"\u20AC", u"\U0001F600"};
+    for (const auto& pair : pairs) {
+        const AdCharset fast{Fnd_String(pair.name)};
+        const AdCharset slow{Fnd_String(pair.alias)};
+        ASSERT_TRUE(fast.keepsAscii()) << "pair " << &pair - pairs;
+        ASSERT_FALSE(slow.keepsAscii());
+        for (const auto mode : {AdCharset::cvt_stop, AdCharset::cvt_substitute}) {
+            for (const std::string& bytes : byte_texts)
+                EXPECT_EQ(Decoded(fast, bytes, mode), Decoded(slow, bytes, mode)) << bytes;
+            for (const std::u16string& units : unit_texts)
+                EXPECT_EQ(Encoded(fast, units, mode), Encoded(slow, units, mode));
+        }
+    }
+}
+
+// Only encodings known by name to keep ASCII take the shortcut: not those that give
+// ASCII bytes other meanings or widths, nor converters handed in by the caller.
+TEST(AdMbcsString, AsciiShortcutOnlyForKnownEncodings) {
+    EXPECT_FALSE(AdCharset().keepsAscii());
+    EXPECT_TRUE(AdCharset(65001u).keepsAscii());
+    EXPECT_TRUE(AdCharset(20127u).keepsAscii());
+    for (const Code_Unit* name : {u"UTF-16", u"UTF-7", u"HZ", u"ibm-037", u"Shift_JIS", u"no-such"})
+        EXPECT_FALSE(AdCharset(Fnd_String(name)).keepsAscii()) << static_cast<int>(name[0]);
+    // UTF-7 reads "+-" as "+": the converter, not a copy, must see it.
+    EXPECT_EQ(Decoded(AdCharset(Fnd_String(u"UTF-7")), "1+-1", AdCharset::cvt_stop), u"1+1");
+    EXPECT_EQ(Decoded(AdCharset(Fnd_String(u"UTF-16LE")), std::string("A\0", 2), AdCharset::cvt_stop),
+              u"A");
+
+    UErrorCode status = U_ZERO_ERROR;
+    UConverter* ebcdic = ucnv_open("ibm-037", &status);
+    ASSERT_FALSE(U_FAILURE(status));
+    AdCharset::registerConverter(7779, Fnd_String(u"US-ASCII-like"), ebcdic);
+    AdCharset::registerConverter(7780, Fnd_String(u"ISO-8859-15"), ebcdic);
+    ucnv_close(ebcdic);
+    const AdCharset registered{Fnd_String(u"ISO-8859-15")};
+    EXPECT_FALSE(registered.keepsAscii());
+    EXPECT_EQ(Encoded(registered, u"A", AdCharset::cvt_stop), "\xC1");  // EBCDIC 'A'
 }
 
 TEST(AdUTF16String, BogusIsInvalid) {
