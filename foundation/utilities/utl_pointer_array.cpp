@@ -283,8 +283,8 @@ void Utl_Pointer_Array::Check_Index(long Index, long Last) const {
 }
 
 void Utl_Pointer_Array::Add(void* Element) {
-    const auto detail = [&] { return Trace_Pointer(Element); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+    const auto detail = [Element] { return Trace_Pointer(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [this, Element] {
         Grow_For_Append();
         Elements[Count++] = Element;
     });
@@ -295,8 +295,8 @@ void Utl_Pointer_Array::Add_To_Set(void* Element) {
 }
 
 void Utl_Pointer_Array::Remove(void* Element) {
-    const auto detail = [&] { return Trace_Pointer(Element); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Remove, detail, Image_Of(this), [&] {
+    const auto detail = [Element] { return Trace_Pointer(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Remove, detail, Image_Of(this), [this, Element] {
         const long at = Index(Element);
         if (at < 0) return;
         Dispose(Elements[at]);
@@ -315,8 +315,8 @@ void Utl_Pointer_Array::Replace_Element(long Index, void* Element) {
 }
 
 void Utl_Pointer_Array::Set(long Index, void* Element) {
-    const auto detail = [&] { return Trace_Word(Index) + u" " + Trace_Pointer(Element); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Set, detail, Image_Of(this), [&] {
+    const auto detail = [Index, Element] { return Trace_Word(Index) + u" " + Trace_Pointer(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Set, detail, Image_Of(this), [this, Index, Element] {
         Check_Index(Index, INT32_MAX - 1);
         if (Index < Count)
             Replace_Element(Index, Element);
@@ -338,8 +338,8 @@ long Utl_Pointer_Array::Index(void* Element) const {
 }
 
 void Utl_Pointer_Array::Sort(int (*Compare)(const void*, const void*)) {
-    const auto detail = [&] { return Fnd_String(); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Sort, detail, Image_Of(this), [&] {
+    const auto detail = [] { return Fnd_String(); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Sort, detail, Image_Of(this), [this, Compare] {
         if (Count > 1) Hst_qsort(Elements, static_cast<size_t>(Count), sizeof(void*), Compare);
     });
 }
@@ -347,8 +347,8 @@ void Utl_Pointer_Array::Sort(int (*Compare)(const void*, const void*)) {
 void Utl_Pointer_Array::Delete(long Index) { Delete(Index, Index); }
 
 void Utl_Pointer_Array::Delete(long From, long To) {
-    const auto detail = [&] { return Trace_Word(From) + u" " + Trace_Word(To); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Delete, detail, Image_Of(this), [&] {
+    const auto detail = [From, To] { return Trace_Word(From) + u" " + Trace_Word(To); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Delete, detail, Image_Of(this), [this, From, To] {
         Check_Index(From, Count - 1);
         Check_Index(To, Count - 1);
         if (To < From) return;
@@ -359,8 +359,8 @@ void Utl_Pointer_Array::Delete(long From, long To) {
 }
 
 void Utl_Pointer_Array::Insert(long Index, void* Element) {
-    const auto detail = [&] { return Trace_Word(Index) + u" " + Trace_Pointer(Element); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Insert, detail, Image_Of(this), [&] {
+    const auto detail = [Index, Element] { return Trace_Word(Index) + u" " + Trace_Pointer(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Insert, detail, Image_Of(this), [this, Index, Element] {
         Check_Index(Index, Count);
         Grow_For_Append();
         Move_Cells(Elements + Index + 1, Elements + Index, Count - Index);
@@ -414,14 +414,16 @@ void Utl_Pointer_Array::Transfer(Utl_Pointer_Array& Destination, long From, long
 }
 
 void Utl_Pointer_Array::Make_Empty() {
-    Utl_Trace_Before(Array_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
-    for (long i = 0; i < Count; ++i) Dispose(Elements[i]);
-    Count = 0;
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); },
+                           [this]() -> void {
+        for (long i = 0; i < Count; ++i) Dispose(Elements[i]);
+        Count = 0;
+    });
 }
 
 void Utl_Pointer_Array::Shorten(long N) {
-    const auto detail = [&] { return Trace_Word(N); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Shorten, detail, Image_Of(this), [&] {
+    const auto detail = [N] { return Trace_Word(N); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Shorten, detail, Image_Of(this), [this, N] {
         if (N < 1) return;
         const long keep = N >= Count ? 0 : Count - N;
         for (long i = keep; i < Count; ++i) Dispose(Elements[i]);

@@ -347,12 +347,12 @@ long Utl_Pointer_Map::Bind(void* Key, void* Range) {
 }
 
 long Utl_Pointer_Map::Bind(long Key, long Range) {
-    const auto detail = [&] {
+    const auto detail = [Key, Range] {
         return Trace_Pointer(reinterpret_cast<const void*>(Key)) +
                Utl_Type_Utilities::Arrow +
                Trace_Pointer(reinterpret_cast<const void*>(Range));
     };
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Bind, detail, Image_Of(this), [&] {
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Bind, detail, Image_Of(this), [this, Key, Range] {
         if (utl_pointer_map_data* node = Find(Key)) {
             replace_range(node, Range);
             return 0;
@@ -368,8 +368,8 @@ long Utl_Pointer_Map::Bind(long Key, long Range) {
 long Utl_Pointer_Map::Unbind(void* Key) { return Unbind(reinterpret_cast<long>(Key)); }
 
 long Utl_Pointer_Map::Unbind(long Key) {
-    const auto detail = [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); };
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Unbind, detail, Image_Of(this), [&] {
+    const auto detail = [Key] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); };
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Unbind, detail, Image_Of(this), [this, Key] {
         if (Count == 0) return 0;
         for (utl_pointer_map_data** link = &Table[Bucket_Of(Key)]; *link; link = &(*link)->next) {
             utl_pointer_map_data* node = *link;
@@ -386,25 +386,29 @@ long Utl_Pointer_Map::Unbind(long Key) {
 }
 
 void Utl_Pointer_Map::Make_Empty() {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
-    if (Count == 0) return;
-    for (long bucket = 0; bucket < Size; ++bucket) {
-        while (utl_pointer_map_data* node = Table[bucket]) {
-            Table[bucket] = node->next;
-            if (Domain_Deleter) Domain_Deleter(node->domain);
-            if (Range_Deleter) Range_Deleter(node->range);
-            Free_Map_Nodes.Give(node);
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); },
+                           [this]() -> void {
+        if (Count == 0) return;
+        for (long bucket = 0; bucket < Size; ++bucket) {
+            while (utl_pointer_map_data* node = Table[bucket]) {
+                Table[bucket] = node->next;
+                if (Domain_Deleter) Domain_Deleter(node->domain);
+                if (Range_Deleter) Range_Deleter(node->range);
+                Free_Map_Nodes.Give(node);
+            }
         }
-    }
-    Count = 0;
+        Count = 0;
+    });
 }
 
 long Utl_Pointer_Map::Is_Bound(void* Key) const { return Is_Bound(reinterpret_cast<long>(Key)); }
 
 long Utl_Pointer_Map::Is_Bound(long Key) const {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Is_Bound,
-                     [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
-    return Find(Key) != nullptr;
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Is_Bound,
+                     [Key] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); },
+                           [this, Key]() -> long {
+        return Find(Key) != nullptr;
+    });
 }
 
 void* Utl_Pointer_Map::Get_Range(void* Key) const {
@@ -412,10 +416,12 @@ void* Utl_Pointer_Map::Get_Range(void* Key) const {
 }
 
 long Utl_Pointer_Map::Get_Range(long Key) const {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range,
-                     [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
-    const utl_pointer_map_data* node = Find(Key);
-    return node ? node->range : Null_Range;
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Get_Range,
+                     [Key] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); },
+                           [this, Key]() -> long {
+        const utl_pointer_map_data* node = Find(Key);
+        return node ? node->range : Null_Range;
+    });
 }
 
 long Utl_Pointer_Map::Get_Range(void* Key, void*& Out) const {
@@ -426,11 +432,13 @@ long Utl_Pointer_Map::Get_Range(void* Key, void*& Out) const {
 }
 
 long Utl_Pointer_Map::Get_Range(long Key, long& Out) const {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range,
-                     [&] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); });
-    const utl_pointer_map_data* node = Find(Key);
-    Out = node ? node->range : Null_Range;
-    return node != nullptr;
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Get_Range,
+                     [Key] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); },
+                           [this, Key, &Out]() -> long {
+        const utl_pointer_map_data* node = Find(Key);
+        Out = node ? node->range : Null_Range;
+        return node != nullptr;
+    });
 }
 
 utl_pointer_map_data* Utl_Pointer_Map::first() const {
@@ -599,21 +607,23 @@ utl_pointer_set_data* Utl_Pointer_Set::Find(long Member) const {
 }
 
 void Utl_Pointer_Set::Make_Empty() {
-    Utl_Trace_Before(Set_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
-    if (Count == 0) return;
-    for (long bucket = 0; bucket < Size; ++bucket) {
-        while (utl_pointer_set_data* node = Table[bucket]) {
-            Table[bucket] = node->next;
-            if (Deleter) Deleter(node->member);
-            Free_Set_Nodes.Give(node);
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); },
+                           [this]() -> void {
+        if (Count == 0) return;
+        for (long bucket = 0; bucket < Size; ++bucket) {
+            while (utl_pointer_set_data* node = Table[bucket]) {
+                Table[bucket] = node->next;
+                if (Deleter) Deleter(node->member);
+                Free_Set_Nodes.Give(node);
+            }
         }
-    }
-    Count = 0;
+        Count = 0;
+    });
 }
 
 long Utl_Pointer_Set::Add(void* Member) {
-    const auto detail = [&] { return Trace_Pointer(Member); };
-    return Utl_Traced_Call(Set_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+    const auto detail = [Member] { return Trace_Pointer(Member); };
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Add, detail, Image_Of(this), [this, Member] {
         const long word = reinterpret_cast<long>(Member);
         if (Find(word)) return 0;
         utl_pointer_set_data** tail = &Table[Bucket_Of(word)];
@@ -625,8 +635,8 @@ long Utl_Pointer_Set::Add(void* Member) {
 }
 
 long Utl_Pointer_Set::Remove(void* Member) {
-    const auto detail = [&] { return Trace_Pointer(Member); };
-    return Utl_Traced_Call(Set_Class, Trace, this, Op_Remove, detail, Image_Of(this), [&] {
+    const auto detail = [Member] { return Trace_Pointer(Member); };
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Remove, detail, Image_Of(this), [this, Member] {
         if (Count == 0) return 0;
         const long word = reinterpret_cast<long>(Member);
         for (utl_pointer_set_data** link = &Table[Bucket_Of(word)]; *link; link = &(*link)->next) {
@@ -643,8 +653,10 @@ long Utl_Pointer_Set::Remove(void* Member) {
 }
 
 long Utl_Pointer_Set::Contains(void* Member) const {
-    Utl_Trace_Before(Set_Class, Trace, this, Op_Contains, [&] { return Trace_Pointer(Member); });
-    return Find(reinterpret_cast<long>(Member)) != nullptr;
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Contains, [Member] { return Trace_Pointer(Member); },
+                           [this, Member]() -> long {
+        return Find(reinterpret_cast<long>(Member)) != nullptr;
+    });
 }
 
 bool Utl_Pointer_Set::operator==(const Utl_Pointer_Set& Other) const {

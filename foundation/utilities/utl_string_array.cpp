@@ -317,15 +317,15 @@ void Utl_String_Array::Insert_Element(long Index, Fnd_String* Element, long Own)
 // ---- Elements
 
 void Utl_String_Array::Add(const Fnd_String* Element) {
-    const auto detail = [&] { return Element ? Trace_Quoted(*Element) : Fnd_String(u"null"); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+    const auto detail = [Element] { return Element ? Trace_Quoted(*Element) : Fnd_String(u"null"); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [this, Element] {
         Insert_Element(Count, const_cast<Fnd_String*>(Element), 0);
     });
 }
 
 void Utl_String_Array::Add(const Fnd_String& Element) {
     const auto detail = [&] { return Trace_Quoted(Element); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [this, &Element] {
         Insert_Element(Count, Heap_Copy(Element), 1);
     });
 }
@@ -372,8 +372,8 @@ void Utl_String_Array::Set(long Index, const Fnd_String* Element) {
 }
 
 void Utl_String_Array::Set(long Index, const Fnd_String& Element) {
-    const auto detail = [&] { return Trace_Word(Index) + u" " + Trace_Quoted(Element); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Set, detail, Image_Of(this), [&] {
+    const auto detail = [Index, &Element] { return Trace_Word(Index) + u" " + Trace_Quoted(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Set, detail, Image_Of(this), [this, Index, &Element] {
         Set_Element(Index, Heap_Copy(Element), 1);
     });
 }
@@ -394,8 +394,8 @@ Fnd_String& Utl_String_Array::Subscript(long Index) {
 // ---- Order and search
 
 void Utl_String_Array::Sort() {
-    const auto detail = [&] { return Fnd_String(); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Sort, detail, Image_Of(this), [&] {
+    const auto detail = [] { return Fnd_String(); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Sort, detail, Image_Of(this), [this] {
         Sort(Utl_String_Utilities::Compare_Strings);
         Flags |= Sorted_Flag;
     });
@@ -493,8 +493,8 @@ long Utl_String_Array::Contain_Duplicate() const {
 void Utl_String_Array::Delete(long Index) { Delete(Index, Index); }
 
 void Utl_String_Array::Delete(long From, long To) {
-    const auto detail = [&] { return Trace_Word(From) + u" " + Trace_Word(To); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Delete, detail, Image_Of(this), [&] {
+    const auto detail = [From, To] { return Trace_Word(From) + u" " + Trace_Word(To); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Delete, detail, Image_Of(this), [this, From, To] {
         Check_Index(From, Count - 1);
         Check_Index(To, Count - 1);
         if (To < From) return;
@@ -531,8 +531,8 @@ void Utl_String_Array::Insert(long Index, const Fnd_String* Element) {
 }
 
 void Utl_String_Array::Insert(long Index, const Fnd_String& Element) {
-    const auto detail = [&] { return Trace_Word(Index) + u" " + Trace_Quoted(Element); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Insert, detail, Image_Of(this), [&] {
+    const auto detail = [Index, &Element] { return Trace_Word(Index) + u" " + Trace_Quoted(Element); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Insert, detail, Image_Of(this), [this, Index, &Element] {
         Insert_Element(Index, Heap_Copy(Element), 1);
     });
 }
@@ -608,14 +608,16 @@ long Utl_String_Array::Ordered_Insert(const Code_Unit* Element) {
 }
 
 void Utl_String_Array::Make_Empty() {
-    Utl_Trace_Before(Array_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
-    for (long i = 0; i < Count; ++i) Release(i);
-    Count = 0;
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); },
+                           [this]() -> void {
+        for (long i = 0; i < Count; ++i) Release(i);
+        Count = 0;
+    });
 }
 
 void Utl_String_Array::Shorten(long N) {
-    const auto detail = [&] { return Trace_Word(N); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Shorten, detail, Image_Of(this), [&] {
+    const auto detail = [N] { return Trace_Word(N); };
+    return Utl_Traced_Call(Array_Class, Trace, this, Op_Shorten, detail, Image_Of(this), [this, N] {
         if (N <= 0) return;
         const long keep = N >= Count ? 0 : Count - N;
         for (long i = keep; i < Count; ++i) Release(i);

@@ -338,8 +338,8 @@ long Utl_String_Map::Bind_Folded(const Fnd_String& Domain, long Range) {
 }
 
 long Utl_String_Map::Bind(const Fnd_String& Domain, long Range) {
-    const auto detail = [&] { return Bind_Detail(Domain, Range); };
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Bind, detail, Image_Of(this), [&] {
+    const auto detail = [this, &Domain, Range] { return Bind_Detail(Domain, Range); };
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Bind, detail, Image_Of(this), [this, &Domain, Range] {
         if (Domain_Case == Utl_Case_Unchanged) return Bind_Folded(Domain, Range);
         return Bind_Folded(Folded(Domain), Range);
     });
@@ -373,7 +373,7 @@ utl_string_map_data* Utl_String_Map::Unlink(const Fnd_String& Domain) {
 
 long Utl_String_Map::Unbind(const Fnd_String& Domain) {
     const auto detail = [&] { return Quoted(Domain); };
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Unbind, detail, Image_Of(this), [&] {
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Unbind, detail, Image_Of(this), [this, &Domain] {
         utl_string_map_data* node = Unlink(Domain);
         if (!node) return 0;
         Dispose(node);
@@ -395,50 +395,62 @@ long Utl_String_Map::Unbind_Matching(const Fnd_String& Pattern) {
 }
 
 long Utl_String_Map::Transfer_Range(const Fnd_String& Domain) {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Transfer, [&] { return Quoted(Domain); });
-    utl_string_map_data* node = Unlink(Domain);
-    if (!node) return Null_Range;
-    const long range = node->range;
-    Free_Nodes.Give(node);
-    return range;
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Transfer, [&] { return Quoted(Domain); },
+                           [this, &Domain]() -> long {
+        utl_string_map_data* node = Unlink(Domain);
+        if (!node) return Null_Range;
+        const long range = node->range;
+        Free_Nodes.Give(node);
+        return range;
+    });
 }
 
 void Utl_String_Map::Make_Empty() {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
-    if (Count == 0) return;
-    for (long bucket = 0; bucket < Size; ++bucket) {
-        while (utl_string_map_data* node = Table[bucket]) {
-            Table[bucket] = node->next;
-            Dispose(node);
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); },
+                           [this]() -> void {
+        if (Count == 0) return;
+        for (long bucket = 0; bucket < Size; ++bucket) {
+            while (utl_string_map_data* node = Table[bucket]) {
+                Table[bucket] = node->next;
+                Dispose(node);
+            }
         }
-    }
-    Count = 0;
+        Count = 0;
+    });
 }
 
 // ---- Lookups
 
 long Utl_String_Map::Is_Bound(const Fnd_String& Domain) const {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Is_Bound, [&] { return Quoted(Domain); });
-    return Find_Any(Domain) != nullptr;
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Is_Bound, [&] { return Quoted(Domain); },
+                           [this, &Domain]() -> long {
+        return Find_Any(Domain) != nullptr;
+    });
 }
 
 long Utl_String_Map::Is_Bound(const Code_Unit* Domain) const {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Is_Bound,
-                     [&] { return Quoted(Fnd_String(Domain)); });
-    return Find(Domain) != nullptr;
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Is_Bound,
+                     [Domain] { return Quoted(Fnd_String(Domain)); },
+                           [this, Domain]() -> long {
+        return Find(Domain) != nullptr;
+    });
 }
 
 long Utl_String_Map::Get_Range(const Fnd_String& Domain) const {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range, [&] { return Quoted(Domain); });
-    const utl_string_map_data* node = Find_Any(Domain);
-    return node ? node->range : Null_Range;
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Get_Range, [&] { return Quoted(Domain); },
+                           [this, &Domain]() -> long {
+        const utl_string_map_data* node = Find_Any(Domain);
+        return node ? node->range : Null_Range;
+    });
 }
 
 long Utl_String_Map::Get_Range(const Code_Unit* Domain) const {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range,
-                     [&] { return Quoted(Fnd_String(Domain)); });
-    const utl_string_map_data* node = Find(Domain);
-    return node ? node->range : Null_Range;
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Get_Range,
+                     [Domain] { return Quoted(Fnd_String(Domain)); },
+                           [this, Domain]() -> long {
+        const utl_string_map_data* node = Find(Domain);
+        return node ? node->range : Null_Range;
+    });
 }
 
 long Utl_String_Map::Get_Range(const Fnd_Substring& Domain) const {
@@ -470,10 +482,12 @@ long Utl_String_Map::Get_Range(const Fnd_Sub_C_String& Domain) const {
 }
 
 long Utl_String_Map::Get_Range(const Fnd_String& Domain, long& Out) const {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range, [&] { return Quoted(Domain); });
-    const utl_string_map_data* node = Find_Any(Domain);
-    Out = node ? node->range : Null_Range;
-    return node != nullptr;
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Get_Range, [&] { return Quoted(Domain); },
+                           [this, &Domain, &Out]() -> long {
+        const utl_string_map_data* node = Find_Any(Domain);
+        Out = node ? node->range : Null_Range;
+        return node != nullptr;
+    });
 }
 
 long Utl_String_Map::Get_Range(const Code_Unit* Domain, long& Out) const {
@@ -483,10 +497,12 @@ long Utl_String_Map::Get_Range(const Code_Unit* Domain, long& Out) const {
 }
 
 long Utl_String_Map::Get_Range(const Fnd_String& Domain, Fnd_String*& Out) const {
-    Utl_Trace_Before(Map_Class, Trace, this, Op_Get_Range, [&] { return Quoted(Domain); });
-    const utl_string_map_data* node = Find_Any(Domain);
-    Out = node ? reinterpret_cast<Fnd_String*>(node->range) : nullptr;
-    return node != nullptr;
+    return Utl_Traced_Call(Map_Class, Trace, this, Op_Get_Range, [&] { return Quoted(Domain); },
+                           [this, &Domain, &Out]() -> long {
+        const utl_string_map_data* node = Find_Any(Domain);
+        Out = node ? reinterpret_cast<Fnd_String*>(node->range) : nullptr;
+        return node != nullptr;
+    });
 }
 
 long Utl_String_Map::Get_Range(const Code_Unit* Domain, Fnd_String*& Out) const {

@@ -183,20 +183,22 @@ long Utl_String_Set::Add_Folded(const Fnd_String& Member) {
 }
 
 void Utl_String_Set::Make_Empty() {
-    Utl_Trace_Before(Set_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); });
-    if (Count == 0) return;
-    for (long bucket = 0; bucket < Size; ++bucket) {
-        while (utl_string_set_data* node = Table[bucket]) {
-            Table[bucket] = node->next;
-            Free_Nodes.Give(node);
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); },
+                           [this]() -> void {
+        if (Count == 0) return;
+        for (long bucket = 0; bucket < Size; ++bucket) {
+            while (utl_string_set_data* node = Table[bucket]) {
+                Table[bucket] = node->next;
+                Free_Nodes.Give(node);
+            }
         }
-    }
-    Count = 0;
+        Count = 0;
+    });
 }
 
 long Utl_String_Set::Add(const Fnd_String& Member) {
     const auto detail = [&] { return Trace_Quoted(Member); };
-    return Utl_Traced_Call(Set_Class, Trace, this, Op_Add, detail, Image_Of(this), [&] {
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Add, detail, Image_Of(this), [this, &Member] {
         return Add_Folded(Member_Case == Utl_Case_Unchanged ? Member : Folded(Member));
     });
 }
@@ -207,7 +209,7 @@ long Utl_String_Set::Add(const Code_Unit* Member) { return Add(Fnd_String(Member
 
 long Utl_String_Set::Remove(const Fnd_String& Member) {
     const auto detail = [&] { return Trace_Quoted(Member); };
-    return Utl_Traced_Call(Set_Class, Trace, this, Op_Remove, detail, Image_Of(this), [&] {
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Remove, detail, Image_Of(this), [this, &Member] {
         if (Count == 0) return 0;
         const Fnd_String key = Member_Case == Utl_Case_Unchanged ? Member : Folded(Member);
         for (utl_string_set_data** link = &Table[Bucket_Of_Hash(key.Get_Buffer().Hash())]; *link;
@@ -227,9 +229,11 @@ long Utl_String_Set::Remove(const Fnd_String& Member) {
 long Utl_String_Set::Remove(const Code_Unit* Member) { return Remove(Fnd_String(Member)); }
 
 long Utl_String_Set::Contains(const Fnd_String& Member) const {
-    Utl_Trace_Before(Set_Class, Trace, this, Op_Contains, [&] { return Trace_Quoted(Member); });
-    if (Count == 0) return 0;
-    return Find(Member_Case == Utl_Case_Unchanged ? Member : Folded(Member)) != nullptr;
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Contains, [&] { return Trace_Quoted(Member); },
+                           [this, &Member]() -> long {
+        if (Count == 0) return 0;
+        return Find(Member_Case == Utl_Case_Unchanged ? Member : Folded(Member)) != nullptr;
+    });
 }
 
 long Utl_String_Set::Contains(const Fnd_Substring& Member) const {
@@ -237,15 +241,17 @@ long Utl_String_Set::Contains(const Fnd_Substring& Member) const {
 }
 
 long Utl_String_Set::Contains(const Code_Unit* Member) const {
-    Utl_Trace_Before(Set_Class, Trace, this, Op_Contains,
-                     [&] { return Trace_Quoted(Fnd_String(Member)); });
-    if (Count == 0) return 0;
-    if (Member_Case != Utl_Case_Unchanged) return Contains(Fnd_String(Member));
-    const Code_Unit* text = Member ? Member : u"";
-    for (utl_string_set_data* node = Table[Bucket_Of_Hash(Fnd_Char_Buffer::Hash(text))]; node;
-         node = node->next)
-        if (node->member == text) return 1;
-    return 0;
+    return Utl_Traced_Call(Set_Class, Trace, this, Op_Contains,
+                     [Member] { return Trace_Quoted(Fnd_String(Member)); },
+                           [this, Member]() -> long {
+        if (Count == 0) return 0;
+        if (Member_Case != Utl_Case_Unchanged) return Contains(Fnd_String(Member));
+        const Code_Unit* text = Member ? Member : u"";
+        for (utl_string_set_data* node = Table[Bucket_Of_Hash(Fnd_Char_Buffer::Hash(text))]; node;
+             node = node->next)
+            if (node->member == text) return 1;
+        return 0;
+    });
 }
 
 void Utl_String_Set::Image(Fnd_String& Out, long Quote, long Multiline, long Append,

@@ -38,7 +38,7 @@ long Number(const Fnd_String& Text) {
 }
 
 // The field behind a "set" bit value; null when the class has no such word.
-int32_t* Word_Of(Utl_Trace_Words& Words, int32_t Object_Words, long Bit) {
+Utl_Trace_Word* Word_Of(Utl_Trace_Words& Words, int32_t Object_Words, long Bit) {
     if (!(Object_Words & Bit)) return nullptr;
     switch (Bit) {
     case Utl_Word_Trace_Level: return &Words.trace;
@@ -151,6 +151,7 @@ void After(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, const vo
 }
 
 void Created(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address) {
+    if (!Utl_Trace_Active(Class.Words, Object) && !Utl_Trace_Reports(Class.Words, Object)) return;
     Life_Line(Class, Object, Address, {u" constructor", Utl_Op_Constructor, false, 2});
     if (Utl_Trace_Reports(Class.Words, Object))
         Utl_Tracing::Object_Created(Fnd_String(Class.Key), Address, Class.Operation, Object.name,
@@ -158,6 +159,9 @@ void Created(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* 
 }
 
 void Deleted(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address) {
+    if (!Utl_Trace_Active(Class.Words, Object) && !Utl_Trace_Reports(Class.Words, Object) &&
+        Utl_Trace_Records == 0)
+        return;
     Life_Line(Class, Object, Address, {u" destructor", Utl_Op_Destructor, false, 2});
     if (Utl_Trace_Records == 0) return;
     if (Object.registered && Object.name) Unregister(Object.name, Address);
@@ -165,12 +169,16 @@ void Deleted(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* 
 }
 
 void Reused(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address) {
+    if (!Utl_Trace_Active(Class.Words, Object) && !Utl_Trace_Reports(Class.Words, Object)) return;
     Life_Line(Class, Object, Address, {u" Get", Utl_Op_Get, false, 2});
     if (Utl_Trace_Reports(Class.Words, Object))
         Utl_Tracing::Object_Reused(Fnd_String(Class.Key), Address, Object.name);
 }
 
 void Freed(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address) {
+    if (!Utl_Trace_Active(Class.Words, Object) && !Utl_Trace_Reports(Class.Words, Object) &&
+        Utl_Trace_Records == 0)
+        return;
     Life_Line(Class, Object, Address, {u" Free", Utl_Op_Free, false, 2});
     if (Utl_Trace_Records == 0) return;
     if (Object.registered && Object.name) Unregister(Object.name, Address);
@@ -215,7 +223,7 @@ void Operation(const Utl_Trace_Class& Class, Utl_Trace_Words* Object, const void
              Command + u" " + First + u" " + Second);
     if (!Object) return;
     if (Command == u"set") {
-        if (int32_t* word = Word_Of(*Object, Class.Object_Words, Number(First)))
+        if (Utl_Trace_Word* word = Word_Of(*Object, Class.Object_Words, Number(First)))
             *word = static_cast<int32_t>(Number(Second));
     } else if (Command == u"clear") {
         switch (Number(First)) {

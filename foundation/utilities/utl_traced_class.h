@@ -2,7 +2,7 @@
 // start with "==> <class>: <name> <address>", show blocks that start with "--- ", the
 // life of objects reported to the Utl_Tracing registry, names, and the "set", "clear"
 // and "show" commands of a class's Operation. A container calls these only behind
-// Utl_Trace_Active or Utl_Trace_Reports, so that they cost nothing while all words are 0.
+// Utl_Trace_Maybe, so that they cost one load and a branch while nothing is armed.
 #pragma once
 
 #include <cstdint>
@@ -74,11 +74,12 @@ void Before(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, const v
 void After(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, const void* Address,
            const Utl_Trace_Op& Op, const Utl_Trace_Image& Image);
 
-// The life of an object in the registry, each behind Utl_Trace_Reports.
-void Created(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address);
-void Deleted(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address);
-void Reused(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address);
-void Freed(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address);
+// The life of an object: its trace line and its report to the registry, each only when
+// the words, trace_objects or the registry's records ask for it. Out of line and cold.
+[[gnu::cold]] void Created(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address);
+[[gnu::cold]] void Deleted(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address);
+[[gnu::cold]] void Reused(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address);
+[[gnu::cold]] void Freed(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object, void* Address);
 
 void Register_Object(const Utl_Trace_Class& Class, Utl_Trace_Words& Object, void* Address,
                      const Code_Unit* Name, Utl_Trace_Operation Operation, void* Parent);
@@ -93,41 +94,17 @@ void Operation(const Utl_Trace_Class& Class, Utl_Trace_Words* Object, const void
 
 }  // namespace Utl_Traced
 
-// The slow paths, kept out of line so that an operation with all words at 0 pays only
-// for the test.
-template <class Detail_Function>
-[[gnu::noinline, gnu::cold]] void Utl_Trace_Before_Slow(const Utl_Trace_Class& Class,
-                                                        const Utl_Trace_Words& Object,
-                                                        const void* Address,
-                                                        const Utl_Trace_Op& Op,
-                                                        Detail_Function Detail) {
-    Utl_Traced::Before(Class, Object, Address, Op, Detail());
-}
-
-template <class Image_Function>
-[[gnu::noinline, gnu::cold]] void Utl_Trace_After_Slow(const Utl_Trace_Class& Class,
-                                                       const Utl_Trace_Words& Object,
-                                                       const void* Address,
-                                                       const Utl_Trace_Op& Op,
-                                                       Image_Function Image) {
-    Utl_Traced::After(Class, Object, Address, Op, Utl_Trace_Image(Image));
-}
-
-// The trace line of an operation (and its break), Detail giving the text behind the label.
-template <class Detail_Function>
-inline void Utl_Trace_Before(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
-                             const void* Address, const Utl_Trace_Op& Op,
-                             Detail_Function Detail) {
-    if (Utl_Trace_Active(Class.Words, Object)) [[unlikely]]
-        Utl_Trace_Before_Slow(Class, Object, Address, Op, Detail);
-}
-
+// The slow paths, kept out of line and cold, so that an operation pays only for the
+// test of Utl_Trace_Maybe and compiles as it would without tracing. Each decides from
+// the words whether there is anything to do. This one is the whole of a traced
+// operation while something is armed: the trace line, Body, and the show block.
 template <class Detail_Function, class Image_Function, class Body_Function>
 [[gnu::noinline, gnu::cold]] auto Utl_Traced_Call_Slow(const Utl_Trace_Class& Class,
                                                        const Utl_Trace_Words& Object,
                                                        const void* Address, const Utl_Trace_Op& Op,
                                                        Detail_Function Detail, Image_Function Image,
                                                        Body_Function Body) {
+    if (!Utl_Trace_Active(Class.Words, Object)) return Body();
     Utl_Traced::Before(Class, Object, Address, Op, Detail());
     if constexpr (std::is_void_v<decltype(Body())>) {
         Body();
@@ -140,37 +117,59 @@ template <class Detail_Function, class Image_Function, class Body_Function>
 }
 
 // Runs Body, the operation itself; with the words set, its trace line (Detail gives the
-// text behind the label) comes before and its show block (Image) after. With all words
-// at 0 this is Body behind one test.
+// text behind the label) comes before and its show block (Image) after. With nothing
+// armed this is Body behind one load and a branch to a tail call, so that the operation
+// compiles as it would without tracing. The functions go to the cold path by value:
+// they should capture by value what the caller holds by value (a capture by reference
+// makes the caller keep that value in memory on the hot path too).
 template <class Detail_Function, class Image_Function, class Body_Function>
 inline auto Utl_Traced_Call(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
                             const void* Address, const Utl_Trace_Op& Op, Detail_Function Detail,
                             Image_Function Image, Body_Function Body) {
-    if (Utl_Trace_Active(Class.Words, Object)) [[unlikely]]
+    if (Utl_Trace_Maybe()) [[unlikely]]
         return Utl_Traced_Call_Slow(Class, Object, Address, Op, Detail, Image, Body);
     return Body();
 }
 
-// The life hooks of a class, behind the cheap tests.
+// The same without a show block, for the lookups and the operations that show nothing.
+template <class Detail_Function, class Body_Function>
+[[gnu::noinline, gnu::cold]] auto Utl_Traced_Call_Slow(const Utl_Trace_Class& Class,
+                                                       const Utl_Trace_Words& Object,
+                                                       const void* Address, const Utl_Trace_Op& Op,
+                                                       Detail_Function Detail, Body_Function Body) {
+    if (Utl_Trace_Active(Class.Words, Object))
+        Utl_Traced::Before(Class, Object, Address, Op, Detail());
+    return Body();
+}
+
+template <class Detail_Function, class Body_Function>
+inline auto Utl_Traced_Call(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
+                            const void* Address, const Utl_Trace_Op& Op, Detail_Function Detail,
+                            Body_Function Body) {
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        return Utl_Traced_Call_Slow(Class, Object, Address, Op, Detail, Body);
+    return Body();
+}
+
+// The life hooks of a class: the test of Utl_Trace_Maybe inline, the rest (whether the
+// words or the registry want the event) in Utl_Traced.
 inline void Utl_Trace_Created(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
                               void* Address) {
-    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object))
+    if (Utl_Trace_Maybe()) [[unlikely]]
         Utl_Traced::Created(Class, Object, Address);
 }
 inline void Utl_Trace_Deleted(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
                               void* Address) {
-    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object) ||
-        Utl_Trace_Records != 0)
+    if (Utl_Trace_Maybe()) [[unlikely]]
         Utl_Traced::Deleted(Class, Object, Address);
 }
 inline void Utl_Trace_Reused(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
                              void* Address) {
-    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object))
+    if (Utl_Trace_Maybe()) [[unlikely]]
         Utl_Traced::Reused(Class, Object, Address);
 }
 inline void Utl_Trace_Freed(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
                             void* Address) {
-    if (Utl_Trace_Active(Class.Words, Object) || Utl_Trace_Reports(Class.Words, Object) ||
-        Utl_Trace_Records != 0)
+    if (Utl_Trace_Maybe()) [[unlikely]]
         Utl_Traced::Freed(Class, Object, Address);
 }

@@ -150,7 +150,7 @@ public:
     static inline int32_t other_trace = 0;
     // Non-zero makes every traced class report its objects; -1 while the registry
     // works on its own data.
-    static inline int32_t& trace_objects = Utl_Trace_Objects;
+    static inline Utl_Trace_Word& trace_objects = Utl_Trace_Objects;
     // What Command_Loop calls; null does nothing.
     static inline Utl_Command_Loop command_loop = nullptr;
 
