@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 
@@ -17,6 +18,11 @@ namespace {
 
 constexpr long Child_Process_Diagnostic = AdDiag_CHILD_PROCESS;
 constexpr long Pipe_Buffer_Capacity = 65536;
+// The size asked for the output pipe. The writer blocks when the pipe is full and the
+// reader when it is empty: with both on one processor each turn costs two context
+// switches, and the system's 64 KiB pipe makes a turn every 64 KiB. The output buffer
+// reads as much as the pipe holds, so a turn takes one read.
+constexpr int Output_Pipe_Size = 1 << 20;
 
 void Diagnose(const Code_Unit* Label, const Fnd_String& Text) {
     if (AdDiagnostic::m_DiagnosticFlags[Child_Process_Diagnostic] != 0 &&
@@ -42,6 +48,20 @@ int Open_Null(int Flags, Fnd_Condition& Condition) {
         Condition.Push_Error(Hst_Process_Error(4, 0, Fnd_String::Null), 1);
     }
     return fd;
+}
+
+// Asks for a larger pipe behind Fd; its size after, which stays the old one when the
+// system refuses (the user's pipes already hold as much memory as allowed). The pipe
+// keeps its data and order either way.
+long Enlarge_Pipe(int Fd) {
+#if defined(F_SETPIPE_SZ) && defined(F_GETPIPE_SZ)
+    (void)::fcntl(Fd, F_SETPIPE_SZ, Output_Pipe_Size);
+    const int size = ::fcntl(Fd, F_GETPIPE_SZ);
+    if (size > 0) return size;
+#else
+    (void)Fd;
+#endif
+    return Pipe_Buffer_Capacity;
 }
 
 // One write with SIGPIPE held back, so that a reader that is gone gives EPIPE to this
@@ -321,6 +341,7 @@ void Hst_Child_Process::Start(const Hst_Child_Start_Options& Options) {
     // The child's three descriptors, and what of them the parent must close again.
     int in = Options.In_Fd, out = Options.Out_Fd, err = Options.Err_Fd;
     int null_in = -1, null_out = -1, null_err = -1;
+    long output_capacity = Pipe_Buffer_Capacity;
     auto fail = [&] {
         for (int* pipe : {d.Input_Pipe, d.Output_Pipe, d.Error_Pipe}) {
             Close_Fd(pipe[0]);
@@ -344,6 +365,7 @@ void Hst_Child_Process::Start(const Hst_Child_Start_Options& Options) {
     } else if (Options.Out_Pipe) {
         if (!Hst_Process::Create_Pipe(d.Output_Pipe, cond)) return fail();
         out = d.Output_Pipe[1];
+        output_capacity = std::max(Enlarge_Pipe(out), Pipe_Buffer_Capacity);
     } else if ((out = null_out = Open_Null(O_WRONLY, cond)) < 0) {
         return fail();
     }
@@ -382,15 +404,15 @@ void Hst_Child_Process::Start(const Hst_Child_Start_Options& Options) {
     d.Failed = 0;
     Diagnose(u"Hst_Child_Process::Start", AdDiagnostic::Join_With_Space(d.Name, d.Process_Id));
 
-    auto keep_read_end = [&](const Side& S) {
+    auto keep_read_end = [&](const Side& S, long Capacity) {
         Close_Fd(S.Pipe[1]);
         ::fcntl(S.Pipe[0], F_SETFL, ::fcntl(S.Pipe[0], F_GETFL) | O_NONBLOCK);
-        *S.Buffer = new Hst_File_Buffer(S.Pipe[0], Pipe_Buffer_Capacity);
+        *S.Buffer = new Hst_File_Buffer(S.Pipe[0], Capacity);
         *S.Eof = 0;
     };
-    if (d.Output_Pipe[0] >= 0) keep_read_end(Output_Side());
+    if (d.Output_Pipe[0] >= 0) keep_read_end(Output_Side(), output_capacity);
     Close_Fd(null_out);
-    if (d.Error_Pipe[0] >= 0) keep_read_end(Error_Side());
+    if (d.Error_Pipe[0] >= 0) keep_read_end(Error_Side(), Pipe_Buffer_Capacity);
     Close_Fd(null_err);
     Close_Fd(d.Input_Pipe[0]);
     Close_Fd(null_in);

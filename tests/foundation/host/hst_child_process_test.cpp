@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <iterator>
@@ -136,6 +137,117 @@ TEST(HstChildProcess, FloodOnBothStreamsWithInputOpenDoesNotDeadlock) {
         EXPECT_EQ(child.Get_Status(), 0);
     }
     EXPECT_EQ(Open_Descriptors(), before);
+}
+
+// About 3 MB of lines of many lengths: short ones around the vector widths, some of
+// thousands of bytes, now and then one with a character beyond ASCII or that does not
+// decode, and a last one without a newline. Written in odd-sized pieces, so that lines
+// straddle the pipe's and the buffer's refills at every place.
+std::vector<std::string> Varied_Lines() {
+    std::vector<std::string> lines;
+    unsigned seed = 12345;
+    for (size_t total = 0; total < 3000000;) {
+        seed = seed * 1103515245u + 12345u;
+        const unsigned draw = seed >> 8;
+        const size_t length = draw % (draw % 9 == 0 ? 5000 : 130);
+        std::string line;
+        for (size_t i = 0; i < length; ++i) line += static_cast<char>('a' + (i + lines.size()) % 26);
+        if (length > 0 && draw % 13 == 0) line.replace(length / 2, 1, "\xc3\xa9");
+        if (length > 0 && draw % 29 == 0) line.replace(length / 3, 1, "\xff");
+        total += line.size() + 1;
+        lines.push_back(line);
+    }
+    lines.push_back("no newline at the end");
+    return lines;
+}
+
+int Write_Varied_Lines(void*) {
+    std::string text;
+    for (const std::string& line : Varied_Lines()) text += line + '\n';
+    text.pop_back();
+    for (size_t done = 0; done < text.size();) {
+        const ssize_t n = ::write(1, text.data() + done, std::min<size_t>(7919, text.size() - done));
+        if (n <= 0) return 3;
+        done += static_cast<size_t>(n);
+    }
+    return 0;
+}
+
+// What each line should read as: UTF-8 decoded, and a line that does not decode leaves
+// the line before it in place.
+std::vector<std::u16string> Expected_Lines(const std::vector<std::string>& Lines) {
+    std::vector<std::u16string> expected;
+    std::u16string previous;
+    for (const std::string& line : Lines) {
+        if (line.find('\xff') == std::string::npos) {
+            previous.clear();
+            for (size_t i = 0; i < line.size(); ++i) {
+                if (line[i] == '\xc3') {
+                    previous += u'\u00e9';
+                    ++i;
+                } else {
+                    previous += static_cast<char16_t>(line[i]);
+                }
+            }
+        }
+        expected.push_back(previous);
+    }
+    return expected;
+}
+
+std::vector<std::u16string> Read_Output_Lines(Hst_Child_Process& Child) {
+    std::vector<std::u16string> lines;
+    Fnd_Condition cond;
+    Fnd_String line;
+    while (Child.Wait_For_Output(cond, 1))
+        while (Child.Get_Output_Line(line, cond))
+            lines.emplace_back(line.Data(), static_cast<size_t>(line.Get_Length()));
+    EXPECT_FALSE(cond.Failed()) << Text_Of(cond);
+    return lines;
+}
+
+TEST(HstChildProcess, LinesOfEveryLengthComeWholeAndInOrder) {
+    Hst_Child_Process child;
+    child.Set_Wait_For_Termination(0);
+    child.Start(Write_Varied_Lines, nullptr, nullptr, 0, -1, 0);
+    ASSERT_FALSE(child.Failed()) << Text_Of(child.Get_Condition());
+    const std::vector<std::u16string> lines = Read_Output_Lines(child);
+    const std::vector<std::u16string> expected = Expected_Lines(Varied_Lines());
+    ASSERT_EQ(lines.size(), expected.size());
+    for (size_t i = 0; i < lines.size(); ++i) ASSERT_EQ(lines[i], expected[i]) << "line " << i;
+    child.Finish();
+    EXPECT_EQ(child.Get_Status(), 0);
+}
+
+// A child that is waited for at Start has nobody reading its output until it ends: what
+// it writes must fit into the pipe. The output pipe is grown to 1 MiB where the system
+// allows, so a megabyte of output no longer blocks the child.
+int Write_A_Megabyte(void*) {
+    std::string line(99, 'm');
+    line += '\n';
+    for (int i = 0; i < 10000; ++i)
+        for (size_t done = 0; done < line.size();) {
+            const ssize_t n = ::write(1, line.data() + done, line.size() - done);
+            if (n <= 0) return 3;
+            done += static_cast<size_t>(n);
+        }
+    return 0;
+}
+
+TEST(HstChildProcess, AMegabyteOfOutputFitsIntoThePipeOfAWaitedChild) {
+    std::ifstream limit_file("/proc/sys/fs/pipe-max-size");
+    long limit = 0;
+    limit_file >> limit;
+    if (limit < (1L << 20)) GTEST_SKIP() << "pipes here hold at most " << limit << " bytes";
+    Hst_Child_Process child;
+    child.Set_Wait_Limit(10000);  // a child blocked on a full pipe is killed, not waited for
+    child.Start(Write_A_Megabyte, nullptr, nullptr, 0, -1, 0);
+    ASSERT_FALSE(child.Failed()) << Text_Of(child.Get_Condition());
+    EXPECT_EQ(child.Process_Id(), 0);
+    EXPECT_EQ(child.Get_Status(), 0);
+    const std::vector<std::u16string> lines = Read_Output_Lines(child);
+    EXPECT_EQ(lines.size(), 10000u);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), std::u16string(99, u'm')), 10000);
 }
 
 TEST(HstChildProcess, InputAndItsEnd) {
