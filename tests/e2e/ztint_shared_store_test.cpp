@@ -2,6 +2,7 @@
 // lose nothing, and (on PostgreSQL) a connection the database drops fails one call
 // clearly and is opened again for the next. init-store makes a shared store ready.
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -54,7 +55,7 @@ Command_Result Run_Command(const std::string& command)
     return result;
 }
 
-// Removes what the server of ZTT_USER user keeps in /tmp: it outlives the test.
+// Removes what the server of ZTT_USER user left in /tmp.
 void Forget_Server(const std::string& user)
 {
     for (const char* suffix : {"", ".status", ".lock"})
@@ -203,6 +204,12 @@ TEST_F(Ztint_Shared_Store_Test, ACounterIncrementedByCompetingServersEndsExact)
         int status = 0;
         ASSERT_EQ(waitpid(child, &status, 0), child);
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
+    }
+    // The clients' servers end before their files in /tmp go, or they leave some behind.
+    const std::vector<int> servers = Server_Pids();
+    for (std::size_t i = 1; i < servers.size(); ++i) {
+        kill(servers[i], SIGTERM);
+        EXPECT_TRUE(Ztint_Ends_Soon(servers[i])) << servers[i];
     }
     for (int n = 0; n < kServers; ++n)
         Forget_Server(User + "_" + std::to_string(n));
