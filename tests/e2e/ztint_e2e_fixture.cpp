@@ -91,8 +91,11 @@ void Ztint_E2E::SetUp()
 
 void Ztint_E2E::TearDown()
 {
-    // The next test, in this process or not, starts with no connection.
+    // The next test, in this process or not, starts with no connection and without
+    // this test's client error text, which would otherwise stand in front of the
+    // server's texts for the next test's failed calls.
     ZTInt_Close_Connection(ZTInt_client_Connection_Record());
+    ZTInt_Set_Client_Error(nullptr);
     const std::vector<int> servers = Server_Pids();
     for (int pid : servers)
         kill(pid, SIGTERM);
