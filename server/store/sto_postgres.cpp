@@ -29,53 +29,26 @@ bool Is_Indeterminate_Type(const PGresult* result)
 
 using Result = Pg_Result;
 
-enum class Param_Kind { Text, Number, Blob, Null };
-
-struct Param {
-    Param_Kind Kind = Param_Kind::Null;
-    std::string Bytes;
-};
-
 class Pg_Connection;
 
-class Pg_Statement final : public Sto_Statement {
+class Pg_Statement final : public Pg_Values<Sto_Statement> {
 public:
     Pg_Statement(Pg_Connection& owner, std::string name, const std::string& sql)
-        : Owner(owner), Name(std::move(name)), Sql(Sto_Postgres_Placeholders(sql, Count)), Params(Count)
+        : Pg_Values(0), Owner(owner), Name(std::move(name)), Sql(Sto_Postgres_Placeholders(sql, Count))
     {
+        Params.resize(static_cast<std::size_t>(Count));
     }
 
     void Restart()
     {
-        for (Param& param : Params)
-            param = Param{};
+        for (Pg_Param& param : Params)
+            param = Pg_Param{};
         Clear_Rows();
     }
     void Clear_Rows()
     {
         Rows.reset();
         Row = -1;
-    }
-
-    Sto_Statement& Bind(int index, std::string_view text) override
-    {
-        Slot(index) = {Param_Kind::Text, std::string(text)};
-        return *this;
-    }
-    Sto_Statement& Bind(int index, int64_t number) override
-    {
-        Slot(index) = {Param_Kind::Number, std::to_string(number)};
-        return *this;
-    }
-    Sto_Statement& Bind_Blob(int index, const std::vector<unsigned char>& bytes) override
-    {
-        Slot(index) = {Param_Kind::Blob, std::string(bytes.begin(), bytes.end())};
-        return *this;
-    }
-    Sto_Statement& Bind_Null(int index) override
-    {
-        Slot(index) = Param{};
-        return *this;
     }
 
     bool Next() override
@@ -85,26 +58,9 @@ public:
         return ++Row < PQntuples(Rows.get());
     }
 
-    bool Is_Null(int column) override { return PQgetisnull(Rows.get(), Current(), column) != 0; }
-    std::string Text(int column) override { return Pg_Text(Rows.get(), Current(), column); }
-    int64_t Number(int column) override { return Pg_Number(Rows.get(), Current(), column); }
-    std::vector<unsigned char> Blob(int column) override { return Pg_Blob(Rows.get(), Current(), column); }
-
 private:
-    Param& Slot(int index)
-    {
-        if (index < 1 || index > Count)
-            throw Sto_Error("cannot bind a value: parameter " + std::to_string(index) + " of " +
-                            std::to_string(Count));
-        Clear_Rows();
-        return Params[static_cast<std::size_t>(index - 1)];
-    }
-    int Current() const
-    {
-        if (Rows == nullptr || Row < 0 || Row >= PQntuples(Rows.get()))
-            throw Sto_Error("the store has no current row to read");
-        return Row;
-    }
+    // Rows read with the old values go when a new value is bound.
+    void Before_Bind() override { Clear_Rows(); }
     void Execute();
     void Prepare_On_Server();
     Result Try_Prepare(bool typed_text);
@@ -113,9 +69,6 @@ private:
     std::string Name;
     int Count = 0;  // before Sql: rewriting the placeholders counts them
     std::string Sql;
-    std::vector<Param> Params;
-    Result Rows;
-    int Row = -1;
     uint64_t Prepared_In = 0;  // the connection generation it was prepared in; 0: never
 };
 
@@ -279,21 +232,10 @@ END$$)"));
     std::unordered_map<std::string, std::unique_ptr<Pg_Statement>> Statements;
 };
 
-// Numbers are 64-bit and blobs bytes; texts are first left for the server to type
-// from their use (a text bound to an integer column is a number), and where nothing
-// types them (SELECT ?) they are given the type TEXT.
 Result Pg_Statement::Try_Prepare(bool typed_text)
 {
-    std::vector<Oid> types(Params.size(), 0);
-    for (std::size_t i = 0; i < Params.size(); ++i) {
-        if (Params[i].Kind == Param_Kind::Blob)
-            types[i] = 17;  // BYTEA
-        else if (Params[i].Kind == Param_Kind::Number)
-            types[i] = 20;  // INT8: "? + 1" would otherwise be a 32-bit integer
-        else if (typed_text && Params[i].Kind == Param_Kind::Text)
-            types[i] = 25;  // TEXT
-    }
-    return Result(PQprepare(Owner.Handle(), Name.c_str(), Sql.c_str(), Count, types.data()));
+    const Pg_Wire_Params wire = Pg_On_The_Wire(Params, typed_text);
+    return Result(PQprepare(Owner.Handle(), Name.c_str(), Sql.c_str(), Count, wire.Types.data()));
 }
 
 void Pg_Statement::Prepare_On_Server()
@@ -319,15 +261,9 @@ void Pg_Statement::Execute()
     Owner.Ensure_Open();
     if (Prepared_In != Owner.Generation())
         Prepare_On_Server();
-    std::vector<const char*> values(Params.size());
-    std::vector<int> lengths(Params.size()), formats(Params.size());
-    for (std::size_t i = 0; i < Params.size(); ++i) {
-        values[i] = Params[i].Kind == Param_Kind::Null ? nullptr : Params[i].Bytes.data();
-        lengths[i] = static_cast<int>(Params[i].Bytes.size());
-        formats[i] = Params[i].Kind == Param_Kind::Blob ? 1 : 0;
-    }
-    Result result(PQexecPrepared(Owner.Handle(), Name.c_str(), Count, values.data(), lengths.data(),
-                                 formats.data(), 0));
+    const Pg_Wire_Params wire = Pg_On_The_Wire(Params, false);
+    Result result(PQexecPrepared(Owner.Handle(), Name.c_str(), Count, wire.Values.data(), wire.Lengths.data(),
+                                 wire.Formats.data(), 0));
     if (result == nullptr || !Pg_Succeeded(result.get()))
         Owner.Check(std::move(result), "the store refused a statement");
     Rows = std::move(result);
@@ -355,6 +291,25 @@ std::size_t Skip_Quoted(const std::string& sql, std::size_t at)
 void Ignore_Notice(void*, const char*) {}
 
 }  // namespace
+
+Pg_Wire_Params Pg_On_The_Wire(const std::vector<Pg_Param>& params, bool typed_text)
+{
+    Pg_Wire_Params wire;
+    for (const Pg_Param& param : params) {
+        Oid type = 0;  // the server's choice
+        if (param.Kind == Pg_Param_Kind::Blob)
+            type = 17;  // BYTEA
+        else if (param.Kind == Pg_Param_Kind::Number)
+            type = 20;  // INT8: "? + 1" would otherwise be a 32-bit integer
+        else if (typed_text && param.Kind == Pg_Param_Kind::Text)
+            type = 25;  // TEXT
+        wire.Types.push_back(type);
+        wire.Values.push_back(param.Kind == Pg_Param_Kind::Null ? nullptr : param.Bytes.data());
+        wire.Lengths.push_back(static_cast<int>(param.Bytes.size()));
+        wire.Formats.push_back(param.Kind == Pg_Param_Kind::Blob ? 1 : 0);
+    }
+    return wire;
+}
 
 bool Pg_Succeeded(const PGresult* result)
 {

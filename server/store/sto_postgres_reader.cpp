@@ -200,14 +200,7 @@ struct Time_Limit {
     }
 };
 
-enum class Param_Kind { Text, Number, Blob, Null };
-
-struct Param {
-    Param_Kind Kind = Param_Kind::Null;
-    std::string Bytes;
-};
-
-class Pg_Cursor final : public Sto_Cursor {
+class Pg_Cursor final : public Pg_Values<Sto_Cursor> {
 public:
     struct Setup {
         PGconn* Conn;
@@ -218,31 +211,10 @@ public:
         bool Restricted;       // a user's SQL: run as the query role
     };
 
-    explicit Pg_Cursor(Setup setup) : S(std::move(setup)), Params(static_cast<std::size_t>(S.Count)) {}
+    explicit Pg_Cursor(Setup setup) : Pg_Values(setup.Count), S(std::move(setup)) {}
     ~Pg_Cursor() override { End(); }
     Pg_Cursor(const Pg_Cursor&) = delete;
     Pg_Cursor& operator=(const Pg_Cursor&) = delete;
-
-    Sto_Statement& Bind(int index, std::string_view text) override
-    {
-        Slot(index) = {Param_Kind::Text, std::string(text)};
-        return *this;
-    }
-    Sto_Statement& Bind(int index, int64_t number) override
-    {
-        Slot(index) = {Param_Kind::Number, std::to_string(number)};
-        return *this;
-    }
-    Sto_Statement& Bind_Blob(int index, const std::vector<unsigned char>& bytes) override
-    {
-        Slot(index) = {Param_Kind::Blob, std::string(bytes.begin(), bytes.end())};
-        return *this;
-    }
-    Sto_Statement& Bind_Null(int index) override
-    {
-        Slot(index) = Param{};
-        return *this;
-    }
 
     bool Next() override
     {
@@ -260,11 +232,6 @@ public:
         return true;
     }
 
-    bool Is_Null(int column) override { return PQgetisnull(Rows.get(), Current(), column) != 0; }
-    std::string Text(int column) override { return Pg_Text(Rows.get(), Current(), column); }
-    int64_t Number(int column) override { return Pg_Number(Rows.get(), Current(), column); }
-    std::vector<unsigned char> Blob(int column) override { return Pg_Blob(Rows.get(), Current(), column); }
-
     int Column_Count() override { return PQnfields(Description().get()); }
     std::string Column_Name(int column) override
     {
@@ -273,20 +240,10 @@ public:
     }
 
 private:
-    Param& Slot(int index)
+    void Before_Bind() override
     {
         if (Started)
             throw Sto_Error("cannot bind a value: the query has already run");
-        if (index < 1 || index > S.Count)
-            throw Sto_Error("cannot bind a value: parameter " + std::to_string(index) + " of " +
-                            std::to_string(S.Count));
-        return Params[static_cast<std::size_t>(index - 1)];
-    }
-    int Current() const
-    {
-        if (Rows == nullptr || Row < 0 || Row >= PQntuples(Rows.get()))
-            throw Sto_Error("the store has no current row to read");
-        return Row;
     }
 
     [[noreturn]] void Fail(const PGresult* result, const std::string& what)
@@ -343,24 +300,10 @@ private:
 
     Pg_Result Declare(bool typed_text)
     {
-        std::vector<Oid> types(Params.size(), 0);
-        std::vector<const char*> values(Params.size());
-        std::vector<int> lengths(Params.size()), formats(Params.size());
-        for (std::size_t i = 0; i < Params.size(); ++i) {
-            const Param& param = Params[i];
-            if (param.Kind == Param_Kind::Blob)
-                types[i] = 17;  // BYTEA
-            else if (param.Kind == Param_Kind::Number)
-                types[i] = 20;  // INT8
-            else if (typed_text && param.Kind == Param_Kind::Text)
-                types[i] = 25;  // TEXT
-            values[i] = param.Kind == Param_Kind::Null ? nullptr : param.Bytes.data();
-            lengths[i] = static_cast<int>(param.Bytes.size());
-            formats[i] = param.Kind == Param_Kind::Blob ? 1 : 0;
-        }
+        const Pg_Wire_Params wire = Pg_On_The_Wire(Params, typed_text);
         const std::string sql = "DECLARE " + S.Name + " NO SCROLL CURSOR FOR " + S.Sql;
-        return Pg_Result(PQexecParams(S.Conn, sql.c_str(), S.Count, types.data(), values.data(), lengths.data(),
-                                      formats.data(), 0));
+        return Pg_Result(PQexecParams(S.Conn, sql.c_str(), S.Count, wire.Types.data(), wire.Values.data(),
+                                      wire.Lengths.data(), wire.Formats.data(), 0));
     }
 
     // The next batch, in one round trip with the time the statement may take.
@@ -410,10 +353,7 @@ private:
     }
 
     Setup S;
-    std::vector<Param> Params;
-    Pg_Result Rows;
     Pg_Result Described;
-    int Row = -1;
     bool Started = false, Ended = false, Finished = false;
 };
 
