@@ -173,3 +173,97 @@ TEST_F(TracedClassTest, TheSharedMembersServeEachContainer) {
 
 }  // namespace
 
+// ---- Utl_Arguments as a traced class
+
+namespace {
+
+std::string Image_Of_Registry() {
+    Fnd_String image;
+    Utl_Tracing::Image(image, false);
+    return Narrow(image);
+}
+
+}  // namespace
+
+TEST_F(TracedClassTest, ArgumentsPrintTheirOperationsAndShowTheirVector) {
+    Utl_Arguments arguments(0);
+    arguments.Set_Name(u"argv");
+    arguments.Trace.specific_trace = (1 << 25) | (1 << 30) | (1 << 22);
+    arguments.Trace.specific_show = (1 << 20) | (1 << 28);
+    testing::internal::CaptureStdout();
+    arguments.Add(u"b", 1);
+    Fnd_String moved(u"a");
+    arguments.Transfer_Add(moved);
+    arguments.Sort();
+    arguments.Insert(0, u"c", 0);  // shown, not traced
+    (void)arguments.Get_Argv_With_Null();  // no other word set
+    arguments.Delete(0, 1);
+    arguments.Make_Empty();
+    EXPECT_EQ(Without(testing::internal::GetCapturedStdout(), &arguments),
+              "\n==> Utl_Arguments: argv @ Add b\n"
+              "\n==> Utl_Arguments: argv @ Transfer_Add a\n"
+              "\n==> Utl_Arguments: argv @ Sort\n"
+              "\n--- Utl_Arguments: argv @ Insert\n   c\n   a\n   b\n"
+              "\n==> Utl_Arguments: argv @ Delete \n"
+              "\n--- Utl_Arguments: argv @ Make_Empty\n   b\n");
+    testing::internal::CaptureStdout();
+    arguments.Show(u"now");
+    EXPECT_EQ(Without(testing::internal::GetCapturedStdout(), &arguments),
+              "\n--- Utl_Arguments: argv @ now\n   empty_array\n");
+}
+
+TEST_F(TracedClassTest, ArgumentsReportToTheRegistryUnderTheirClassKey) {
+    Utl_Tracing::trace_objects = 1;
+    {
+        Utl_Arguments first(0);
+        Utl_Arguments copy(first);
+        EXPECT_EQ(Image_Of_Registry(), "arguments objects_seen: 2, current: 2, freed: 0");
+    }
+    EXPECT_EQ(Image_Of_Registry(), "arguments objects_seen: 2, current: 0, freed: 0");
+}
+
+// "set" reaches the words that an argument vector has (`words` 2123) and only those.
+TEST_F(TracedClassTest, ArgumentsTakeTheirWordsByOperation) {
+    Utl_Arguments arguments(4);
+    arguments.Add(u"x", 1);
+    arguments.Register_Object(u"args");
+    const auto operation = [](const char16_t* Command, const char16_t* First,
+                              const char16_t* Second) {
+        Utl_Tracing::Object_Operation(Fnd_String(u"args"), Fnd_String(Command), Fnd_String(First),
+                                      Fnd_String(Second));
+    };
+    const struct {
+        const char16_t* Bit;
+        const char* Word;
+        std::function<int32_t()> Value;
+    } words[] = {
+        {u"1", "level", [&] { return arguments.Trace.trace; }},
+        {u"2", "first trace mask", [&] { return arguments.Trace.specific_trace; }},
+        {u"8", "other trace", [&] { return int32_t(arguments.other_trace); }},
+        {u"64", "first show mask", [&] { return arguments.Trace.specific_show; }},
+        {u"2048", "break mask", [&] { return arguments.Trace.specific_break; }},
+    };
+    for (const auto& w : words) {
+        operation(u"set", w.Bit, u"5");
+        EXPECT_EQ(w.Value(), 5) << w.Word;
+    }
+    // An argument vector has no second masks.
+    operation(u"set", u"4", u"5");
+    operation(u"set", u"128", u"5");
+    EXPECT_EQ(arguments.Trace.specific2_trace, 0);
+    EXPECT_EQ(arguments.Trace.specific2_show, 0);
+
+    operation(u"clear", u"0", u"");
+    EXPECT_EQ(arguments.Trace.trace, 0);
+    EXPECT_EQ(arguments.Trace.specific_trace, 0);
+    EXPECT_EQ(int32_t(arguments.other_trace), 0);
+    EXPECT_EQ(arguments.Trace.specific_show, 5) << "the show words stay";
+
+    arguments.other_trace = 1;
+    testing::internal::CaptureStdout();
+    (void)arguments.Get_Argv_With_Null();
+    operation(u"show", u"info", u"");
+    EXPECT_EQ(Without(testing::internal::GetCapturedStdout(), &arguments),
+              "\n==> Utl_Arguments: args @ Get_Argv_With_Null\n"
+              "name: args, length: 1, size: 4\n");
+}
