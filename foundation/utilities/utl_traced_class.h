@@ -124,8 +124,9 @@ template <class Detail_Function, class Image_Function, class Body_Function>
 // makes the caller keep that value in memory on the hot path too).
 template <class Detail_Function, class Image_Function, class Body_Function>
 inline auto Utl_Traced_Call(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
-                            const void* Address, const Utl_Trace_Op& Op, Detail_Function Detail,
-                            Image_Function Image, Body_Function Body) {
+                            const void* Address, const Utl_Trace_Op& Op,
+                            const Detail_Function& Detail, const Image_Function& Image,
+                            const Body_Function& Body) {
     if (Utl_Trace_Maybe()) [[unlikely]]
         return Utl_Traced_Call_Slow(Class, Object, Address, Op, Detail, Image, Body);
     return Body();
@@ -144,8 +145,8 @@ template <class Detail_Function, class Body_Function>
 
 template <class Detail_Function, class Body_Function>
 inline auto Utl_Traced_Call(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
-                            const void* Address, const Utl_Trace_Op& Op, Detail_Function Detail,
-                            Body_Function Body) {
+                            const void* Address, const Utl_Trace_Op& Op,
+                            const Detail_Function& Detail, const Body_Function& Body) {
     if (Utl_Trace_Maybe()) [[unlikely]]
         return Utl_Traced_Call_Slow(Class, Object, Address, Op, Detail, Body);
     return Body();
@@ -227,13 +228,15 @@ protected:
     // and its show block after. Detail and Body should capture by value what the caller
     // holds by value, see Utl_Traced_Call.
     template <class Detail_Function, class Body_Function>
-    auto Traced(const Utl_Trace_Op& Op, Detail_Function Detail, Body_Function Body) const {
+    auto Traced(const Utl_Trace_Op& Op, const Detail_Function& Detail,
+                const Body_Function& Body) const {
         return Utl_Traced_Call(Derived::Trace_Class, Trace, self(), Op, Detail, Image_Of(self()),
                                Body);
     }
     // The same with the trace line only, for lookups and operations that show nothing.
     template <class Detail_Function, class Body_Function>
-    auto Traced_Line(const Utl_Trace_Op& Op, Detail_Function Detail, Body_Function Body) const {
+    auto Traced_Line(const Utl_Trace_Op& Op, const Detail_Function& Detail,
+                     const Body_Function& Body) const {
         return Utl_Traced_Call(Derived::Trace_Class, Trace, self(), Op, Detail, Body);
     }
 
