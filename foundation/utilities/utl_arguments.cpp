@@ -6,29 +6,30 @@
 #include "foundation/base/fnd_array_errors.h"
 #include "foundation/base/fnd_assert.h"
 #include "foundation/base/fnd_string_library.h"
-#include "foundation/base/fnd_trace.h"
 #include "foundation/utilities/utl_string_map.h"
 #include "foundation/utilities/utl_string_utilities.h"
+#include "foundation/utilities/utl_tracing.h"
 #include "foundation/utilities/utl_type_utilities.h"
 #include "ztcoreutil/tchar.h"
 
 namespace {
 
-// Trace bits of the operations.
-enum : int32_t {
-    Bit_Constructor = 1 << 0,
-    Bit_Copy = 1 << 1,
-    Bit_Destructor = 1 << 4,
-    Bit_Recreate = 1 << 18,
-    Bit_Add_Values = 1 << 19,
-    Bit_Make_Empty = 1 << 20,
-    Bit_Shorten = 1 << 21,
-    Bit_Sort = 1 << 22,
-    Bit_Add = 1 << 25,
-    Bit_Set = 1 << 27,
-    Bit_Insert = 1 << 28,
-    Bit_Delete = 1 << 30,
-};
+// The traced operations: label, bit of the first mask, level.
+const Utl_Trace_Op Op_Copy{u" copy_constructor ", Utl_Op_Copy, false, 2};
+const Utl_Trace_Op Op_Destructor{u" destructor", Utl_Op_Destructor, false, 2};
+const Utl_Trace_Op Op_Recreate{u" Recreate ", Utl_Op_Recreate};
+const Utl_Trace_Op Op_Add_Values{u" Add_Values ", Utl_Op_Add_Values};
+const Utl_Trace_Op Op_Make_Empty{u" Make_Empty", Utl_Op_Make_Empty};
+const Utl_Trace_Op Op_Shorten{u" Shorten ", Utl_Op_Shorten};
+const Utl_Trace_Op Op_Sort{u" Sort", Utl_Op_Sort};
+const Utl_Trace_Op Op_Add{u" Add ", Utl_Op_Add};
+const Utl_Trace_Op Op_Transfer_Add{u" Transfer_Add ", Utl_Op_Add};
+const Utl_Trace_Op Op_Set{u" Set ", Utl_Op_Set};
+const Utl_Trace_Op Op_Insert{u" Insert ", Utl_Op_Insert};
+const Utl_Trace_Op Op_Delete{u" Delete ", Utl_Op_Delete};
+const Utl_Trace_Op Op_Transfer_Delete{u" Transfer_Delete ", Utl_Op_Delete};
+
+Fnd_String Text_Of(const Code_Unit* Text) { return Fnd_String(Text ? Text : u""); }
 
 long Units(const Code_Unit* Text) {
     long length = 0;
@@ -67,7 +68,7 @@ bool Is_Blank(Code_Unit U) { return U == u' ' || U == u'\t'; }
 
 Utl_Arguments::Utl_Arguments(long Size) : Capacity(Size < 1 ? 10 : Size) {
     Items.reserve(static_cast<size_t>(Capacity) + 1);
-    if (Tracing(2, Bit_Constructor)) Trace_Line(u" constructor " + Fnd_String(u""));
+    Trace_Created();
 }
 
 Utl_Arguments::Utl_Arguments(Fnd_String& Text, long Size) : Utl_Arguments(Size) { Add_Values(Text); }
@@ -78,7 +79,8 @@ Utl_Arguments::Utl_Arguments(const Utl_String_Map& Map, long Copy) : Utl_Argumen
 }
 
 Utl_Arguments::Utl_Arguments(const Utl_Arguments& Other) : Utl_Arguments(Other.Get_Count()) {
-    if (Tracing(2, Bit_Copy)) Trace_Line(u" copy_constructor ");
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Before(Op_Copy, Fnd_String::Null);
     for (const Code_Unit* text : Other.Items) {
         if (text)
             Add(text, 1);
@@ -88,8 +90,9 @@ Utl_Arguments::Utl_Arguments(const Utl_Arguments& Other) : Utl_Arguments(Other.G
 }
 
 Utl_Arguments::~Utl_Arguments() {
-    if (Tracing(2, Bit_Destructor)) Trace_Line(u" destructor");
-    if (Showing(Bit_Destructor)) Show(u"destructor");
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Show(Op_Destructor);
+    Trace_Deleted();
     for (Code_Unit* text : Copied) delete[] text;
 }
 
@@ -100,19 +103,38 @@ bool Utl_Arguments::Is_Owned(long Index) const {
 
 // ---- Tracing
 
-bool Utl_Arguments::Tracing(long Level, int32_t Bit) const {
-    return Fnd_Tracing(std::max(Trace.trace, Class_Trace.trace), static_cast<int32_t>(Level),
-                       Trace.specific_trace | Class_Trace.specific_trace, Bit);
+const Utl_Trace_Class Utl_Arguments::Trace_Class{
+    u"Utl_Arguments", u"arguments", Class_Trace, 2123, &Operation, u"empty_array"};
+
+void Utl_Arguments::Trace_Image(Fnd_String& Out) const {
+    Image(Out, 1, 1, Utl_Type_Utilities::Prefix);
 }
 
-bool Utl_Arguments::Showing(int32_t Bit) const {
-    return ((Trace.specific_show | Class_Trace.specific_show) & Bit) != 0;
+void Utl_Arguments::Trace_Before(const Utl_Trace_Op& Op, const Fnd_String& Detail) const {
+    if (Utl_Trace_Active(Class_Trace, Trace))
+        Utl_Traced::Before(Trace_Class, Trace, this, Op, Detail);
 }
 
-void Utl_Arguments::Trace_Line(const Fnd_String& Text) const {
-    Fnd_String line(Trace.name ? Trace.name : u"");
-    line.Append(Text);
-    Fnd_Trace_Line(u"Utl_Arguments", line);
+void Utl_Arguments::Trace_Show(const Utl_Trace_Op& Op) const {
+    if (Utl_Trace_Active(Class_Trace, Trace))
+        Utl_Traced::After(Trace_Class, Trace, this, Op,
+                          [this](Fnd_String& Out) { Trace_Image(Out); });
+}
+
+void Utl_Arguments::Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                              const Fnd_String& Second) {
+    Utl_Traced_Class::Operation(Object, Command, First, Second);
+    auto* arguments = static_cast<Utl_Arguments*>(Object);
+    long word = -1;
+    if (!arguments || !Utl_Tracing::Read_Number(First, word)) return;
+    long value = 0;
+    if (Command == u"set" && word == Utl_Word_Other_Trace &&
+        Utl_Tracing::Read_Number(Second, value))
+        arguments->other_trace = static_cast<int32_t>(value);
+    else if (Command == u"clear" && word == Utl_Trace_Kind_Trace)
+        arguments->other_trace = 0;
+    else if (Command == u"clear" && word == Utl_Trace_Kind_Show)
+        arguments->other_show = 0;
 }
 
 // ---- Filling
@@ -163,24 +185,30 @@ void Utl_Arguments::add_items(Code_Unit* Text) {
         *p = 0;
         Code_Unit* entry = Enquote(word);
         Store(Get_Count(), entry, true, true);
-        if (Tracing(3, Bit_Add)) Trace_Line(u" Add " + Fnd_String(entry));
+        if (Utl_Trace_Maybe()) [[unlikely]]
+            Trace_Before(Op_Add, Fnd_String(entry));
         if (at_end) return;
         ++p;
     }
 }
 
 void Utl_Arguments::Add_Values(Fnd_String& Text) {
-    if (Showing(Bit_Add_Values)) Show(u"Add_Values");
-    if (Tracing(3, Bit_Add_Values)) Trace_Line(u" Add_Values " + Text);
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Show(Op_Add_Values);
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Before(Op_Add_Values, Text);
     if (!Text.Is_Empty()) add_items(&Text[0]);
-    if (Showing(Bit_Add_Values)) Show(u"Add_Values");
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Show(Op_Add_Values);
 }
 
 void Utl_Arguments::Recreate(Fnd_String& Text) {
-    if (Tracing(3, Bit_Recreate)) Trace_Line(u" Recreate " + Text);
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Before(Op_Recreate, Text);
     Make_Empty();
     if (!Text.Is_Empty()) add_items(&Text[0]);
-    if (Showing(Bit_Recreate)) Show(u"Recreate");
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Show(Op_Recreate);
 }
 
 void Utl_Arguments::Add_Tokens(const Fnd_String& Text) {
@@ -192,98 +220,122 @@ void Utl_Arguments::Add_Tokens(const Fnd_String& Text) {
 void Utl_Arguments::Add(const Fnd_String& Text) { Add(Text.Data(), 1); }
 
 void Utl_Arguments::Add(const Code_Unit* Text, long Copy) {
-    if (Tracing(3, Bit_Add)) Trace_Line(u" Add " + Fnd_String(Text ? Text : u""));
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Before(Op_Add, Text_Of(Text));
     Store(Get_Count(), Copy && Text ? Copy_Of(Text) : const_cast<Code_Unit*>(Text), Copy != 0, true);
-    if (Showing(Bit_Add)) Show(u"Add");
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Show(Op_Add);
 }
 
 void Utl_Arguments::Transfer_Add(Fnd_String& Text) {
-    if (Tracing(3, Bit_Add)) Trace_Line(u" Transfer_Add " + Text);
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Before(Op_Transfer_Add, Text);
     const long length = Text.Get_Length();
     Code_Unit* data = Text.Transfer();
     // Transfer hands over the buffer as it is; make sure it ends at the length.
     if (!data) data = Copy_Of(u"", 0);
     data[length] = 0;
     Store(Get_Count(), data, true, true);
-    if (Showing(Bit_Add)) Show(u"Transfer_Add");
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Show(Op_Transfer_Add);
 }
 
 void Utl_Arguments::Transfer_Add(Code_Unit* Text) {
-    if (Tracing(3, Bit_Add)) Trace_Line(u" Transfer_Add " + Fnd_String(Text ? Text : u""));
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Before(Op_Transfer_Add, Text_Of(Text));
     Store(Get_Count(), Text, true, true);
-    if (Showing(Bit_Add)) Show(u"Transfer_Add");
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Show(Op_Transfer_Add);
 }
 
 void Utl_Arguments::Set(long Index, const Fnd_String& Text) { Set(Index, Text.Data(), 1); }
 
 void Utl_Arguments::Set(long Index, const Code_Unit* Text, long Copy) {
-    if (Tracing(3, Bit_Set)) Trace_Line(u" Set " + Fnd_String(Text ? Text : u""));
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Before(Op_Set, Text_Of(Text));
     Store(Index, Copy && Text ? Copy_Of(Text) : const_cast<Code_Unit*>(Text), Copy != 0, false);
-    if (Showing(Bit_Set)) Show(u"Set");
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Show(Op_Set);
 }
 
 void Utl_Arguments::Insert(long Index, const Fnd_String& Text) { Insert(Index, Text.Data(), 1); }
 
 void Utl_Arguments::Insert(long Index, const Code_Unit* Text, long Copy) {
-    if (Tracing(3, Bit_Insert)) Trace_Line(u" Insert " + Fnd_String(Text ? Text : u""));
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Before(Op_Insert, Text_Of(Text));
     Store(Index, Copy && Text ? Copy_Of(Text) : const_cast<Code_Unit*>(Text), Copy != 0, true);
-    if (Showing(Bit_Insert)) Show(u"Insert");
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Show(Op_Insert);
 }
 
 void Utl_Arguments::Delete(long Index) { Delete(Index, Index); }
 
 void Utl_Arguments::Delete(long First, long Last) {
-    if (Tracing(3, Bit_Delete)) Trace_Line(u" Delete ");
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Before(Op_Delete, Fnd_String::Null);
     if (First < 0 || Last >= Get_Count() || First > Last)
         Fnd_Assert(0, Fnd_Array_Range_Error(0, Get_Count() - 1, First < 0 || First > Last ? First : Last),
                    Fnd_String::Null);
     Items.erase(Items.begin() + First, Items.begin() + Last + 1);
-    if (Showing(Bit_Delete)) Show(u"Delete");
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Show(Op_Delete);
 }
 
 Code_Unit* Utl_Arguments::Transfer_Delete(long Index) {
-    if (Tracing(3, Bit_Delete)) Trace_Line(u" Transfer_Delete ");
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Before(Op_Transfer_Delete, Fnd_String::Null);
     if (Index < 0 || Index >= Get_Count())
         Fnd_Assert(0, Fnd_Array_Range_Error(0, Get_Count() - 1, Index), Fnd_String::Null);
     auto* text = const_cast<Code_Unit*>(Items[static_cast<size_t>(Index)]);
     Items.erase(Items.begin() + Index);
     auto owned = std::find(Copied.begin(), Copied.end(), text);
     if (text && owned != Copied.end()) Copied.erase(owned);
-    if (Showing(Bit_Delete)) Show(u"Transfer_Delete");
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Show(Op_Transfer_Delete);
     return text;
 }
 
 void Utl_Arguments::Make_Empty() {
-    if (Tracing(3, Bit_Make_Empty)) Trace_Line(u" Make_Empty");
-    if (Showing(Bit_Make_Empty)) Show(u"Make_Empty");
+    if (Utl_Trace_Maybe()) [[unlikely]] {
+        Trace_Before(Op_Make_Empty, Fnd_String::Null);
+        Trace_Show(Op_Make_Empty);
+    }
     for (Code_Unit* text : Copied) delete[] text;
     Copied.clear();
     Items.clear();
 }
 
 void Utl_Arguments::Shorten(long N) {
-    if (Tracing(3, Bit_Shorten)) Trace_Line(u" Shorten ");
-    if (Showing(Bit_Shorten)) Show(u"Shorten");
+    if (Utl_Trace_Maybe()) [[unlikely]] {
+        Trace_Before(Op_Shorten, Fnd_String::Null);
+        Trace_Show(Op_Shorten);
+    }
     Items.resize(static_cast<size_t>(std::max(0L, Get_Count() - std::max(0L, N))));
 }
 
 void Utl_Arguments::Sort() {
-    if (Tracing(3, Bit_Sort)) Trace_Line(u" Sort");
-    if (Showing(Bit_Sort)) Show(u"Sort");
+    if (Utl_Trace_Maybe()) [[unlikely]] {
+        Trace_Before(Op_Sort, Fnd_String::Null);
+        Trace_Show(Op_Sort);
+    }
     // Null cells first, as an empty text would sort.
     std::stable_sort(Items.begin(), Items.end(), [](const Code_Unit* A, const Code_Unit* B) {
         if (!A || !B) return !A && B;
         return _tcscmp(A, B) < 0;
     });
-    if (Showing(Bit_Sort)) Show(u"Sort");
+    if (Utl_Trace_Maybe()) [[unlikely]]
+        Trace_Show(Op_Sort);
 }
 
 // ---- Reading
 
 const Code_Unit* const* Utl_Arguments::Get_Argv_With_Null() {
-    if ((other_trace | Class_Trace.specific2_trace) & 1) Trace_Line(u" Get_Argv_With_Null");
+    if (Utl_Trace_Maybe() && ((other_trace | Class_Trace.specific2_trace) & 1)) [[unlikely]]
+        Utl_Traced::Line(Trace_Class, Trace, this, u" Get_Argv_With_Null", Fnd_String::Null);
     Argv.assign(Items.begin(), Items.end());
     if (Argv.empty() || Argv.back() != nullptr) Argv.push_back(nullptr);
+    if (Utl_Trace_Maybe() && ((other_show | Class_Trace.specific2_show) & 1)) [[unlikely]]
+        Show(u"Get_Argv_With_Null");
     return Argv.data();
 }
 
@@ -308,24 +360,6 @@ const Fnd_String& Utl_Arguments::Image(long By_Lines, const Code_Unit* Prefix) c
     static Fnd_String* image = new Fnd_String;
     Image(*image, By_Lines, 0, Prefix);
     return *image;
-}
-
-void Utl_Arguments::Show(const Code_Unit* Label) const {
-    Fnd_String text(u" show");
-    if (Label) {
-        text.Append(u" ");
-        text.Append(Label);
-    }
-    Fnd_String image;
-    if (Items.empty()) {
-        image.Append(Utl_Type_Utilities::Prefix);
-        image.Append(Utl_Type_Utilities::Empty_Array);
-    } else {
-        Image(image, 1, 0, Utl_Type_Utilities::Prefix);
-    }
-    text.Append(u"\n");
-    text.Append(image);
-    Trace_Line(text);
 }
 
 void Utl_Arguments::Range_Delete(long Range) { delete reinterpret_cast<Utl_Arguments*>(Range); }

@@ -17,17 +17,19 @@
 
 #include "foundation/base/fnd_code_unit.h"
 #include "foundation/base/fnd_string.h"
-#include "foundation/utilities/utl_trace_words.h"
+#include "foundation/utilities/utl_traced_class.h"
 
 class Utl_String_Map;
 
-class Utl_Arguments {
+// Traced as the containers are (Utl_Traced_Class), under the class key "arguments",
+// with the level, the first trace mask, the first show mask, the break mask and its own
+// other words; the other words of the class are the second masks of Class_Trace.
+class Utl_Arguments : public Utl_Traced_Class<Utl_Arguments> {
 public:
-    static inline Utl_Trace_Words Class_Trace;
-    Utl_Trace_Words Trace;
-    // Bit 0 traces and shows Get_Argv_With_Null.
-    int32_t other_trace = 0;
-    int32_t other_show = 0;
+    // Bit 0 traces and shows Get_Argv_With_Null. "set" with the bit value 8 sets
+    // other_trace; "clear" of the trace words clears it, of the show words other_show.
+    Utl_Trace_Word other_trace = 0;
+    Utl_Trace_Word other_show = 0;
 
     // Room for Size texts (10 when Size is below 1).
     explicit Utl_Arguments(long Size = 0);
@@ -83,21 +85,30 @@ public:
     virtual void Image(Fnd_String& Out, long By_Lines, long Append, const Code_Unit* Prefix) const;
     // The same in one static string, good until the next call.
     virtual const Fnd_String& Image(long By_Lines, const Code_Unit* Prefix) const;
-    // The image on the trace output, under Label.
-    void Show(const Code_Unit* Label) const;
+    // The class's Operation: the other words, then those of every traced class.
+    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                          const Fnd_String& Second);
 
     // For the range kind of maps: both let a null pass.
     static void Range_Delete(long Range);
     static long Range_Copy(long Range);
 
 private:
+    // What its tracing needs to know (Utl_Traced_Class).
+    friend class Utl_Traced_Class<Utl_Arguments>;
+    static const Utl_Trace_Class Trace_Class;
+    void Trace_Image(Fnd_String& Out) const;
+    long Trace_Count() const { return Get_Count(); }
+    long Trace_Capacity() const { return Capacity; }
+
     void add_items(Code_Unit* Text);
     void Store(long Index, Code_Unit* Text, bool Owned, bool Insert);
     void Grow();
     void Own(Code_Unit* Text);
-    bool Tracing(long Level, int32_t Bit) const;
-    bool Showing(int32_t Bit) const;
-    void Trace_Line(const Fnd_String& Text) const;
+    // The trace line of Op (and its break) with Detail behind the label, and its show
+    // block; each only when the words ask for it, and out of line.
+    [[gnu::cold]] void Trace_Before(const Utl_Trace_Op& Op, const Fnd_String& Detail) const;
+    [[gnu::cold]] void Trace_Show(const Utl_Trace_Op& Op) const;
 
     std::vector<const Code_Unit*> Items;
     long Capacity = 0;

@@ -14,6 +14,9 @@
 #include "foundation/host/hst_primitives.h"
 #include "foundation/utilities/utl_tracing_utilities.h"
 
+using Utl_Traced::Address_Text;
+using Utl_Traced::Number_Text;
+
 namespace {
 
 constexpr long Recycled_Capacities = 51;  // lists for the capacities 0 to 50
@@ -34,67 +37,13 @@ void Move_Cells(void** To, void* const* From, long Count) {
 
 }  // namespace
 
-
-namespace {
-
-[[maybe_unused]] Fnd_String Trace_Quoted(const Fnd_String& Text) {
-    Fnd_String out;
-    Utl_Tracing_Utilities::Value(out, Text, 1, 0);
-    return out;
-}
-
-[[maybe_unused]] Fnd_String Trace_Word(long Word) {
-    Fnd_String out;
-    Utl_Tracing_Utilities::Value(out, Word, 0);
-    return out;
-}
-
-[[maybe_unused]] Fnd_String Trace_Pointer(const void* Word) {
-    Fnd_String out;
-    Utl_Tracing_Utilities::Value(out, Word, 0);
-    return out;
-}
-
-}  // namespace
-
 // ---- Tracing
 
-namespace {
+const Utl_Trace_Class Utl_Pointer_Array::Trace_Class{
+    u"Utl_Pointer_Array", u"pointer_array", Class_Trace, 2247, &Operation, u"empty_array"};
 
-void Trace_Image(const Utl_Pointer_Array& Object, Fnd_String& Out) {
-    Object.Image(Out, Fnd_String::Null, 1, 1, Utl_Type_Utilities::Prefix);
-}
-
-auto Image_Of(const Utl_Pointer_Array* Object) {
-    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
-}
-
-}  // namespace
-
-const Utl_Trace_Class Array_Class{u"Utl_Pointer_Array", u"pointer_array",
-                                  Utl_Pointer_Array::Class_Trace, 2247,
-                          &Utl_Pointer_Array::Operation, u"empty_array"};
-
-void Utl_Pointer_Array::Show(const Code_Unit* Label) const {
-    Utl_Traced::Show(Array_Class, Trace, this, Label,
-                     [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-}
-
-void Utl_Pointer_Array::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
-                                        void* Parent) {
-    Utl_Traced::Register_Object(Array_Class, Trace, this, Name, Operation, Parent);
-}
-
-void Utl_Pointer_Array::Set_Name(const Code_Unit* Name, void* Parent) {
-    Utl_Traced::Set_Name(Array_Class, Trace, this, Name, Parent);
-}
-
-void Utl_Pointer_Array::Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
-                      const Fnd_String& Second) {
-    auto* object = static_cast<Utl_Pointer_Array*>(Object);
-    Utl_Traced::Operation(Array_Class, object ? &object->Trace : nullptr, object, Command, First,
-                          Second, object ? object->Count : 0, object ? object->Capacity : 0,
-                          [object](Fnd_String& Out) { Trace_Image(*object, Out); });
+void Utl_Pointer_Array::Trace_Image(Fnd_String& Out) const {
+    Image(Out, Fnd_String::Null, 1, 1, Utl_Type_Utilities::Prefix);
 }
 
 namespace {
@@ -118,7 +67,7 @@ Utl_Pointer_Array::Utl_Pointer_Array(long Size, long Options, Utl_Element_Delete
       Copier(Copier),
       Capacity(static_cast<int32_t>(Default_Capacity(Size))),
       Options(static_cast<int32_t>(Options)) {
-    Utl_Trace_Created(Array_Class, Trace, this);
+    Trace_Created();
 }
 
 Utl_Pointer_Array::Utl_Pointer_Array(const Utl_Pointer_Array& Other)
@@ -132,7 +81,7 @@ Utl_Pointer_Array::Utl_Pointer_Array(const Utl_Pointer_Array& Other)
       Options(Other.Options) {
     for (long i = 0; i < Count; ++i)
         Elements[i] = Copier && Other.Elements[i] ? Copier(Other.Elements[i]) : Other.Elements[i];
-    Utl_Trace_Created(Array_Class, Trace, this);
+    Trace_Created();
 }
 
 Utl_Pointer_Array& Utl_Pointer_Array::operator=(const Utl_Pointer_Array& Other) {
@@ -150,7 +99,7 @@ Utl_Pointer_Array& Utl_Pointer_Array::operator=(const Utl_Pointer_Array& Other) 
 }
 
 Utl_Pointer_Array::~Utl_Pointer_Array() {
-    Utl_Trace_Deleted(Array_Class, Trace, this);
+    Trace_Deleted();
     Make_Empty();
     delete[] Elements;
 }
@@ -184,7 +133,7 @@ Utl_Pointer_Array* Utl_Pointer_Array::Get(long Size, long Options, Utl_Element_D
     array->Trace.Reset();
     array->Count = 0;
     array->Set_Up(Options, Deleter, Replacer, Image, Copier);
-    Utl_Trace_Reused(Array_Class, array->Trace, array);
+    array->Trace_Reused();
     return array;
 }
 
@@ -194,7 +143,7 @@ void Utl_Pointer_Array::Free() {
         return;
     }
     Make_Empty();
-    Utl_Trace_Freed(Array_Class, Trace, this);
+    Trace_Freed();
     Trace.registered = 0;
     Fnd_Semaphore_Guard guard(Free_Lists_Lock, 1, 1, 1);
     if (!Free_Lists) Free_Lists = new Utl_Pointer_Array*[Recycled_Capacities]();
@@ -283,8 +232,8 @@ void Utl_Pointer_Array::Check_Index(long Index, long Last) const {
 }
 
 void Utl_Pointer_Array::Add(void* Element) {
-    const auto detail = [Element] { return Trace_Pointer(Element); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [this, Element] {
+    const auto detail = [Element] { return Address_Text(Element); };
+    return Traced(Op_Add, detail, [this, Element] {
         Grow_For_Append();
         Elements[Count++] = Element;
     });
@@ -295,8 +244,8 @@ void Utl_Pointer_Array::Add_To_Set(void* Element) {
 }
 
 void Utl_Pointer_Array::Remove(void* Element) {
-    const auto detail = [Element] { return Trace_Pointer(Element); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Remove, detail, Image_Of(this), [this, Element] {
+    const auto detail = [Element] { return Address_Text(Element); };
+    return Traced(Op_Remove, detail, [this, Element] {
         const long at = Index(Element);
         if (at < 0) return;
         Dispose(Elements[at]);
@@ -315,8 +264,10 @@ void Utl_Pointer_Array::Replace_Element(long Index, void* Element) {
 }
 
 void Utl_Pointer_Array::Set(long Index, void* Element) {
-    const auto detail = [Index, Element] { return Trace_Word(Index) + u" " + Trace_Pointer(Element); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Set, detail, Image_Of(this), [this, Index, Element] {
+    const auto detail = [Index, Element] {
+        return Number_Text(Index) + u" " + Address_Text(Element);
+    };
+    return Traced(Op_Set, detail, [this, Index, Element] {
         Check_Index(Index, INT32_MAX - 1);
         if (Index < Count)
             Replace_Element(Index, Element);
@@ -339,7 +290,7 @@ long Utl_Pointer_Array::Index(void* Element) const {
 
 void Utl_Pointer_Array::Sort(int (*Compare)(const void*, const void*)) {
     const auto detail = [] { return Fnd_String(); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Sort, detail, Image_Of(this), [this, Compare] {
+    return Traced(Op_Sort, detail, [this, Compare] {
         if (Count > 1) Hst_qsort(Elements, static_cast<size_t>(Count), sizeof(void*), Compare);
     });
 }
@@ -347,8 +298,8 @@ void Utl_Pointer_Array::Sort(int (*Compare)(const void*, const void*)) {
 void Utl_Pointer_Array::Delete(long Index) { Delete(Index, Index); }
 
 void Utl_Pointer_Array::Delete(long From, long To) {
-    const auto detail = [From, To] { return Trace_Word(From) + u" " + Trace_Word(To); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Delete, detail, Image_Of(this), [this, From, To] {
+    const auto detail = [From, To] { return Number_Text(From) + u" " + Number_Text(To); };
+    return Traced(Op_Delete, detail, [this, From, To] {
         Check_Index(From, Count - 1);
         Check_Index(To, Count - 1);
         if (To < From) return;
@@ -359,8 +310,10 @@ void Utl_Pointer_Array::Delete(long From, long To) {
 }
 
 void Utl_Pointer_Array::Insert(long Index, void* Element) {
-    const auto detail = [Index, Element] { return Trace_Word(Index) + u" " + Trace_Pointer(Element); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Insert, detail, Image_Of(this), [this, Index, Element] {
+    const auto detail = [Index, Element] {
+        return Number_Text(Index) + u" " + Address_Text(Element);
+    };
+    return Traced(Op_Insert, detail, [this, Index, Element] {
         Check_Index(Index, Count);
         Grow_For_Append();
         Move_Cells(Elements + Index + 1, Elements + Index, Count - Index);
@@ -414,16 +367,16 @@ void Utl_Pointer_Array::Transfer(Utl_Pointer_Array& Destination, long From, long
 }
 
 void Utl_Pointer_Array::Make_Empty() {
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); },
-                           [this]() -> void {
+    const auto detail = [] { return Fnd_String(); };
+    return Traced_Line(Op_Make_Empty, detail, [this]() -> void {
         for (long i = 0; i < Count; ++i) Dispose(Elements[i]);
         Count = 0;
     });
 }
 
 void Utl_Pointer_Array::Shorten(long N) {
-    const auto detail = [N] { return Trace_Word(N); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Shorten, detail, Image_Of(this), [this, N] {
+    const auto detail = [N] { return Number_Text(N); };
+    return Traced(Op_Shorten, detail, [this, N] {
         if (N < 1) return;
         const long keep = N >= Count ? 0 : Count - N;
         for (long i = keep; i < Count; ++i) Dispose(Elements[i]);

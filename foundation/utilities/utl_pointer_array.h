@@ -12,7 +12,7 @@
 #include <cstdint>
 
 #include "foundation/base/fnd_code_unit.h"
-#include "foundation/utilities/utl_trace_words.h"
+#include "foundation/utilities/utl_traced_class.h"
 
 class Fnd_String;
 class Utl_Pointer_Array;
@@ -24,12 +24,9 @@ typedef void (*Utl_Element_Image)(Fnd_String& Out, const Fnd_String& Options,
                                   const Utl_Pointer_Array& Array, long Index, void* Element,
                                   long Multiline, const Code_Unit* Prefix);
 
-class Utl_Pointer_Array {
+class Utl_Pointer_Array : public Utl_Traced_Class<Utl_Pointer_Array> {
 public:
     enum { Fill_Option = 1 };
-
-    static inline Utl_Trace_Words Class_Trace;
-    Utl_Trace_Words Trace;
 
     // Capacity Size, or 10 below 1. The cells aren't cleared.
     Utl_Pointer_Array(long Size = 10, long Options = 0, Utl_Element_Deleter Deleter = nullptr,
@@ -110,20 +107,14 @@ public:
     // Free arrays waiting on the list of a capacity, for tests and diagnostics.
     static long Free_List_Length(long Capacity);
 
-
-    // ---- Tracing (Utl_Tracing): with the words set, the operations print a line, show
-    // the object or enter the command loop.
-    // The image on the console stream under Label.
-    void Show(const Code_Unit* Label) const;
-    // Name is not copied and must outlive the registration.
-    void Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation = nullptr,
-                         void* Parent = nullptr);
-    void Set_Name(const Code_Unit* Name, void* Parent = nullptr);
-    // "set", "clear" and "show" on an object, see Utl_Tracing.
-    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
-                          const Fnd_String& Second);
-
 private:
+    // What its tracing needs to know (Utl_Traced_Class).
+    friend class Utl_Traced_Class<Utl_Pointer_Array>;
+    static const Utl_Trace_Class Trace_Class;
+    void Trace_Image(Fnd_String& Out) const;
+    long Trace_Count() const { return Count; }
+    long Trace_Capacity() const { return Capacity; }
+
     void** Elements;
     int32_t Count = 0;
     Utl_Element_Deleter Deleter;

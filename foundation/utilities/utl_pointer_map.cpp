@@ -12,6 +12,8 @@
 #include "foundation/utilities/utl_chain_walk.h"
 #include "foundation/utilities/utl_node_free_list.h"
 
+using Utl_Traced::Address_Text;
+
 namespace {
 
 constexpr long Recycled_Sizes = 54;
@@ -67,108 +69,22 @@ const Code_Unit* const Utl_Domain_Kind_Table[] = {Kind_Pointer, Kind_Long, nullp
 
 // ---- Utl_Pointer_Map
 
-
-namespace {
-
-[[maybe_unused]] Fnd_String Trace_Quoted(const Fnd_String& Text) {
-    Fnd_String out;
-    Utl_Tracing_Utilities::Value(out, Text, 1, 0);
-    return out;
-}
-
-[[maybe_unused]] Fnd_String Trace_Word(long Word) {
-    Fnd_String out;
-    Utl_Tracing_Utilities::Value(out, Word, 0);
-    return out;
-}
-
-[[maybe_unused]] Fnd_String Trace_Pointer(const void* Word) {
-    Fnd_String out;
-    Utl_Tracing_Utilities::Value(out, Word, 0);
-    return out;
-}
-
-}  // namespace
-
 // ---- Tracing
 
-namespace {
+const Utl_Trace_Class Utl_Pointer_Map::Trace_Class{
+    u"Utl_Pointer_Map", u"pointer_map", Class_Trace, 2247, &Operation, u"empty_map"};
 
-void Trace_Image(const Utl_Pointer_Map& Object, Fnd_String& Out) {
-    Object.Image(Out, Fnd_String::Null, 1, 1, Utl_Type_Utilities::Prefix,
-                 Utl_Type_Utilities::Arrow, 1);
-}
-
-auto Image_Of(const Utl_Pointer_Map* Object) {
-    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
-}
-
-}  // namespace
-
-const Utl_Trace_Class Map_Class{u"Utl_Pointer_Map", u"pointer_map",
-                                Utl_Pointer_Map::Class_Trace, 2247,
-                          &Utl_Pointer_Map::Operation, u"empty_map"};
-
-void Utl_Pointer_Map::Show(const Code_Unit* Label) const {
-    Utl_Traced::Show(Map_Class, Trace, this, Label,
-                     [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-}
-
-void Utl_Pointer_Map::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
-                                      void* Parent) {
-    Utl_Traced::Register_Object(Map_Class, Trace, this, Name, Operation, Parent);
-}
-
-void Utl_Pointer_Map::Set_Name(const Code_Unit* Name, void* Parent) {
-    Utl_Traced::Set_Name(Map_Class, Trace, this, Name, Parent);
-}
-
-void Utl_Pointer_Map::Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
-                      const Fnd_String& Second) {
-    auto* object = static_cast<Utl_Pointer_Map*>(Object);
-    Utl_Traced::Operation(Map_Class, object ? &object->Trace : nullptr, object, Command, First,
-                          Second, object ? object->Count : 0, object ? object->Size : 0,
-                          [object](Fnd_String& Out) { Trace_Image(*object, Out); });
+void Utl_Pointer_Map::Trace_Image(Fnd_String& Out) const {
+    Image(Out, Fnd_String::Null, 1, 1, Utl_Type_Utilities::Prefix, Utl_Type_Utilities::Arrow, 1);
 }
 
 // ---- Tracing
 
-namespace {
+const Utl_Trace_Class Utl_Pointer_Set::Trace_Class{
+    u"Utl_Pointer_Set", u"pointer_set", Class_Trace, 2247, &Operation, u"empty_set"};
 
-void Trace_Image(const Utl_Pointer_Set& Object, Fnd_String& Out) {
-    Object.Image(Out, Fnd_String::Null, 1, 1, Utl_Type_Utilities::Prefix);
-}
-
-auto Image_Of(const Utl_Pointer_Set* Object) {
-    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
-}
-
-}  // namespace
-
-const Utl_Trace_Class Set_Class{u"Utl_Pointer_Set", u"pointer_set",
-                                Utl_Pointer_Set::Class_Trace, 2247,
-                          &Utl_Pointer_Set::Operation, u"empty_set"};
-
-void Utl_Pointer_Set::Show(const Code_Unit* Label) const {
-    Utl_Traced::Show(Set_Class, Trace, this, Label,
-                     [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-}
-
-void Utl_Pointer_Set::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
-                                      void* Parent) {
-    Utl_Traced::Register_Object(Set_Class, Trace, this, Name, Operation, Parent);
-}
-
-void Utl_Pointer_Set::Set_Name(const Code_Unit* Name, void* Parent) {
-    Utl_Traced::Set_Name(Set_Class, Trace, this, Name, Parent);
-}
-
-void Utl_Pointer_Set::Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
-                      const Fnd_String& Second) {
-    auto* object = static_cast<Utl_Pointer_Set*>(Object);
-    Utl_Traced::Operation(Set_Class, object ? &object->Trace : nullptr, object, Command, First,
-                          Second, object ? object->Count : 0, object ? object->Size : 0,
-                          [object](Fnd_String& Out) { Trace_Image(*object, Out); });
+void Utl_Pointer_Set::Trace_Image(Fnd_String& Out) const {
+    Image(Out, Fnd_String::Null, 1, 1, Utl_Type_Utilities::Prefix);
 }
 
 namespace {
@@ -194,7 +110,7 @@ Utl_Pointer_Map::Utl_Pointer_Map(Utl_Domain_Kind Domain_Kind, Utl_Range_Kind Ran
       Size(static_cast<int32_t>(Size < 1 ? 37 : Size)) {
     Set_Up(Domain_Kind, Range_Kind, Null_Range, Domain_Deleter, Domain_Copier, Domain_Image,
            Range_Deleter, Range_Replacer, Range_Copier, Range_Image);
-    Utl_Trace_Created(Map_Class, Trace, this);
+    Trace_Created();
 }
 
 Utl_Pointer_Map::Utl_Pointer_Map(const Utl_Pointer_Map& Other)
@@ -203,7 +119,7 @@ Utl_Pointer_Map::Utl_Pointer_Map(const Utl_Pointer_Map& Other)
            Other.Domain_Copier, Other.Domain_Image, Other.Range_Deleter, Other.Range_Replacer,
            Other.Range_Copier, Other.Range_Image);
     *this = Other;
-    Utl_Trace_Created(Map_Class, Trace, this);
+    Trace_Created();
 }
 
 Utl_Pointer_Map& Utl_Pointer_Map::operator=(const Utl_Pointer_Map& Other) {
@@ -219,7 +135,7 @@ Utl_Pointer_Map& Utl_Pointer_Map::operator=(const Utl_Pointer_Map& Other) {
 }
 
 Utl_Pointer_Map::~Utl_Pointer_Map() {
-    Utl_Trace_Deleted(Map_Class, Trace, this);
+    Trace_Deleted();
     Make_Empty();
     delete[] Table;
 }
@@ -272,7 +188,7 @@ Utl_Pointer_Map* Utl_Pointer_Map::Get(Utl_Domain_Kind Domain_Kind, Utl_Range_Kin
     map->Trace.Reset();
     map->Set_Up(Domain_Kind, Range_Kind, Null_Range, Domain_Deleter, Domain_Copier, Domain_Image,
                 Range_Deleter, Range_Replacer, Range_Copier, Range_Image);
-    Utl_Trace_Reused(Map_Class, map->Trace, map);
+    map->Trace_Reused();
     return map;
 }
 
@@ -282,7 +198,7 @@ void Utl_Pointer_Map::Free() {
         return;
     }
     Make_Empty();
-    Utl_Trace_Freed(Map_Class, Trace, this);
+    Trace_Freed();
     Trace.registered = 0;
     Fnd_Semaphore_Guard guard(Free_Maps_Lock, 1, 1, 1);
     if (!Free_Maps) Free_Maps = new Utl_Pointer_Map*[Recycled_Sizes]();
@@ -348,11 +264,10 @@ long Utl_Pointer_Map::Bind(void* Key, void* Range) {
 
 long Utl_Pointer_Map::Bind(long Key, long Range) {
     const auto detail = [Key, Range] {
-        return Trace_Pointer(reinterpret_cast<const void*>(Key)) +
-               Utl_Type_Utilities::Arrow +
-               Trace_Pointer(reinterpret_cast<const void*>(Range));
+        return Address_Text(reinterpret_cast<const void*>(Key)) + Utl_Type_Utilities::Arrow +
+               Address_Text(reinterpret_cast<const void*>(Range));
     };
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Bind, detail, Image_Of(this), [this, Key, Range] {
+    return Traced(Op_Bind, detail, [this, Key, Range] {
         if (utl_pointer_map_data* node = Find(Key)) {
             replace_range(node, Range);
             return 0;
@@ -368,8 +283,8 @@ long Utl_Pointer_Map::Bind(long Key, long Range) {
 long Utl_Pointer_Map::Unbind(void* Key) { return Unbind(reinterpret_cast<long>(Key)); }
 
 long Utl_Pointer_Map::Unbind(long Key) {
-    const auto detail = [Key] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); };
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Unbind, detail, Image_Of(this), [this, Key] {
+    const auto detail = [Key] { return Address_Text(reinterpret_cast<const void*>(Key)); };
+    return Traced(Op_Unbind, detail, [this, Key] {
         if (Count == 0) return 0;
         for (utl_pointer_map_data** link = &Table[Bucket_Of(Key)]; *link; link = &(*link)->next) {
             utl_pointer_map_data* node = *link;
@@ -386,8 +301,8 @@ long Utl_Pointer_Map::Unbind(long Key) {
 }
 
 void Utl_Pointer_Map::Make_Empty() {
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); },
-                           [this]() -> void {
+    const auto detail = [] { return Fnd_String(); };
+    return Traced_Line(Op_Make_Empty, detail, [this]() -> void {
         if (Count == 0) return;
         for (long bucket = 0; bucket < Size; ++bucket) {
             while (utl_pointer_map_data* node = Table[bucket]) {
@@ -404,11 +319,8 @@ void Utl_Pointer_Map::Make_Empty() {
 long Utl_Pointer_Map::Is_Bound(void* Key) const { return Is_Bound(reinterpret_cast<long>(Key)); }
 
 long Utl_Pointer_Map::Is_Bound(long Key) const {
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Is_Bound,
-                     [Key] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); },
-                           [this, Key]() -> long {
-        return Find(Key) != nullptr;
-    });
+    const auto detail = [Key] { return Address_Text(reinterpret_cast<const void*>(Key)); };
+    return Traced_Line(Op_Is_Bound, detail, [this, Key]() -> long { return Find(Key) != nullptr; });
 }
 
 void* Utl_Pointer_Map::Get_Range(void* Key) const {
@@ -416,9 +328,8 @@ void* Utl_Pointer_Map::Get_Range(void* Key) const {
 }
 
 long Utl_Pointer_Map::Get_Range(long Key) const {
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Get_Range,
-                     [Key] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); },
-                           [this, Key]() -> long {
+    const auto detail = [Key] { return Address_Text(reinterpret_cast<const void*>(Key)); };
+    return Traced_Line(Op_Get_Range, detail, [this, Key]() -> long {
         const utl_pointer_map_data* node = Find(Key);
         return node ? node->range : Null_Range;
     });
@@ -432,9 +343,8 @@ long Utl_Pointer_Map::Get_Range(void* Key, void*& Out) const {
 }
 
 long Utl_Pointer_Map::Get_Range(long Key, long& Out) const {
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Get_Range,
-                     [Key] { return Trace_Pointer(reinterpret_cast<const void*>(Key)); },
-                           [this, Key, &Out]() -> long {
+    const auto detail = [Key] { return Address_Text(reinterpret_cast<const void*>(Key)); };
+    return Traced_Line(Op_Get_Range, detail, [this, Key, &Out]() -> long {
         const utl_pointer_map_data* node = Find(Key);
         Out = node ? node->range : Null_Range;
         return node != nullptr;
@@ -555,7 +465,7 @@ Utl_Pointer_Set::Utl_Pointer_Set(Utl_Range_Kind Kind, long Size, Utl_Range_Delet
       Image_Function(Image) {
     if (!Deleter) Utl_Type_Utilities::Set_Range_Deleter(Kind, this->Deleter);
     if (!Copier) Utl_Type_Utilities::Set_Range_Copier(Kind, this->Copier);
-    Utl_Trace_Created(Set_Class, Trace, this);
+    Trace_Created();
 }
 
 Utl_Pointer_Set::Utl_Pointer_Set(const Utl_Pointer_Set& Other)
@@ -566,7 +476,7 @@ Utl_Pointer_Set::Utl_Pointer_Set(const Utl_Pointer_Set& Other)
       Copier(Other.Copier),
       Image_Function(Other.Image_Function) {
     *this = Other;
-    Utl_Trace_Created(Set_Class, Trace, this);
+    Trace_Created();
 }
 
 Utl_Pointer_Set& Utl_Pointer_Set::operator=(const Utl_Pointer_Set& Other) {
@@ -582,7 +492,7 @@ Utl_Pointer_Set& Utl_Pointer_Set::operator=(const Utl_Pointer_Set& Other) {
 }
 
 Utl_Pointer_Set::~Utl_Pointer_Set() {
-    Utl_Trace_Deleted(Set_Class, Trace, this);
+    Trace_Deleted();
     Make_Empty();
     delete[] Table;
 }
@@ -607,8 +517,8 @@ utl_pointer_set_data* Utl_Pointer_Set::Find(long Member) const {
 }
 
 void Utl_Pointer_Set::Make_Empty() {
-    return Utl_Traced_Call(Set_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); },
-                           [this]() -> void {
+    const auto detail = [] { return Fnd_String(); };
+    return Traced_Line(Op_Make_Empty, detail, [this]() -> void {
         if (Count == 0) return;
         for (long bucket = 0; bucket < Size; ++bucket) {
             while (utl_pointer_set_data* node = Table[bucket]) {
@@ -622,8 +532,8 @@ void Utl_Pointer_Set::Make_Empty() {
 }
 
 long Utl_Pointer_Set::Add(void* Member) {
-    const auto detail = [Member] { return Trace_Pointer(Member); };
-    return Utl_Traced_Call(Set_Class, Trace, this, Op_Add, detail, Image_Of(this), [this, Member] {
+    const auto detail = [Member] { return Address_Text(Member); };
+    return Traced(Op_Add, detail, [this, Member] {
         const long word = reinterpret_cast<long>(Member);
         if (Find(word)) return 0;
         utl_pointer_set_data** tail = &Table[Bucket_Of(word)];
@@ -635,8 +545,8 @@ long Utl_Pointer_Set::Add(void* Member) {
 }
 
 long Utl_Pointer_Set::Remove(void* Member) {
-    const auto detail = [Member] { return Trace_Pointer(Member); };
-    return Utl_Traced_Call(Set_Class, Trace, this, Op_Remove, detail, Image_Of(this), [this, Member] {
+    const auto detail = [Member] { return Address_Text(Member); };
+    return Traced(Op_Remove, detail, [this, Member] {
         if (Count == 0) return 0;
         const long word = reinterpret_cast<long>(Member);
         for (utl_pointer_set_data** link = &Table[Bucket_Of(word)]; *link; link = &(*link)->next) {
@@ -653,8 +563,8 @@ long Utl_Pointer_Set::Remove(void* Member) {
 }
 
 long Utl_Pointer_Set::Contains(void* Member) const {
-    return Utl_Traced_Call(Set_Class, Trace, this, Op_Contains, [Member] { return Trace_Pointer(Member); },
-                           [this, Member]() -> long {
+    const auto detail = [Member] { return Address_Text(Member); };
+    return Traced_Line(Op_Contains, detail, [this, Member]() -> long {
         return Find(reinterpret_cast<long>(Member)) != nullptr;
     });
 }

@@ -7,7 +7,7 @@
 #include <cstdint>
 
 #include "foundation/base/fnd_string.h"
-#include "foundation/utilities/utl_trace_words.h"
+#include "foundation/utilities/utl_traced_class.h"
 #include "foundation/utilities/utl_type_utilities.h"
 
 class Utl_Pointer_Map;
@@ -35,11 +35,8 @@ struct utl_pointer_set_data {
 typedef void (*Utl_Word_Image_Function)(Fnd_String& Out, const Fnd_String& Options, long Word,
                                         long Multiline, const Code_Unit* Prefix);
 
-class Utl_Pointer_Map {
+class Utl_Pointer_Map : public Utl_Traced_Class<Utl_Pointer_Map> {
 public:
-    static inline Utl_Trace_Words Class_Trace;
-    Utl_Trace_Words Trace;
-
     // A null range deleter or copier is found from the range kind. A Size below 1 means
     // 37 buckets.
     Utl_Pointer_Map(Utl_Domain_Kind Domain_Kind = Utl_Domain_Pointer,
@@ -106,20 +103,14 @@ public:
     static long Free_Node_Count();
     static long Free_Map_Count(long Size);
 
-
-    // ---- Tracing (Utl_Tracing): with the words set, the operations print a line, show
-    // the object or enter the command loop.
-    // The image on the console stream under Label.
-    void Show(const Code_Unit* Label) const;
-    // Name is not copied and must outlive the registration.
-    void Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation = nullptr,
-                         void* Parent = nullptr);
-    void Set_Name(const Code_Unit* Name, void* Parent = nullptr);
-    // "set", "clear" and "show" on an object, see Utl_Tracing.
-    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
-                          const Fnd_String& Second);
-
 private:
+    // What its tracing needs to know (Utl_Traced_Class).
+    friend class Utl_Traced_Class<Utl_Pointer_Map>;
+    static const Utl_Trace_Class Trace_Class;
+    void Trace_Image(Fnd_String& Out) const;
+    long Trace_Count() const { return Count; }
+    long Trace_Capacity() const { return Size; }
+
     friend class Utl_Pointer_Map_Iterator;
 
     utl_pointer_map_data** Table;
@@ -165,11 +156,8 @@ private:
     utl_pointer_map_data* Node = nullptr;
 };
 
-class Utl_Pointer_Set {
+class Utl_Pointer_Set : public Utl_Traced_Class<Utl_Pointer_Set> {
 public:
-    static inline Utl_Trace_Words Class_Trace;
-    Utl_Trace_Words Trace;
-
     // A null deleter or copier is found from the kind. A Size below 1 means 17 buckets.
     explicit Utl_Pointer_Set(Utl_Range_Kind Kind = Utl_Range_Pointer, long Size = 17,
                              Utl_Range_Deleter Deleter = nullptr,
@@ -203,20 +191,14 @@ public:
     utl_pointer_set_data* first() const;
     void next(utl_pointer_set_data*& Node) const;
 
-
-    // ---- Tracing (Utl_Tracing): with the words set, the operations print a line, show
-    // the object or enter the command loop.
-    // The image on the console stream under Label.
-    void Show(const Code_Unit* Label) const;
-    // Name is not copied and must outlive the registration.
-    void Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation = nullptr,
-                         void* Parent = nullptr);
-    void Set_Name(const Code_Unit* Name, void* Parent = nullptr);
-    // "set", "clear" and "show" on an object, see Utl_Tracing.
-    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
-                          const Fnd_String& Second);
-
 private:
+    // What its tracing needs to know (Utl_Traced_Class).
+    friend class Utl_Traced_Class<Utl_Pointer_Set>;
+    static const Utl_Trace_Class Trace_Class;
+    void Trace_Image(Fnd_String& Out) const;
+    long Trace_Count() const { return Count; }
+    long Trace_Capacity() const { return Size; }
+
     friend class Utl_Pointer_Set_Iterator;
 
     utl_pointer_set_data** Table;

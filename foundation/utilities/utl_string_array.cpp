@@ -18,6 +18,9 @@
 #include "foundation/utilities/utl_string_set.h"
 #include "foundation/utilities/utl_string_utilities.h"
 
+using Utl_Traced::Number_Text;
+using Utl_Traced::Quoted;
+
 namespace {
 
 constexpr long Recycled_Capacities = 51;
@@ -51,67 +54,13 @@ int Caseless_Compare_Strings(const void* A, const void* B) {
 
 // ---- Construction and recycling
 
-
-namespace {
-
-[[maybe_unused]] Fnd_String Trace_Quoted(const Fnd_String& Text) {
-    Fnd_String out;
-    Utl_Tracing_Utilities::Value(out, Text, 1, 0);
-    return out;
-}
-
-[[maybe_unused]] Fnd_String Trace_Word(long Word) {
-    Fnd_String out;
-    Utl_Tracing_Utilities::Value(out, Word, 0);
-    return out;
-}
-
-[[maybe_unused]] Fnd_String Trace_Pointer(const void* Word) {
-    Fnd_String out;
-    Utl_Tracing_Utilities::Value(out, Word, 0);
-    return out;
-}
-
-}  // namespace
-
 // ---- Tracing
 
-namespace {
+const Utl_Trace_Class Utl_String_Array::Trace_Class{
+    u"Utl_String_Array", u"string_array", Class_Trace, 2247, &Operation, u"empty_array"};
 
-void Trace_Image(const Utl_String_Array& Object, Fnd_String& Out) {
-    Object.Image(Out, 1, 0, 1, Utl_Type_Utilities::Prefix);
-}
-
-auto Image_Of(const Utl_String_Array* Object) {
-    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
-}
-
-}  // namespace
-
-const Utl_Trace_Class Array_Class{u"Utl_String_Array", u"string_array",
-                                  Utl_String_Array::Class_Trace, 2247,
-                          &Utl_String_Array::Operation, u"empty_array"};
-
-void Utl_String_Array::Show(const Code_Unit* Label) const {
-    Utl_Traced::Show(Array_Class, Trace, this, Label,
-                     [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-}
-
-void Utl_String_Array::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
-                                       void* Parent) {
-    Utl_Traced::Register_Object(Array_Class, Trace, this, Name, Operation, Parent);
-}
-
-void Utl_String_Array::Set_Name(const Code_Unit* Name, void* Parent) {
-    Utl_Traced::Set_Name(Array_Class, Trace, this, Name, Parent);
-}
-
-void Utl_String_Array::Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
-                      const Fnd_String& Second) {
-    auto* object = static_cast<Utl_String_Array*>(Object);
-    Utl_Traced::Operation(Array_Class, object ? &object->Trace : nullptr, object, Command, First,
-                          Second, object ? object->Count : 0, object ? object->Capacity : 0,
-                          [object](Fnd_String& Out) { Trace_Image(*object, Out); });
+void Utl_String_Array::Trace_Image(Fnd_String& Out) const {
+    Image(Out, 1, 0, 1, Utl_Type_Utilities::Prefix);
 }
 
 namespace {
@@ -128,7 +77,7 @@ Utl_String_Array::Utl_String_Array(long Size, long Fill)
     : Strings(new Fnd_String*[Default_Capacity(Size)]),
       Capacity(static_cast<int32_t>(Default_Capacity(Size))),
       Flags(Sorted_Flag | (Fill ? Fill_Flag : 0)) {
-    Utl_Trace_Created(Array_Class, Trace, this);
+    Trace_Created();
 }
 
 Utl_String_Array::Utl_String_Array(const Fnd_String& Text, long Size, long Fill)
@@ -153,7 +102,7 @@ Utl_String_Array::Utl_String_Array(const Utl_String_Set& Set, long Fill)
 Utl_String_Array::Utl_String_Array(const Utl_String_Array& Other)
     : Strings(new Fnd_String*[Other.Capacity]), Capacity(Other.Capacity), Flags(Other.Flags) {
     Copy_From(Other);
-    Utl_Trace_Created(Array_Class, Trace, this);
+    Trace_Created();
 }
 
 Utl_String_Array& Utl_String_Array::operator=(const Utl_String_Array& Other) {
@@ -176,7 +125,7 @@ void Utl_String_Array::Copy_From(const Utl_String_Array& Other) {
 }
 
 Utl_String_Array::~Utl_String_Array() {
-    Utl_Trace_Deleted(Array_Class, Trace, this);
+    Trace_Deleted();
     Make_Empty();
     delete[] Strings;
     delete[] Owned;
@@ -317,17 +266,15 @@ void Utl_String_Array::Insert_Element(long Index, Fnd_String* Element, long Own)
 // ---- Elements
 
 void Utl_String_Array::Add(const Fnd_String* Element) {
-    const auto detail = [Element] { return Element ? Trace_Quoted(*Element) : Fnd_String(u"null"); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [this, Element] {
-        Insert_Element(Count, const_cast<Fnd_String*>(Element), 0);
-    });
+    const auto detail = [Element] { return Element ? Quoted(*Element) : Fnd_String(u"null"); };
+    return Traced(Op_Add, detail,
+                  [this, Element] { Insert_Element(Count, const_cast<Fnd_String*>(Element), 0); });
 }
 
 void Utl_String_Array::Add(const Fnd_String& Element) {
-    const auto detail = [&] { return Trace_Quoted(Element); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Add, detail, Image_Of(this), [this, &Element] {
-        Insert_Element(Count, Heap_Copy(Element), 1);
-    });
+    const auto detail = [&] { return Quoted(Element); };
+    return Traced(Op_Add, detail,
+                  [this, &Element] { Insert_Element(Count, Heap_Copy(Element), 1); });
 }
 
 void Utl_String_Array::Add(const Code_Unit* Element) { Add(Fnd_String(Element)); }
@@ -372,10 +319,9 @@ void Utl_String_Array::Set(long Index, const Fnd_String* Element) {
 }
 
 void Utl_String_Array::Set(long Index, const Fnd_String& Element) {
-    const auto detail = [Index, &Element] { return Trace_Word(Index) + u" " + Trace_Quoted(Element); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Set, detail, Image_Of(this), [this, Index, &Element] {
-        Set_Element(Index, Heap_Copy(Element), 1);
-    });
+    const auto detail = [Index, &Element] { return Number_Text(Index) + u" " + Quoted(Element); };
+    return Traced(Op_Set, detail,
+                  [this, Index, &Element] { Set_Element(Index, Heap_Copy(Element), 1); });
 }
 
 void Utl_String_Array::Set(long Index, const Code_Unit* Element) {
@@ -395,7 +341,7 @@ Fnd_String& Utl_String_Array::Subscript(long Index) {
 
 void Utl_String_Array::Sort() {
     const auto detail = [] { return Fnd_String(); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Sort, detail, Image_Of(this), [this] {
+    return Traced(Op_Sort, detail, [this] {
         Sort(Utl_String_Utilities::Compare_Strings);
         Flags |= Sorted_Flag;
     });
@@ -493,8 +439,8 @@ long Utl_String_Array::Contain_Duplicate() const {
 void Utl_String_Array::Delete(long Index) { Delete(Index, Index); }
 
 void Utl_String_Array::Delete(long From, long To) {
-    const auto detail = [From, To] { return Trace_Word(From) + u" " + Trace_Word(To); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Delete, detail, Image_Of(this), [this, From, To] {
+    const auto detail = [From, To] { return Number_Text(From) + u" " + Number_Text(To); };
+    return Traced(Op_Delete, detail, [this, From, To] {
         Check_Index(From, Count - 1);
         Check_Index(To, Count - 1);
         if (To < From) return;
@@ -531,10 +477,9 @@ void Utl_String_Array::Insert(long Index, const Fnd_String* Element) {
 }
 
 void Utl_String_Array::Insert(long Index, const Fnd_String& Element) {
-    const auto detail = [Index, &Element] { return Trace_Word(Index) + u" " + Trace_Quoted(Element); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Insert, detail, Image_Of(this), [this, Index, &Element] {
-        Insert_Element(Index, Heap_Copy(Element), 1);
-    });
+    const auto detail = [Index, &Element] { return Number_Text(Index) + u" " + Quoted(Element); };
+    return Traced(Op_Insert, detail,
+                  [this, Index, &Element] { Insert_Element(Index, Heap_Copy(Element), 1); });
 }
 
 void Utl_String_Array::Insert(long Index, const Code_Unit* Element) {
@@ -608,16 +553,16 @@ long Utl_String_Array::Ordered_Insert(const Code_Unit* Element) {
 }
 
 void Utl_String_Array::Make_Empty() {
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); },
-                           [this]() -> void {
+    const auto detail = [] { return Fnd_String(); };
+    return Traced_Line(Op_Make_Empty, detail, [this]() -> void {
         for (long i = 0; i < Count; ++i) Release(i);
         Count = 0;
     });
 }
 
 void Utl_String_Array::Shorten(long N) {
-    const auto detail = [N] { return Trace_Word(N); };
-    return Utl_Traced_Call(Array_Class, Trace, this, Op_Shorten, detail, Image_Of(this), [this, N] {
+    const auto detail = [N] { return Number_Text(N); };
+    return Traced(Op_Shorten, detail, [this, N] {
         if (N <= 0) return;
         const long keep = N >= Count ? 0 : Count - N;
         for (long i = keep; i < Count; ++i) Release(i);

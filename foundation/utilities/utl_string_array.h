@@ -13,17 +13,14 @@
 #include <cstdint>
 
 #include "foundation/base/fnd_string.h"
-#include "foundation/utilities/utl_trace_words.h"
+#include "foundation/utilities/utl_traced_class.h"
 
 class Utl_String_Map;
 class Utl_String_Set;
 
-class Utl_String_Array {
+class Utl_String_Array : public Utl_Traced_Class<Utl_String_Array> {
 public:
     enum { Fill_Flag = 1, Sorted_Flag = 2 };
-
-    static inline Utl_Trace_Words Class_Trace;
-    Utl_Trace_Words Trace;
 
     // Capacity Size (10 below 1), sorted, and with Fill the skipped cells of an indexed
     // write are nulled.
@@ -129,20 +126,14 @@ public:
 
     static long Free_List_Length(long Capacity);
 
-
-    // ---- Tracing (Utl_Tracing): with the words set, the operations print a line, show
-    // the object or enter the command loop.
-    // The image on the console stream under Label.
-    void Show(const Code_Unit* Label) const;
-    // Name is not copied and must outlive the registration.
-    void Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation = nullptr,
-                         void* Parent = nullptr);
-    void Set_Name(const Code_Unit* Name, void* Parent = nullptr);
-    // "set", "clear" and "show" on an object, see Utl_Tracing.
-    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
-                          const Fnd_String& Second);
-
 private:
+    // What its tracing needs to know (Utl_Traced_Class).
+    friend class Utl_Traced_Class<Utl_String_Array>;
+    static const Utl_Trace_Class Trace_Class;
+    void Trace_Image(Fnd_String& Out) const;
+    long Trace_Count() const { return Count; }
+    long Trace_Capacity() const { return Capacity; }
+
     Fnd_String** Strings;
     unsigned char* Owned = nullptr;  // made with the first owned element
     int32_t Count = 0;

@@ -13,6 +13,8 @@
 #include "foundation/utilities/utl_traced_class.h"
 #include "foundation/utilities/utl_tracing_utilities.h"
 
+using Utl_Traced::Quoted;
+
 namespace {
 
 constexpr long Default_Size = 37;
@@ -53,9 +55,6 @@ void Check_View(const Fnd_Substring& View) {
                    Fnd_String::Null);
 }
 
-const Utl_Trace_Class Map_Class{u"Utl_String_Map", u"string_map", Utl_String_Map::Class_Trace,
-                                2247, &Utl_String_Map::Operation, u"empty_map"};
-
 const Utl_Trace_Op Op_Bind{u" Bind ", Utl_Op_Bind};
 const Utl_Trace_Op Op_Unbind{u" Unbind ", Utl_Op_Unbind};
 const Utl_Trace_Op Op_Make_Empty{u" Make_Empty", Utl_Op_Make_Empty};
@@ -63,51 +62,22 @@ const Utl_Trace_Op Op_Get_Range{u" Get_Range ", Utl_Op2_Get_Range, true};
 const Utl_Trace_Op Op_Is_Bound{u" Is_Bound ", Utl_Op2_Is_Bound, true};
 const Utl_Trace_Op Op_Transfer{u" Transfer_Range ", Utl_Op2_Transfer, true};
 
-Fnd_String Quoted(const Fnd_String& Text) {
-    Fnd_String out;
-    Utl_Tracing_Utilities::Value(out, Text, 1, 0);
-    return out;
-}
-
-void Trace_Image(const Utl_String_Map& Map, Fnd_String& Out) {
-    Map.Image(Out, Fnd_String::Null, 0, 1, 1, 1, Utl_Type_Utilities::Prefix,
-              Utl_Type_Utilities::Arrow, 1);
-}
-
-auto Image_Of(const Utl_String_Map* Object) {
-    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
-}
-
 }  // namespace
 
 // ---- Tracing
+
+const Utl_Trace_Class Utl_String_Map::Trace_Class{
+    u"Utl_String_Map", u"string_map", Class_Trace, 2247, &Operation, u"empty_map"};
+
+void Utl_String_Map::Trace_Image(Fnd_String& Out) const {
+    Image(Out, Fnd_String::Null, 0, 1, 1, 1, Utl_Type_Utilities::Prefix, Utl_Type_Utilities::Arrow,
+          1);
+}
 
 Fnd_String Utl_String_Map::Bind_Detail(const Fnd_String& Domain, long Range) const {
     Fnd_String detail = Quoted(Domain) + Utl_Type_Utilities::Arrow;
     Utl_Type_Utilities::Range_Image(detail, Range_Kind, Range, 1, 0, nullptr);
     return detail;
-}
-
-void Utl_String_Map::Show(const Code_Unit* Label) const {
-    Utl_Traced::Show(Map_Class, Trace, this, Label,
-                     [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-}
-
-void Utl_String_Map::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
-                                     void* Parent) {
-    Utl_Traced::Register_Object(Map_Class, Trace, this, Name, Operation, Parent);
-}
-
-void Utl_String_Map::Set_Name(const Code_Unit* Name, void* Parent) {
-    Utl_Traced::Set_Name(Map_Class, Trace, this, Name, Parent);
-}
-
-void Utl_String_Map::Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
-                               const Fnd_String& Second) {
-    auto* map = static_cast<Utl_String_Map*>(Object);
-    Utl_Traced::Operation(Map_Class, map ? &map->Trace : nullptr, map, Command, First, Second,
-                          map ? map->Count : 0, map ? map->Size : 0,
-                          [map](Fnd_String& Out) { Trace_Image(*map, Out); });
 }
 
 // ---- Construction and recycling
@@ -117,7 +87,7 @@ Utl_String_Map::Utl_String_Map(Utl_Range_Kind Kind, long Size, long Null_Range,
     : Table(new utl_string_map_data*[Table_Size(Size)]()),
       Size(static_cast<int32_t>(Table_Size(Size))) {
     Set_Up(Kind, Null_Range, Case, Image);
-    Utl_Trace_Created(Map_Class, Trace, this);
+    Trace_Created();
 }
 
 Utl_String_Map::Utl_String_Map(long Size, Utl_Range_Deleter Deleter, Utl_Range_Replacer Replacer,
@@ -126,14 +96,14 @@ Utl_String_Map::Utl_String_Map(long Size, Utl_Range_Deleter Deleter, Utl_Range_R
     : Table(new utl_string_map_data*[Table_Size(Size)]()),
       Size(static_cast<int32_t>(Table_Size(Size))) {
     Set_Up(Deleter, Replacer, Copier, Case, Image);
-    Utl_Trace_Created(Map_Class, Trace, this);
+    Trace_Created();
 }
 
 Utl_String_Map::Utl_String_Map(const Utl_String_Map& Other)
     : Table(new utl_string_map_data*[Other.Size]()), Size(Other.Size) {
     Set_Up(Other.Range_Kind, Other.Null_Range, Other.Domain_Case, Other.Image_Function);
     *this = Other;
-    Utl_Trace_Created(Map_Class, Trace, this);
+    Trace_Created();
 }
 
 Utl_String_Map& Utl_String_Map::operator=(const Utl_String_Map& Other) {
@@ -152,7 +122,7 @@ Utl_String_Map& Utl_String_Map::operator=(const Utl_String_Map& Other) {
 }
 
 Utl_String_Map::~Utl_String_Map() {
-    Utl_Trace_Deleted(Map_Class, Trace, this);
+    Trace_Deleted();
     Make_Empty();
     delete[] Table;
 }
@@ -197,7 +167,7 @@ Utl_String_Map* Utl_String_Map::Get(Utl_Range_Kind Kind, long Size, long Null_Ra
     Utl_String_Map* map = Take_Free(Size);
     if (!map) return new Utl_String_Map(Kind, Size, Null_Range, Case, Image);
     map->Set_Up(Kind, Null_Range, Case, Image);
-    Utl_Trace_Reused(Map_Class, map->Trace, map);
+    map->Trace_Reused();
     return map;
 }
 
@@ -207,7 +177,7 @@ Utl_String_Map* Utl_String_Map::Get(long Size, Utl_Range_Deleter Deleter,
     Utl_String_Map* map = Take_Free(Size);
     if (!map) return new Utl_String_Map(Size, Deleter, Replacer, Copier, Case, Image);
     map->Set_Up(Deleter, Replacer, Copier, Case, Image);
-    Utl_Trace_Reused(Map_Class, map->Trace, map);
+    map->Trace_Reused();
     return map;
 }
 
@@ -217,7 +187,7 @@ void Utl_String_Map::Free() {
         return;
     }
     Make_Empty();
-    Utl_Trace_Freed(Map_Class, Trace, this);
+    Trace_Freed();
     Trace.registered = 0;
     Fnd_Semaphore_Guard guard(Free_Maps_Lock, 1, 1, 1);
     if (!Free_Maps) Free_Maps = new Utl_String_Map*[Recycled_Sizes]();
@@ -339,7 +309,7 @@ long Utl_String_Map::Bind_Folded(const Fnd_String& Domain, long Range) {
 
 long Utl_String_Map::Bind(const Fnd_String& Domain, long Range) {
     const auto detail = [this, &Domain, Range] { return Bind_Detail(Domain, Range); };
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Bind, detail, Image_Of(this), [this, &Domain, Range] {
+    return Traced(Op_Bind, detail, [this, &Domain, Range] {
         if (Domain_Case == Utl_Case_Unchanged) return Bind_Folded(Domain, Range);
         return Bind_Folded(Folded(Domain), Range);
     });
@@ -373,7 +343,7 @@ utl_string_map_data* Utl_String_Map::Unlink(const Fnd_String& Domain) {
 
 long Utl_String_Map::Unbind(const Fnd_String& Domain) {
     const auto detail = [&] { return Quoted(Domain); };
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Unbind, detail, Image_Of(this), [this, &Domain] {
+    return Traced(Op_Unbind, detail, [this, &Domain] {
         utl_string_map_data* node = Unlink(Domain);
         if (!node) return 0;
         Dispose(node);
@@ -395,8 +365,8 @@ long Utl_String_Map::Unbind_Matching(const Fnd_String& Pattern) {
 }
 
 long Utl_String_Map::Transfer_Range(const Fnd_String& Domain) {
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Transfer, [&] { return Quoted(Domain); },
-                           [this, &Domain]() -> long {
+    const auto detail = [&] { return Quoted(Domain); };
+    return Traced_Line(Op_Transfer, detail, [this, &Domain]() -> long {
         utl_string_map_data* node = Unlink(Domain);
         if (!node) return Null_Range;
         const long range = node->range;
@@ -406,8 +376,8 @@ long Utl_String_Map::Transfer_Range(const Fnd_String& Domain) {
 }
 
 void Utl_String_Map::Make_Empty() {
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); },
-                           [this]() -> void {
+    const auto detail = [] { return Fnd_String(); };
+    return Traced_Line(Op_Make_Empty, detail, [this]() -> void {
         if (Count == 0) return;
         for (long bucket = 0; bucket < Size; ++bucket) {
             while (utl_string_map_data* node = Table[bucket]) {
@@ -422,32 +392,28 @@ void Utl_String_Map::Make_Empty() {
 // ---- Lookups
 
 long Utl_String_Map::Is_Bound(const Fnd_String& Domain) const {
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Is_Bound, [&] { return Quoted(Domain); },
-                           [this, &Domain]() -> long {
-        return Find_Any(Domain) != nullptr;
-    });
+    const auto detail = [&] { return Quoted(Domain); };
+    return Traced_Line(Op_Is_Bound, detail,
+                       [this, &Domain]() -> long { return Find_Any(Domain) != nullptr; });
 }
 
 long Utl_String_Map::Is_Bound(const Code_Unit* Domain) const {
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Is_Bound,
-                     [Domain] { return Quoted(Fnd_String(Domain)); },
-                           [this, Domain]() -> long {
-        return Find(Domain) != nullptr;
-    });
+    const auto detail = [Domain] { return Quoted(Fnd_String(Domain)); };
+    return Traced_Line(Op_Is_Bound, detail,
+                       [this, Domain]() -> long { return Find(Domain) != nullptr; });
 }
 
 long Utl_String_Map::Get_Range(const Fnd_String& Domain) const {
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Get_Range, [&] { return Quoted(Domain); },
-                           [this, &Domain]() -> long {
+    const auto detail = [&] { return Quoted(Domain); };
+    return Traced_Line(Op_Get_Range, detail, [this, &Domain]() -> long {
         const utl_string_map_data* node = Find_Any(Domain);
         return node ? node->range : Null_Range;
     });
 }
 
 long Utl_String_Map::Get_Range(const Code_Unit* Domain) const {
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Get_Range,
-                     [Domain] { return Quoted(Fnd_String(Domain)); },
-                           [this, Domain]() -> long {
+    const auto detail = [Domain] { return Quoted(Fnd_String(Domain)); };
+    return Traced_Line(Op_Get_Range, detail, [this, Domain]() -> long {
         const utl_string_map_data* node = Find(Domain);
         return node ? node->range : Null_Range;
     });
@@ -482,8 +448,8 @@ long Utl_String_Map::Get_Range(const Fnd_Sub_C_String& Domain) const {
 }
 
 long Utl_String_Map::Get_Range(const Fnd_String& Domain, long& Out) const {
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Get_Range, [&] { return Quoted(Domain); },
-                           [this, &Domain, &Out]() -> long {
+    const auto detail = [&] { return Quoted(Domain); };
+    return Traced_Line(Op_Get_Range, detail, [this, &Domain, &Out]() -> long {
         const utl_string_map_data* node = Find_Any(Domain);
         Out = node ? node->range : Null_Range;
         return node != nullptr;
@@ -497,8 +463,8 @@ long Utl_String_Map::Get_Range(const Code_Unit* Domain, long& Out) const {
 }
 
 long Utl_String_Map::Get_Range(const Fnd_String& Domain, Fnd_String*& Out) const {
-    return Utl_Traced_Call(Map_Class, Trace, this, Op_Get_Range, [&] { return Quoted(Domain); },
-                           [this, &Domain, &Out]() -> long {
+    const auto detail = [&] { return Quoted(Domain); };
+    return Traced_Line(Op_Get_Range, detail, [this, &Domain, &Out]() -> long {
         const utl_string_map_data* node = Find_Any(Domain);
         Out = node ? reinterpret_cast<Fnd_String*>(node->range) : nullptr;
         return node != nullptr;

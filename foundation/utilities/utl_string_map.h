@@ -13,7 +13,7 @@
 #include <cstdint>
 
 #include "foundation/base/fnd_string.h"
-#include "foundation/utilities/utl_trace_words.h"
+#include "foundation/utilities/utl_traced_class.h"
 #include "foundation/utilities/utl_type_utilities.h"
 
 class Utl_String_Map;
@@ -32,11 +32,8 @@ typedef void (*Utl_String_Map_Image_Function)(Fnd_String& Out, const Fnd_String&
                                               const Fnd_String& Domain, long Range,
                                               long Multiline, const Code_Unit* Prefix);
 
-class Utl_String_Map {
+class Utl_String_Map : public Utl_Traced_Class<Utl_String_Map> {
 public:
-    static inline Utl_Trace_Words Class_Trace;
-    Utl_Trace_Words Trace;
-
     // The deleter and copier come from the kind; no replacer. A Size below 1 means 37.
     Utl_String_Map(Utl_Range_Kind Kind = Utl_Range_Long, long Size = 37, long Null_Range = 0,
                    Utl_Domain_Case Case = Utl_Case_Unchanged,
@@ -151,20 +148,14 @@ public:
     static long Free_Node_Count();
     static long Free_Map_Count(long Size);
 
-    // ---- Tracing (Utl_Tracing): with the words set, Bind, Unbind, Get_Range,
-    // Is_Bound, Transfer_Range and Make_Empty print a line, show the map or enter the
-    // command loop.
-    // The image on the console stream under Label.
-    void Show(const Code_Unit* Label) const;
-    // Name is not copied and must outlive the registration.
-    void Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation = nullptr,
-                         void* Parent = nullptr);
-    void Set_Name(const Code_Unit* Name, void* Parent = nullptr);
-    // "set", "clear" and "show" on a map (Object), see Utl_Tracing.
-    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
-                          const Fnd_String& Second);
-
 private:
+    // What its tracing needs to know (Utl_Traced_Class).
+    friend class Utl_Traced_Class<Utl_String_Map>;
+    static const Utl_Trace_Class Trace_Class;
+    void Trace_Image(Fnd_String& Out) const;
+    long Trace_Count() const { return Count; }
+    long Trace_Capacity() const { return Size; }
+
     friend class Utl_String_Map_Iterator;
 
     utl_string_map_data** Table;

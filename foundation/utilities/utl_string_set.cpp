@@ -10,6 +10,8 @@
 #include "foundation/utilities/utl_tracing_utilities.h"
 #include "foundation/utilities/utl_type_utilities.h"
 
+using Utl_Traced::Quoted;
+
 namespace {
 
 // Nodes of all sets, recycled with their buffers.
@@ -31,66 +33,13 @@ Fnd_String View_Text(const Fnd_Substring& View) {
 
 }  // namespace
 
-
-namespace {
-
-[[maybe_unused]] Fnd_String Trace_Quoted(const Fnd_String& Text) {
-    Fnd_String out;
-    Utl_Tracing_Utilities::Value(out, Text, 1, 0);
-    return out;
-}
-
-[[maybe_unused]] Fnd_String Trace_Word(long Word) {
-    Fnd_String out;
-    Utl_Tracing_Utilities::Value(out, Word, 0);
-    return out;
-}
-
-[[maybe_unused]] Fnd_String Trace_Pointer(const void* Word) {
-    Fnd_String out;
-    Utl_Tracing_Utilities::Value(out, Word, 0);
-    return out;
-}
-
-}  // namespace
-
 // ---- Tracing
 
-namespace {
+const Utl_Trace_Class Utl_String_Set::Trace_Class{
+    u"Utl_String_Set", u"string_set", Class_Trace, 2247, &Operation, u"empty_set"};
 
-void Trace_Image(const Utl_String_Set& Object, Fnd_String& Out) {
-    Object.Image(Out, 1, 1, 1, Utl_Type_Utilities::Prefix);
-}
-
-auto Image_Of(const Utl_String_Set* Object) {
-    return [Object](Fnd_String& Out) { Trace_Image(*Object, Out); };
-}
-
-}  // namespace
-
-const Utl_Trace_Class Set_Class{u"Utl_String_Set", u"string_set", Utl_String_Set::Class_Trace, 2247,
-                          &Utl_String_Set::Operation, u"empty_set"};
-
-void Utl_String_Set::Show(const Code_Unit* Label) const {
-    Utl_Traced::Show(Set_Class, Trace, this, Label,
-                     [this](Fnd_String& Out) { Trace_Image(*this, Out); });
-}
-
-void Utl_String_Set::Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation,
-                                     void* Parent) {
-    Utl_Traced::Register_Object(Set_Class, Trace, this, Name, Operation, Parent);
-}
-
-void Utl_String_Set::Set_Name(const Code_Unit* Name, void* Parent) {
-    Utl_Traced::Set_Name(Set_Class, Trace, this, Name, Parent);
-}
-
-void Utl_String_Set::Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
-                      const Fnd_String& Second) {
-    auto* object = static_cast<Utl_String_Set*>(Object);
-    Utl_Traced::Operation(Set_Class, object ? &object->Trace : nullptr, object, Command, First,
-                          Second, object ? object->Count : 0, object ? object->Size : 0,
-                          [object](Fnd_String& Out) { Trace_Image(*object, Out); });
+void Utl_String_Set::Trace_Image(Fnd_String& Out) const {
+    Image(Out, 1, 1, 1, Utl_Type_Utilities::Prefix);
 }
 
 namespace {
@@ -104,7 +53,7 @@ Utl_String_Set::Utl_String_Set(long Size, Utl_Member_Case Case)
     : Table(new utl_string_set_data*[Table_Size(Size)]()),
       Size(static_cast<int32_t>(Table_Size(Size))),
       Member_Case(Case) {
-    Utl_Trace_Created(Set_Class, Trace, this);
+    Trace_Created();
 }
 
 Utl_String_Set::Utl_String_Set(const Utl_String_Set& Other)
@@ -112,7 +61,7 @@ Utl_String_Set::Utl_String_Set(const Utl_String_Set& Other)
       Size(Other.Size),
       Member_Case(Other.Member_Case) {
     *this = Other;
-    Utl_Trace_Created(Set_Class, Trace, this);
+    Trace_Created();
 }
 
 Utl_String_Set& Utl_String_Set::operator=(const Utl_String_Set& Other) {
@@ -124,7 +73,7 @@ Utl_String_Set& Utl_String_Set::operator=(const Utl_String_Set& Other) {
 }
 
 Utl_String_Set::~Utl_String_Set() {
-    Utl_Trace_Deleted(Set_Class, Trace, this);
+    Trace_Deleted();
     Make_Empty();
     delete[] Table;
 }
@@ -183,8 +132,8 @@ long Utl_String_Set::Add_Folded(const Fnd_String& Member) {
 }
 
 void Utl_String_Set::Make_Empty() {
-    return Utl_Traced_Call(Set_Class, Trace, this, Op_Make_Empty, [] { return Fnd_String(); },
-                           [this]() -> void {
+    const auto detail = [] { return Fnd_String(); };
+    return Traced_Line(Op_Make_Empty, detail, [this]() -> void {
         if (Count == 0) return;
         for (long bucket = 0; bucket < Size; ++bucket) {
             while (utl_string_set_data* node = Table[bucket]) {
@@ -197,8 +146,8 @@ void Utl_String_Set::Make_Empty() {
 }
 
 long Utl_String_Set::Add(const Fnd_String& Member) {
-    const auto detail = [&] { return Trace_Quoted(Member); };
-    return Utl_Traced_Call(Set_Class, Trace, this, Op_Add, detail, Image_Of(this), [this, &Member] {
+    const auto detail = [&] { return Quoted(Member); };
+    return Traced(Op_Add, detail, [this, &Member] {
         return Add_Folded(Member_Case == Utl_Case_Unchanged ? Member : Folded(Member));
     });
 }
@@ -208,8 +157,8 @@ long Utl_String_Set::Add(const Fnd_Substring& Member) { return Add(View_Text(Mem
 long Utl_String_Set::Add(const Code_Unit* Member) { return Add(Fnd_String(Member)); }
 
 long Utl_String_Set::Remove(const Fnd_String& Member) {
-    const auto detail = [&] { return Trace_Quoted(Member); };
-    return Utl_Traced_Call(Set_Class, Trace, this, Op_Remove, detail, Image_Of(this), [this, &Member] {
+    const auto detail = [&] { return Quoted(Member); };
+    return Traced(Op_Remove, detail, [this, &Member] {
         if (Count == 0) return 0;
         const Fnd_String key = Member_Case == Utl_Case_Unchanged ? Member : Folded(Member);
         for (utl_string_set_data** link = &Table[Bucket_Of_Hash(key.Get_Buffer().Hash())]; *link;
@@ -229,8 +178,8 @@ long Utl_String_Set::Remove(const Fnd_String& Member) {
 long Utl_String_Set::Remove(const Code_Unit* Member) { return Remove(Fnd_String(Member)); }
 
 long Utl_String_Set::Contains(const Fnd_String& Member) const {
-    return Utl_Traced_Call(Set_Class, Trace, this, Op_Contains, [&] { return Trace_Quoted(Member); },
-                           [this, &Member]() -> long {
+    const auto detail = [&] { return Quoted(Member); };
+    return Traced_Line(Op_Contains, detail, [this, &Member]() -> long {
         if (Count == 0) return 0;
         return Find(Member_Case == Utl_Case_Unchanged ? Member : Folded(Member)) != nullptr;
     });
@@ -241,9 +190,8 @@ long Utl_String_Set::Contains(const Fnd_Substring& Member) const {
 }
 
 long Utl_String_Set::Contains(const Code_Unit* Member) const {
-    return Utl_Traced_Call(Set_Class, Trace, this, Op_Contains,
-                     [Member] { return Trace_Quoted(Fnd_String(Member)); },
-                           [this, Member]() -> long {
+    const auto detail = [Member] { return Quoted(Fnd_String(Member)); };
+    return Traced_Line(Op_Contains, detail, [this, Member]() -> long {
         if (Count == 0) return 0;
         if (Member_Case != Utl_Case_Unchanged) return Contains(Fnd_String(Member));
         const Code_Unit* text = Member ? Member : u"";

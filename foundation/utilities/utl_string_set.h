@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "foundation/base/fnd_string.h"
-#include "foundation/utilities/utl_trace_words.h"
+#include "foundation/utilities/utl_traced_class.h"
 #include "foundation/utilities/utl_type_utilities.h"
 
 class Utl_String_Set_Iterator;
@@ -16,11 +16,8 @@ struct utl_string_set_data {
     utl_string_set_data* next = nullptr;
 };
 
-class Utl_String_Set {
+class Utl_String_Set : public Utl_Traced_Class<Utl_String_Set> {
 public:
-    static inline Utl_Trace_Words Class_Trace;
-    Utl_Trace_Words Trace;
-
     // A Size below 1 means 37 buckets.
     explicit Utl_String_Set(long Size = 37, Utl_Member_Case Case = Utl_Case_Unchanged);
     // Same bucket count and case, the same members.
@@ -62,20 +59,14 @@ public:
 
     static long Free_Node_Count();
 
-
-    // ---- Tracing (Utl_Tracing): with the words set, the operations print a line, show
-    // the object or enter the command loop.
-    // The image on the console stream under Label.
-    void Show(const Code_Unit* Label) const;
-    // Name is not copied and must outlive the registration.
-    void Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation = nullptr,
-                         void* Parent = nullptr);
-    void Set_Name(const Code_Unit* Name, void* Parent = nullptr);
-    // "set", "clear" and "show" on an object, see Utl_Tracing.
-    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
-                          const Fnd_String& Second);
-
 private:
+    // What its tracing needs to know (Utl_Traced_Class).
+    friend class Utl_Traced_Class<Utl_String_Set>;
+    static const Utl_Trace_Class Trace_Class;
+    void Trace_Image(Fnd_String& Out) const;
+    long Trace_Count() const { return Count; }
+    long Trace_Capacity() const { return Size; }
+
     utl_string_set_data** Table;
     int32_t Size;
     int32_t Count = 0;

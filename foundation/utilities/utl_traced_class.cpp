@@ -256,3 +256,25 @@ void Operation(const Utl_Trace_Class& Class, Utl_Trace_Words* Object, const void
 }
 
 }  // namespace Utl_Traced
+
+namespace Utl_Traced {
+
+Fnd_String Quoted(const Fnd_String& Text) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Text, 1, 0);
+    return out;
+}
+
+Fnd_String Number_Text(long Value) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Value, 0);
+    return out;
+}
+
+Fnd_String Address_Text(const void* Address) {
+    Fnd_String out;
+    Utl_Tracing_Utilities::Value(out, Address, 0);
+    return out;
+}
+
+}  // namespace Utl_Traced

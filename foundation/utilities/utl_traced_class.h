@@ -124,8 +124,9 @@ template <class Detail_Function, class Image_Function, class Body_Function>
 // makes the caller keep that value in memory on the hot path too).
 template <class Detail_Function, class Image_Function, class Body_Function>
 inline auto Utl_Traced_Call(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
-                            const void* Address, const Utl_Trace_Op& Op, Detail_Function Detail,
-                            Image_Function Image, Body_Function Body) {
+                            const void* Address, const Utl_Trace_Op& Op,
+                            const Detail_Function& Detail, const Image_Function& Image,
+                            const Body_Function& Body) {
     if (Utl_Trace_Maybe()) [[unlikely]]
         return Utl_Traced_Call_Slow(Class, Object, Address, Op, Detail, Image, Body);
     return Body();
@@ -144,8 +145,8 @@ template <class Detail_Function, class Body_Function>
 
 template <class Detail_Function, class Body_Function>
 inline auto Utl_Traced_Call(const Utl_Trace_Class& Class, const Utl_Trace_Words& Object,
-                            const void* Address, const Utl_Trace_Op& Op, Detail_Function Detail,
-                            Body_Function Body) {
+                            const void* Address, const Utl_Trace_Op& Op,
+                            const Detail_Function& Detail, const Body_Function& Body) {
     if (Utl_Trace_Maybe()) [[unlikely]]
         return Utl_Traced_Call_Slow(Class, Object, Address, Op, Detail, Body);
     return Body();
@@ -173,3 +174,81 @@ inline void Utl_Trace_Freed(const Utl_Trace_Class& Class, const Utl_Trace_Words&
     if (Utl_Trace_Maybe()) [[unlikely]]
         Utl_Traced::Freed(Class, Object, Address);
 }
+
+namespace Utl_Traced {
+// The texts behind a trace label: a text in double quotes, a decimal number, an address
+// in hexadecimal (or "null").
+Fnd_String Quoted(const Fnd_String& Text);
+Fnd_String Number_Text(long Value);
+Fnd_String Address_Text(const void* Address);
+}  // namespace Utl_Traced
+
+// The tracing members that every traced container carries, written once: the class's
+// and the object's words, Show, Register_Object, Set_Name, the class's Operation, and
+// the traced forms of its operations and life events. A container derives from it with
+// itself as Derived, befriends it, and states only what differs:
+//
+//   static const Utl_Trace_Class Trace_Class;  // names, `words`, Operation, empty word
+//   void Trace_Image(Fnd_String& Out) const;   // the show block's image, no line end
+//   long Trace_Count() const;                  // the "length" and "size" of "show info"
+//   long Trace_Capacity() const;
+//
+// Derived may hide Operation with its own, for words of its own, and name that one in
+// Trace_Class.
+template <class Derived>
+class Utl_Traced_Class {
+public:
+    static inline Utl_Trace_Words Class_Trace;
+    Utl_Trace_Words Trace;
+
+    // The image on the console stream under Label.
+    void Show(const Code_Unit* Label) const {
+        Utl_Traced::Show(Derived::Trace_Class, Trace, self(), Label, Image_Of(self()));
+    }
+    // Name is not copied and must outlive the registration.
+    void Register_Object(const Code_Unit* Name, Utl_Trace_Operation Operation = nullptr,
+                         void* Parent = nullptr) {
+        Utl_Traced::Register_Object(Derived::Trace_Class, Trace, self(), Name, Operation, Parent);
+    }
+    void Set_Name(const Code_Unit* Name, void* Parent = nullptr) {
+        Utl_Traced::Set_Name(Derived::Trace_Class, Trace, self(), Name, Parent);
+    }
+    // "set", "clear" and "show" on an object (null: nothing but the trace line).
+    static void Operation(void* Object, const Fnd_String& Command, const Fnd_String& First,
+                          const Fnd_String& Second) {
+        const auto* object = static_cast<Derived*>(Object);
+        Utl_Traced::Operation(Derived::Trace_Class,
+                              object ? &static_cast<Derived*>(Object)->Trace : nullptr, object,
+                              Command, First, Second, object ? object->Trace_Count() : 0,
+                              object ? object->Trace_Capacity() : 0, Image_Of(object));
+    }
+
+protected:
+    // Body, the operation, with its trace line (Detail: the text behind the label) before
+    // and its show block after. Detail and Body should capture by value what the caller
+    // holds by value, see Utl_Traced_Call.
+    template <class Detail_Function, class Body_Function>
+    auto Traced(const Utl_Trace_Op& Op, const Detail_Function& Detail,
+                const Body_Function& Body) const {
+        return Utl_Traced_Call(Derived::Trace_Class, Trace, self(), Op, Detail, Image_Of(self()),
+                               Body);
+    }
+    // The same with the trace line only, for lookups and operations that show nothing.
+    template <class Detail_Function, class Body_Function>
+    auto Traced_Line(const Utl_Trace_Op& Op, const Detail_Function& Detail,
+                     const Body_Function& Body) const {
+        return Utl_Traced_Call(Derived::Trace_Class, Trace, self(), Op, Detail, Body);
+    }
+
+    void Trace_Created() { Utl_Trace_Created(Derived::Trace_Class, Trace, self()); }
+    void Trace_Deleted() { Utl_Trace_Deleted(Derived::Trace_Class, Trace, self()); }
+    void Trace_Reused() { Utl_Trace_Reused(Derived::Trace_Class, Trace, self()); }
+    void Trace_Freed() { Utl_Trace_Freed(Derived::Trace_Class, Trace, self()); }
+
+private:
+    const Derived* self() const { return static_cast<const Derived*>(this); }
+    Derived* self() { return static_cast<Derived*>(this); }
+    static auto Image_Of(const Derived* Object) {
+        return [Object](Fnd_String& Out) { Object->Trace_Image(Out); };
+    }
+};
