@@ -140,13 +140,6 @@ void Fnd_Char_Buffer::Transfer(Fnd_Char_Buffer& Target) {
     Deallocator = nullptr;
 }
 
-void Fnd_Char_Buffer::Swap(Fnd_Char_Buffer& Other) noexcept {
-    std::swap(Data, Other.Data);
-    std::swap(Allocated, Other.Allocated);
-    std::swap(Size, Other.Size);
-    std::swap(Deallocator, Other.Deallocator);
-}
-
 Code_Unit* Fnd_Char_Buffer::Transfer() {
     Code_Unit* result = Data;
     if (result == Null_Buffer) result = new Code_Unit[1]{0};  // the caller may delete it
@@ -174,11 +167,6 @@ void Fnd_Char_Buffer::Alias(Code_Unit* Text, long Capacity, long Count,
 }
 
 // ---- Storage
-
-void Fnd_Char_Buffer::Make_Empty() {
-    Size = 0;
-    Terminate();
-}
 
 void Fnd_Char_Buffer::Deallocate() { Release_Storage(); }
 
@@ -208,13 +196,6 @@ void Fnd_Char_Buffer::Resize_Storage(const long N) {
 
 void Fnd_Char_Buffer::Ensure_Storage(const long N) {
     if (N > static_cast<long>(Allocated)) Reallocate(static_cast<unsigned long>(N));
-}
-
-void Fnd_Char_Buffer::Extend(const long Count) {
-    if (Count <= 0) return;
-    Ensure_Storage(static_cast<long>(Size) + Count);
-    Size += static_cast<unsigned long>(Count);
-    Terminate();
 }
 
 void Fnd_Char_Buffer::Set_Size(const long N) {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 #include "foundation/base/fnd_code_unit.h"
 #include "foundation/base/fnd_object.h"
@@ -47,7 +48,12 @@ public:
     // Ownership.
     void Transfer(Fnd_Char_Buffer& Target);
     // Exchanges the storage of two buffers; neither allocates.
-    void Swap(Fnd_Char_Buffer& Other) noexcept;
+    void Swap(Fnd_Char_Buffer& Other) noexcept {
+        std::swap(Data, Other.Data);
+        std::swap(Allocated, Other.Allocated);
+        std::swap(Size, Other.Size);
+        std::swap(Deallocator, Other.Deallocator);
+    }
     // The data, owned by the caller from now on (array delete); the buffer is empty.
     Code_Unit* Transfer();
     void Alias(Code_Unit* Text, Fnd_Deallocator Release);
@@ -55,8 +61,12 @@ public:
     void Alias(Code_Unit* Text, long Count, Fnd_Deallocator Release);
     void Alias(Code_Unit* Text, long Capacity, long Count, Fnd_Deallocator Release);
 
-    // Storage.
-    void Make_Empty();
+    // Storage. The calls that reuse the storage are inline: a text read line by line
+    // makes them once a line.
+    void Make_Empty() {
+        Size = 0;
+        Terminate();
+    }
     void Deallocate();
     void FreeExtra();
     // Reallocates to N units when N >= Size and N differs from the capacity.
@@ -64,7 +74,13 @@ public:
     // Grows the capacity to N units; never shrinks.
     void Ensure_Storage(const long N);
     // Lengthens by Count unset units.
-    void Extend(const long Count);
+    void Extend(const long Count) {
+        if (Count <= 0) return;
+        const unsigned long size = Size + static_cast<unsigned long>(Count);
+        if (size > Allocated) Reallocate(size);
+        Size = size;
+        Terminate();
+    }
     // Sets the size to N <= capacity and terminates there.
     void Set_Size(const long N);
 

@@ -110,11 +110,6 @@ Fnd_String& Fnd_String::operator=(const Code_Unit* Text) {
     return *this;
 }
 
-void Fnd_String::Make_Empty() {
-    Buffer.Make_Empty();
-    Length = 0;
-}
-
 void Fnd_String::Ensure_Storage(const long N) { Buffer.Ensure_Storage(N); }
 
 // ---- Reading
@@ -297,13 +292,6 @@ void Fnd_String::Replace(const Fnd_String& From, const Fnd_String& To) {
     *this = std::move(result);
 }
 
-void Fnd_String::Extend(const long Count) {
-    if (Count < 1) return;
-    if (Length != Buffer.Get_Size()) Expunge();
-    Buffer.Extend(Count);
-    Sync_Length();
-}
-
 void Fnd_String::Extend(const long Count, const Fnd_Char Fill) {
     if (Count < 1) return;
     long old = Length;
@@ -324,11 +312,6 @@ void Fnd_String::Truncate(const long New_Length) {
 }
 
 void Fnd_String::Expunge() { Buffer.Set_Size(Length); }
-
-void Fnd_String::Swap(Fnd_String& Other) noexcept {
-    Buffer.Swap(Other.Buffer);
-    std::swap(Length, Other.Length);
-}
 
 void Fnd_String::Transfer(Fnd_String& Target) {
     if (&Target == this) return;

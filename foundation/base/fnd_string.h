@@ -13,6 +13,7 @@
 
 #include <cstdarg>
 #include <iosfwd>
+#include <utility>
 
 #include "foundation/base/fnd_char.h"
 #include "foundation/base/fnd_char_buffer.h"
@@ -110,7 +111,10 @@ public:
     static void Show_State();
 
     // Length 0; the capacity stays.
-    void Make_Empty();
+    void Make_Empty() {
+        Buffer.Make_Empty();
+        Length = 0;
+    }
     // Capacity for at least N units.
     void Ensure_Storage(const long N);
 
@@ -162,7 +166,12 @@ public:
     long Delete(const long First, const long Count);
     // Every occurrence of From, left to right; inserted text is not scanned again.
     void Replace(const Fnd_String& From, const Fnd_String& To);
-    void Extend(const long Count);
+    void Extend(const long Count) {
+        if (Count < 1) return;
+        if (Length != Buffer.Get_Size()) Expunge();
+        Buffer.Extend(Count);
+        Sync_Length();
+    }
     void Extend(const long Count, const Fnd_Char Fill);
     // The buffer's length reaches Length + Count; Length stays.
     void Extend_Buffer(const long Count);
@@ -172,7 +181,10 @@ public:
     void Expunge();
     void Transfer(Fnd_String& Target);
     // Exchanges the text of two strings without copying or allocating.
-    void Swap(Fnd_String& Other) noexcept;
+    void Swap(Fnd_String& Other) noexcept {
+        Buffer.Swap(Other.Buffer);
+        std::swap(Length, Other.Length);
+    }
     // The raw data, owned by the caller (array delete); this string is empty.
     Code_Unit* Transfer();
     void Alias(Code_Unit* Text, Fnd_Deallocator Release);
