@@ -230,12 +230,15 @@ public:
         }
     }
     [[nodiscard]] bool Done() const { return First == Count; }
-    [[nodiscard]] msghdr Header()
+    // One write of what is left; a single run (a short call) goes by plain send.
+    [[nodiscard]] ssize_t Send(int fd, int flags)
     {
+        if (Count - First == 1)
+            return ::send(fd, Runs[First].iov_base, Runs[First].iov_len, flags);
         msghdr header = {};
         header.msg_iov = Runs + First;
         header.msg_iovlen = static_cast<std::size_t>(Count - First);
-        return header;
+        return ::sendmsg(fd, &header, flags);
     }
     [[nodiscard]] std::size_t Left() const
     {
@@ -265,9 +268,8 @@ int ZTInt_transport_Send_Gather(ZTInt_RPC_Handle* handle, ZTInt_msg_struct* msg,
     *error = nullptr;
     Gather_Runs runs(msg, *gather);
     while (!runs.Done()) {
-        msghdr header = runs.Header();
         // A server that has gone fails the write with EPIPE instead of ending the host.
-        const ssize_t count = ::sendmsg(handle->Write_File, &header, MSG_NOSIGNAL);
+        const ssize_t count = runs.Send(handle->Write_File, MSG_NOSIGNAL);
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0 && errno == ENOTSOCK) {
