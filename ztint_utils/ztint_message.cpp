@@ -103,10 +103,10 @@ int64_t Measure(int count, const ZTInt_rpc_type* types, const void* const* value
     return sum;
 }
 
-// Encodes a long text's type and length and leaves room for its bytes, which gather
-// lists instead of copying.
-int Encode_Gathered_Text(ZTInt_msg_info* info, ZTInt_msg_struct* msg, const char* text,
-                         int64_t length, ZTInt_msg_gather* gather)
+}  // namespace
+
+int ZTInt_msg_Gather_Text(ZTInt_msg_info* info, ZTInt_msg_struct* msg, const char* text,
+                          int64_t length, ZTInt_msg_gather* gather)
 {
     if (!ZTInt_rpc_type_Encode(info, ZTInt_rpc_type_String) ||
         !ZTInt_rpc_int_Encode(info, static_cast<int32_t>(length)))
@@ -123,6 +123,8 @@ int Encode_Gathered_Text(ZTInt_msg_info* info, ZTInt_msg_struct* msg, const char
     return 1;
 }
 
+namespace {
+
 int Encode_Value(ZTInt_msg_info* info, int k, const ZTInt_rpc_type* types,
                  const void* const* values, const int64_t (&text_lengths)[kMeasured],
                  ZTInt_msg_struct* msg = nullptr, ZTInt_msg_gather* gather = nullptr)
@@ -131,7 +133,7 @@ int Encode_Value(ZTInt_msg_info* info, int k, const ZTInt_rpc_type* types,
         return ZTInt_rpc_Encode(info, types[k], values[k]);
     if (gather != nullptr && text_lengths[k] >= ZTInt_msg_Gather_Min_Length &&
         gather->Count < ZTInt_msg_gather::Max_Pieces)
-        return Encode_Gathered_Text(info, msg, Text_Of(values[k]), text_lengths[k], gather);
+        return ZTInt_msg_Gather_Text(info, msg, Text_Of(values[k]), text_lengths[k], gather);
     return ZTInt_rpc_type_Encode(info, types[k]) &&
            ZTInt_rpc_String_Encode_Bytes(info, Text_Of(values[k]), text_lengths[k]);
 }

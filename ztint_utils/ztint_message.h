@@ -135,6 +135,11 @@ constexpr int32_t ZTInt_msg_Gather_Min_Length = 4096;
                                                  const ZTInt_rpc_type* types,
                                                  const void* const* values,
                                                  ZTInt_msg_gather* gather);
+// Encodes a text of length bytes as a string value, leaving its bytes to *gather: 1, or
+// 0 with info->Error set. For encoders of their own (the server's reply); *gather must
+// have a free piece.
+[[nodiscard]] int ZTInt_msg_Gather_Text(ZTInt_msg_info* info, ZTInt_msg_struct* msg, const char* text,
+                                        int64_t length, ZTInt_msg_gather* gather);
 // Copies the pieces' bytes into their places: the message is then whole.
 void ZTInt_msg_Fill_Gather(ZTInt_msg_struct* msg, const ZTInt_msg_gather* gather);
 int ZTInt_msg_Decode_Params(ZTInt_msg_struct* msg, char** error, int count,

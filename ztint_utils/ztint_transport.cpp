@@ -289,6 +289,13 @@ int ZTInt_transport_Send_Gather(ZTInt_RPC_Handle* handle, ZTInt_msg_struct* msg,
     return ZTInt_transport_Done;
 }
 
+long ZTInt_transport_Send_Gathered_Once(int fd, ZTInt_msg_struct* msg,
+                                        const ZTInt_msg_gather* gather, int flags)
+{
+    Gather_Runs runs(msg, *gather);
+    return static_cast<long>(runs.Send(fd, flags));
+}
+
 int ZTInt_transport_Send_Atomic(ZTInt_RPC_Handle* handle, const ZTInt_msg_struct* msg,
                                 char** error)
 {
