@@ -48,18 +48,21 @@ Svr_Step Svr_Client::Read_Step(Svr_Dispatcher& dispatcher)
     ZTInt_msg_struct* call = Reader.Message();
     // The call's texts are read where they are unless a next call follows them.
     const Svr_Texts texts = Reader.Message_Ends_Buffer() ? Svr_Texts::In_Place : Svr_Texts::Copied;
-    ZTInt_msg_struct* answer = dispatcher.Answer(Client_State, call, texts);
-    Svr_Trace::Call(call, answer);
+    // The answer's long texts stay in the dispatcher's values, or in the call when it
+    // was read in place: Send writes or copies them before the reader lets the call go.
+    ZTInt_msg_gather gather;
+    ZTInt_msg_struct* answer = dispatcher.Answer(Client_State, call, texts, &gather);
+    Svr_Trace::Call(call, answer);  // reads the status, never a text
+    Send(answer, &gather);
     Reader.Consume();
-    Send(answer);
     return Svr_Step::Complete;
 }
 
 // The client reads each answer before its next call, so the socket nearly
 // always takes an answer at once: write without asking first.
-void Svr_Client::Send(ZTInt_msg_struct* answer)
+void Svr_Client::Send(ZTInt_msg_struct* answer, const ZTInt_msg_gather* gather)
 {
-    Writer.Start(answer);
+    Writer.Start(answer, gather);
     // A failed write fails again at the client's next turn, which poll soon gives it
     // (the socket reports an error or room), and the client is dropped then.
     (void)Write_Step();

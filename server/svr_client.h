@@ -37,7 +37,7 @@ public:
 private:
     [[nodiscard]] Svr_Step Read_Step(Svr_Dispatcher& dispatcher);
     [[nodiscard]] bool Write_Step();
-    void Send(ZTInt_msg_struct* answer);
+    void Send(ZTInt_msg_struct* answer, const ZTInt_msg_gather* gather = nullptr);
 
     ZTInt_Connection Connection;
     Svr_Client_State Client_State;

@@ -63,8 +63,10 @@ void Svr_Dispatcher::Add(ZTInt_opcode opcode, Call_Handler handler)
 }
 
 ZTInt_msg_struct* Svr_Dispatcher::Answer(Svr_Client_State& client, ZTInt_msg_struct* call,
-                                         Svr_Texts texts)
+                                         Svr_Texts texts, ZTInt_msg_gather* gather)
 {
+    if (gather != nullptr)
+        gather->Count = 0;
     const ZTInt_call_entry* entry = ZTInt_call_Find(call->Procedure);
     if (call->Type != ZTInt_msg_type_Call || entry == nullptr || entry->Kind == ZTInt_call_Declared)
         return Error_Answer(call);
@@ -75,9 +77,14 @@ ZTInt_msg_struct* Svr_Dispatcher::Answer(Svr_Client_State& client, ZTInt_msg_str
     Out.Reset(entry->Types_Out, entry->Out_Count);
     Svr_Request request{client, *entry, In, Out};
     Out.Set_Number(0, Run(request));
-    ZTInt_msg_struct* answer = Out.Encode_Reply(call);
-    // An answer that cannot be encoded is no answer: the caller gets an error message.
-    return answer != nullptr ? answer : Error_Answer(call);
+    ZTInt_msg_struct* answer = Out.Encode_Reply(call, gather);
+    if (answer != nullptr)
+        return answer;
+    // An answer that cannot be encoded is no answer: the caller gets an error message,
+    // which has no texts.
+    if (gather != nullptr)
+        gather->Count = 0;
+    return Error_Answer(call);
 }
 
 int32_t Svr_Dispatcher::Run(Svr_Request& request)

@@ -48,8 +48,10 @@ public:
     // The answer to call, a new message the caller frees; never NULL. Not reentrant:
     // the values of one call are kept for the next.
     // texts tells where the call's texts are decoded to (see Svr_Values::Decode).
+    // With gather, long texts of the answer are left to it (see Svr_Values::Encode_Reply).
     [[nodiscard]] ZTInt_msg_struct* Answer(Svr_Client_State& client, ZTInt_msg_struct* call,
-                                           Svr_Texts texts = Svr_Texts::Copied);
+                                           Svr_Texts texts = Svr_Texts::Copied,
+                                           ZTInt_msg_gather* gather = nullptr);
     // True once a client has asked the server to shut down.
     bool Shutdown_Requested() const { return Shutdown; }
     // The client has gone: its objects go too.

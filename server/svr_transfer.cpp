@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "ztint_string.h"
+#include "ztint_utils/ztint_transport.h"
 
 namespace {
 
@@ -134,15 +135,35 @@ void Svr_Reader::Release_Large_Buffer()
     }
 }
 
-void Svr_Writer::Start(ZTInt_msg_struct* message)
+void Svr_Writer::Start(ZTInt_msg_struct* message, const ZTInt_msg_gather* gather)
 {
     ZTInt_msg_Free(Message);
     Message = message;
     Sent = 0;
+    Gather.Count = 0;
+    if (gather != nullptr)
+        Gather = *gather;
+}
+
+void Svr_Writer::Send_Gathered(int fd)
+{
+    long count;
+    do
+        count = ZTInt_transport_Send_Gathered_Once(fd, Message, &Gather,
+                                                   MSG_NOSIGNAL | MSG_DONTWAIT);
+    while (count < 0 && errno == EINTR);
+    // What the socket did not take (or a failure, which the plain write meets again)
+    // goes on from the message itself.
+    if (count < ZTInt_msg_Full_Size(Message))
+        ZTInt_msg_Fill_Gather(Message, &Gather);
+    Sent = count > 0 ? static_cast<int32_t>(count) : 0;
+    Gather.Count = 0;
 }
 
 Svr_Step Svr_Writer::Step(int fd)
 {
+    if (Gather.Count > 0)
+        Send_Gathered(fd);
     const int32_t size = ZTInt_msg_Full_Size(Message);
     const char* bytes = reinterpret_cast<const char*>(Message);
     while (Sent < size) {

@@ -63,13 +63,19 @@ public:
     Svr_Writer(const Svr_Writer&) = delete;
     Svr_Writer& operator=(const Svr_Writer&) = delete;
 
-    // Takes message over; the first Step begins its transfer.
-    void Start(ZTInt_msg_struct* message);
+    // Takes message over; the first Step begins its transfer. With gather, the
+    // message's long texts are where gather says, and must stay there until the first
+    // Step, which writes what the socket takes of them and copies in the rest.
+    void Start(ZTInt_msg_struct* message, const ZTInt_msg_gather* gather = nullptr);
     [[nodiscard]] bool Busy() const { return Message != nullptr; }
     // Writes until the message is gone or the socket is full (Pending).
     [[nodiscard]] Svr_Step Step(int fd);
 
 private:
+    // The first write of a message with pieces elsewhere; after it the message is whole.
+    void Send_Gathered(int fd);
+
     ZTInt_msg_struct* Message = nullptr;
     int32_t Sent = 0;
+    ZTInt_msg_gather Gather;
 };

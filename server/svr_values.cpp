@@ -177,19 +177,26 @@ int64_t Svr_Values::Data_Size() const
     return size;
 }
 
-bool Svr_Values::Encode_Value(ZTInt_msg_info& info, int index)
+bool Svr_Values::Encode_Value(ZTInt_msg_info& info, int index, ZTInt_msg_struct* reply,
+                              ZTInt_msg_gather* gather)
 {
     const ZTInt_rpc_type type = Type_List[index];
     if (type != ZTInt_rpc_type_String)
         return ZTInt_rpc_Encode(&info, type, Pointer_Of(index)) != 0;
     // The length is known: no second pass over the text to measure it.
     const Cell& cell = Cells[index];
+    const int64_t length = Text_Length(cell);
+    if (gather != nullptr && length >= ZTInt_msg_Gather_Min_Length &&
+        gather->Count < ZTInt_msg_gather::Max_Pieces)
+        return ZTInt_msg_Gather_Text(&info, reply, cell.Text, length, gather) != 0;
     return ZTInt_rpc_type_Encode(&info, type) &&
            ZTInt_rpc_String_Encode_Bytes(&info, cell.Text, Text_Length(cell));
 }
 
-ZTInt_msg_struct* Svr_Values::Encode_Reply(const ZTInt_msg_struct* call)
+ZTInt_msg_struct* Svr_Values::Encode_Reply(const ZTInt_msg_struct* call, ZTInt_msg_gather* gather)
 {
+    if (gather != nullptr)
+        gather->Count = 0;
     const int64_t size = Data_Size();
     if (size > ZTInt_msg_Max_Data_Size)
         return nullptr;
@@ -204,7 +211,7 @@ ZTInt_msg_struct* Svr_Values::Encode_Reply(const ZTInt_msg_struct* call)
     ZTInt_msg_info_Init(&info, reply);
     bool encoded = true;
     for (int i = 0; i < Value_Count && encoded; ++i)
-        encoded = Encode_Value(info, i);
+        encoded = Encode_Value(info, i, reply, gather);
     ZTInt_String_Free(info.Error);
     if (!encoded || ZTInt_msg_Available(&info) != 0) {
         ZTInt_msg_Free(reply);

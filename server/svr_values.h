@@ -45,8 +45,11 @@ public:
     // after them must be writable, and the texts last until the list starts over.
     [[nodiscard]] bool Decode(ZTInt_msg_struct* message, Svr_Texts texts = Svr_Texts::Copied);
     // The list encoded as the reply to call, a new pool message; NULL if the values
-    // exceed the largest message.
-    [[nodiscard]] ZTInt_msg_struct* Encode_Reply(const ZTInt_msg_struct* call);
+    // exceed the largest message. With gather, long texts are left out and listed
+    // there: the reply is whole only once they are sent or filled in, before the list
+    // starts over.
+    [[nodiscard]] ZTInt_msg_struct* Encode_Reply(const ZTInt_msg_struct* call,
+                                                 ZTInt_msg_gather* gather = nullptr);
 
     int32_t Number(int index) const { return Cells[index].Number; }
     // Never NULL: a missing string reads as "".
@@ -85,7 +88,8 @@ private:
     [[nodiscard]] static bool Decode_Text(ZTInt_msg_info& info, Cell& cell, Svr_Texts texts);
     [[nodiscard]] static int64_t Text_Length(const Cell& cell);
     [[nodiscard]] int64_t Data_Size() const;
-    [[nodiscard]] bool Encode_Value(ZTInt_msg_info& info, int index);
+    [[nodiscard]] bool Encode_Value(ZTInt_msg_info& info, int index, ZTInt_msg_struct* reply,
+                                    ZTInt_msg_gather* gather);
 
     const ZTInt_rpc_type* Type_List = nullptr;
     int Value_Count = 0;

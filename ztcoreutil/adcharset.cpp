@@ -220,28 +220,26 @@ CsCache* Enter_By_Page(unsigned int Code_Page, CsCache* Record) {
     return Record;
 }
 
-// The charset the locale names, made once. Where ICU's default converter is fixed when
-// ICU is built (U_CHARSET_IS_UTF8, as on Linux) no locale changes the answer: the
+// The record of the locale's charset, made once. Where ICU's default converter is fixed
+// when ICU is built (U_CHARSET_IS_UTF8, as on Linux) no locale changes the answer: the
 // process's locale is then left as the host program set it, and the first conversion
-// does not load the locale's data.
-const AdCharset& Locale_Charset() {
-    static const AdCharset* charset = [] {
+// does not load the locale's data. The record stays outside the maps, so a process
+// that converts only ASCII never makes them.
+CsCache* Locale_Record() {
+    static CsCache* record = [] {
+        auto* made = new CsCache();
 #if U_CHARSET_IS_UTF8
-        // ICU's own answer, known without asking it.
-        return new AdCharset(Fnd_String(u"UTF-8"));
+        made->defer(65001, Fnd_String(u"UTF-8"));  // ICU's own answer, known without asking
 #else
         std::setlocale(LC_ALL, "");
-        return new AdCharset(From_Invariant(ucnv_getDefaultName()));
+        const Fnd_String name = From_Invariant(ucnv_getDefaultName());
+        made->defer(MimeNameToCp(name), name);
 #endif
+        return made;
     }();
-    return *charset;
+    return record;
 }
 
-// The default charset as handed out: the locale's unless a test stood in another.
-AdCharset& Default_Slot() {
-    static AdCharset* charset = new AdCharset(Locale_Charset());
-    return *charset;
-}
 
 bool Configure(UConverter* Converter, AdCharset::converter_t Mode) {
     UErrorCode status = U_ZERO_ERROR;
@@ -329,6 +327,9 @@ void AdCharset::registerConverter(unsigned int Code_Page, const Fnd_String& Mime
     CsCache* by_name = Find_By_Name(Mime_Name);
     if (!by_name) by_name = Enter_By_Name(Mime_Name, new CsCache());
     by_name->init(Code_Page, Mime_Name, Converter);
+    // The locale's record answers to its name as a record of the map would.
+    CsCache* locale = Locale_Record();
+    if (locale->Mime_Name == Mime_Name) locale->init(Code_Page, Mime_Name, Converter);
 }
 
 bool AdCharset::operator==(const AdCharset& Other) const {
@@ -362,10 +363,20 @@ Fnd_String AdCharset::getMimeName() const {
     return Cache->Mime_Name;
 }
 
-const AdCharset& AdCharset::getDefaultCharset() { return Default_Slot(); }
+const AdCharset& AdCharset::localeCharset() {
+    static const AdCharset* charset = new AdCharset(Locale_Record());
+    return *charset;
+}
+
+AdCharset& AdCharset::defaultSlot() {
+    static AdCharset* charset = new AdCharset(localeCharset());
+    return *charset;
+}
+
+const AdCharset& AdCharset::getDefaultCharset() { return defaultSlot(); }
 
 void AdCharset::overrideDefaultCharset(const AdCharset& Charset) {
-    Default_Slot() = Charset.Cache ? Charset : Locale_Charset();
+    defaultSlot() = Charset.Cache ? Charset : localeCharset();
 }
 
 const AdCharset& AdCharset::getUTF8Charset() {

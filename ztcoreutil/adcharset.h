@@ -78,5 +78,11 @@ public:
                                   UConverter* Converter);
 
 private:
+    explicit AdCharset(CsCache* Record) : Cache(Record) {}
+    // The charset of the locale, made once, on a record of its own outside the maps.
+    static const AdCharset& localeCharset();
+    // The default charset as handed out: the locale's unless a test stood in another.
+    static AdCharset& defaultSlot();
+
     CsCache* Cache;
 };

@@ -46,7 +46,13 @@ int ZTInt_do_Call_Send(ZTInt_Connection* connection, ZTInt_Error_Sink set_error,
         return 0;
     ZTInt_msg_struct* call = nullptr;
     char* error = nullptr;
-    if (!ZTInt_msg_Encode_Params(&call, &error, count, types, values)) {
+    // Long texts go from the caller's memory to the socket; a call into the pipe (the
+    // startup call) must be one whole write.
+    ZTInt_msg_gather gather;
+    const bool encoded = atomic ? ZTInt_msg_Encode_Params(&call, &error, count, types, values)
+                                : ZTInt_msg_Encode_Params_Gather(&call, &error, count, types,
+                                                                 values, &gather);
+    if (!encoded) {
         Report_Protocol_Error(set_error, error);
         ZTInt_msg_Free(call);
         return 0;
@@ -54,7 +60,7 @@ int ZTInt_do_Call_Send(ZTInt_Connection* connection, ZTInt_Error_Sink set_error,
     ZTInt_msg_Init_Call(call, My_Pid, ++connection->Sequence, procedure);
     ZTInt_RPC_Handle* handle = &connection->Handle;
     const int result = atomic ? ZTInt_transport_Send_Atomic(handle, call, &error)
-                              : ZTInt_transport_Send(handle, call, &error);
+                              : ZTInt_transport_Send_Gather(handle, call, &gather, &error);
     ZTInt_msg_Free(call);
     if (result != ZTInt_transport_Done) {
         Report_Protocol_Error(set_error, error);

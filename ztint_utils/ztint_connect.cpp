@@ -112,8 +112,9 @@ int Listen_At(const char* path, Fnd_Condition& condition)
     address.Set_Sun_Family(AF_UNIX);
     const Fnd_String wide = ZTInt_Wide(path);
     address.Set_Sun_Addr(wide);
-    Fnd_Condition ignored;
-    Hst_Socket::Unlink(wide, ignored);  // a leftover of a process that had our pid
+    // A leftover of a process that had our pid; mostly there is none, and the failure
+    // is of no interest.
+    unlink(path);
     int fd = socket;
     if (Hst_Socket::Bind(fd, address, condition) && chmod(path, 0600) == 0 &&
         Hst_Socket::Getsockname(fd, address, condition) && Hst_Socket::Listen(fd, 1, condition))

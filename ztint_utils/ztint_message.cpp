@@ -103,11 +103,37 @@ int64_t Measure(int count, const ZTInt_rpc_type* types, const void* const* value
     return sum;
 }
 
+}  // namespace
+
+int ZTInt_msg_Gather_Text(ZTInt_msg_info* info, ZTInt_msg_struct* msg, const char* text,
+                          int64_t length, ZTInt_msg_gather* gather)
+{
+    if (!ZTInt_rpc_type_Encode(info, ZTInt_rpc_type_String) ||
+        !ZTInt_rpc_int_Encode(info, static_cast<int32_t>(length)))
+        return 0;
+    if (ZTInt_msg_Available(info) < length) {
+        info->Error = ZTInt_String_New("ztintsvr encode: string buffer overflow");
+        return 0;
+    }
+    ZTInt_msg_gather::Piece& piece = gather->Pieces[gather->Count++];
+    piece.Offset = static_cast<int32_t>(info->Current - reinterpret_cast<char*>(msg));
+    piece.Bytes = text;
+    piece.Length = static_cast<int32_t>(length);
+    info->Current += length;
+    return 1;
+}
+
+namespace {
+
 int Encode_Value(ZTInt_msg_info* info, int k, const ZTInt_rpc_type* types,
-                 const void* const* values, const int64_t (&text_lengths)[kMeasured])
+                 const void* const* values, const int64_t (&text_lengths)[kMeasured],
+                 ZTInt_msg_struct* msg = nullptr, ZTInt_msg_gather* gather = nullptr)
 {
     if (!Is_Measured(k, types))
         return ZTInt_rpc_Encode(info, types[k], values[k]);
+    if (gather != nullptr && text_lengths[k] >= ZTInt_msg_Gather_Min_Length &&
+        gather->Count < ZTInt_msg_gather::Max_Pieces)
+        return ZTInt_msg_Gather_Text(info, msg, Text_Of(values[k]), text_lengths[k], gather);
     return ZTInt_rpc_type_Encode(info, types[k]) &&
            ZTInt_rpc_String_Encode_Bytes(info, Text_Of(values[k]), text_lengths[k]);
 }
@@ -483,8 +509,11 @@ extern "C" int ZTInt_msg_Check_Size(char** error, const ZTInt_msg_struct* msg)
 
 // ---- parameter lists
 
-extern "C" int ZTInt_msg_Encode(ZTInt_msg_struct** msg, char** error, int count,
-                                const ZTInt_rpc_type* types, const void* const* values)
+namespace {
+
+// ZTInt_msg_Encode, with long texts left to gather when it is given.
+int Encode(ZTInt_msg_struct** msg, char** error, int count, const ZTInt_rpc_type* types,
+           const void* const* values, ZTInt_msg_gather* gather)
 {
     *msg = nullptr;
     *error = nullptr;
@@ -503,7 +532,7 @@ extern "C" int ZTInt_msg_Encode(ZTInt_msg_struct** msg, char** error, int count,
     ZTInt_msg_info info;
     ZTInt_msg_info_Init(&info, *msg);
     for (int k = 0; k < count; ++k) {
-        if (!Encode_Value(&info, k, types, values, text_lengths)) {
+        if (!Encode_Value(&info, k, types, values, text_lengths, *msg, gather)) {
             *error = info.Error;
             return k;
         }
@@ -513,6 +542,31 @@ extern "C" int ZTInt_msg_Encode(ZTInt_msg_struct** msg, char** error, int count,
         return -count;
     }
     return count;
+}
+
+}  // namespace
+
+extern "C" int ZTInt_msg_Encode(ZTInt_msg_struct** msg, char** error, int count,
+                                const ZTInt_rpc_type* types, const void* const* values)
+{
+    return Encode(msg, error, count, types, values, nullptr);
+}
+
+int ZTInt_msg_Encode_Params_Gather(ZTInt_msg_struct** msg, char** error, int count,
+                                   const ZTInt_rpc_type* types, const void* const* values,
+                                   ZTInt_msg_gather* gather)
+{
+    gather->Count = 0;
+    return Encode(msg, error, count, types, values, gather) == count && *error == nullptr;
+}
+
+void ZTInt_msg_Fill_Gather(ZTInt_msg_struct* msg, const ZTInt_msg_gather* gather)
+{
+    for (int i = 0; i < gather->Count; ++i) {
+        const ZTInt_msg_gather::Piece& piece = gather->Pieces[i];
+        std::memcpy(reinterpret_cast<char*>(msg) + piece.Offset, piece.Bytes,
+                    static_cast<size_t>(piece.Length));
+    }
 }
 
 extern "C" int ZTInt_msg_Decode(ZTInt_msg_struct* msg, char** error, int count,

@@ -111,6 +111,37 @@ void ZTInt_msg_Decode_Nil(ZTInt_msg_struct* msg, int count, const ZTInt_rpc_type
                           void* const* values);
 int ZTInt_msg_Encode_Params(ZTInt_msg_struct** msg, char** error, int count,
                             const ZTInt_rpc_type* types, const void* const* values);
+
+// Long texts of a call that stay where the caller keeps them: the message has room for
+// them, but their bytes are not copied in; each piece says where its bytes belong
+// (Offset from the message's start) and where they are. A sender writes the message
+// with the pieces' bytes in their places; the bytes on the wire are those of a message
+// encoded with ZTInt_msg_Encode_Params.
+struct ZTInt_msg_gather {
+    static constexpr int Max_Pieces = 16;
+    struct Piece {
+        int32_t Offset;
+        const char* Bytes;
+        int32_t Length;
+    };
+    Piece Pieces[Max_Pieces];
+    int Count = 0;
+};
+// Texts shorter than this are copied: one more piece costs more than their copy.
+constexpr int32_t ZTInt_msg_Gather_Min_Length = 4096;
+// ZTInt_msg_Encode_Params, leaving texts of ZTInt_msg_Gather_Min_Length bytes or more
+// to *gather (the texts must live until the message is sent).
+[[nodiscard]] int ZTInt_msg_Encode_Params_Gather(ZTInt_msg_struct** msg, char** error, int count,
+                                                 const ZTInt_rpc_type* types,
+                                                 const void* const* values,
+                                                 ZTInt_msg_gather* gather);
+// Encodes a text of length bytes as a string value, leaving its bytes to *gather: 1, or
+// 0 with info->Error set. For encoders of their own (the server's reply); *gather must
+// have a free piece.
+[[nodiscard]] int ZTInt_msg_Gather_Text(ZTInt_msg_info* info, ZTInt_msg_struct* msg, const char* text,
+                                        int64_t length, ZTInt_msg_gather* gather);
+// Copies the pieces' bytes into their places: the message is then whole.
+void ZTInt_msg_Fill_Gather(ZTInt_msg_struct* msg, const ZTInt_msg_gather* gather);
 int ZTInt_msg_Decode_Params(ZTInt_msg_struct* msg, char** error, int count,
                             const ZTInt_rpc_type* types, void* const* values);
 // Encodes a reply to call into *reply: 1; or, if encoding fails, makes *reply an

@@ -12,6 +12,7 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/uio.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -194,6 +195,105 @@ int ZTInt_transport_Send(ZTInt_RPC_Handle* handle, ZTInt_msg_struct* msg, char**
         if (result != ZTInt_transport_Done || handle->Length == 0)
             return result;
     }
+}
+
+namespace {
+
+// The message as the runs of bytes that go on the wire in turn: buffer, piece,
+// buffer, ... Empty runs are left out.
+class Gather_Runs {
+public:
+    Gather_Runs(ZTInt_msg_struct* msg, const ZTInt_msg_gather& gather)
+    {
+        char* const bytes = reinterpret_cast<char*>(msg);
+        int32_t at = 0;
+        for (int i = 0; i < gather.Count; ++i) {
+            const ZTInt_msg_gather::Piece& piece = gather.Pieces[i];
+            Add(bytes + at, piece.Offset - at);
+            Add(piece.Bytes, piece.Length);
+            at = piece.Offset + piece.Length;
+        }
+        Add(bytes + at, ZTInt_msg_Full_Size(msg) - at);
+    }
+
+    // Drops count bytes from the front, after a write took them.
+    void Advance(std::size_t count)
+    {
+        while (count > 0 && First < Count) {
+            iovec& run = Runs[First];
+            const std::size_t taken = std::min(count, run.iov_len);
+            run.iov_base = static_cast<char*>(run.iov_base) + taken;
+            run.iov_len -= taken;
+            count -= taken;
+            if (run.iov_len == 0)
+                ++First;
+        }
+    }
+    [[nodiscard]] bool Done() const { return First == Count; }
+    // One write of what is left; a single run (a short call) goes by plain send.
+    [[nodiscard]] ssize_t Send(int fd, int flags)
+    {
+        if (Count - First == 1)
+            return ::send(fd, Runs[First].iov_base, Runs[First].iov_len, flags);
+        msghdr header = {};
+        header.msg_iov = Runs + First;
+        header.msg_iovlen = static_cast<std::size_t>(Count - First);
+        return ::sendmsg(fd, &header, flags);
+    }
+    [[nodiscard]] std::size_t Left() const
+    {
+        std::size_t left = 0;
+        for (int i = First; i < Count; ++i)
+            left += Runs[i].iov_len;
+        return left;
+    }
+
+private:
+    void Add(const char* bytes, int32_t length)
+    {
+        if (length > 0)
+            Runs[Count++] = {const_cast<char*>(bytes), static_cast<std::size_t>(length)};
+    }
+
+    iovec Runs[2 * ZTInt_msg_gather::Max_Pieces + 1];
+    int Count = 0;
+    int First = 0;
+};
+
+}  // namespace
+
+int ZTInt_transport_Send_Gather(ZTInt_RPC_Handle* handle, ZTInt_msg_struct* msg,
+                                const ZTInt_msg_gather* gather, char** error)
+{
+    *error = nullptr;
+    Gather_Runs runs(msg, *gather);
+    while (!runs.Done()) {
+        // A server that has gone fails the write with EPIPE instead of ending the host.
+        const ssize_t count = runs.Send(handle->Write_File, MSG_NOSIGNAL);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0 && errno == ENOTSOCK) {
+            ZTInt_msg_Fill_Gather(msg, gather);
+            return ZTInt_transport_Send(handle, msg, error);
+        }
+        handle->Last_Count = static_cast<int32_t>(count);
+        if (count <= 0) {
+            Fnd_Condition condition;
+            condition.Set_Error(Hst_Sys_Call_Error(143, count < 0 ? errno : EIO,
+                                                   static_cast<long>(runs.Left()), 0), 1);
+            int result;
+            return Set_Result(condition, result, error);
+        }
+        runs.Advance(static_cast<std::size_t>(count));
+    }
+    return ZTInt_transport_Done;
+}
+
+long ZTInt_transport_Send_Gathered_Once(int fd, ZTInt_msg_struct* msg,
+                                        const ZTInt_msg_gather* gather, int flags)
+{
+    Gather_Runs runs(msg, *gather);
+    return static_cast<long>(runs.Send(fd, flags));
 }
 
 int ZTInt_transport_Send_Atomic(ZTInt_RPC_Handle* handle, const ZTInt_msg_struct* msg,

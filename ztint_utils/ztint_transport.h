@@ -22,6 +22,15 @@ constexpr int ZTInt_transport_No_Data = -10;
 
 // Writes header and data; a partial write goes on from where it stopped.
 int ZTInt_transport_Send(ZTInt_RPC_Handle* handle, ZTInt_msg_struct* msg, char** error);
+// Send for a message encoded by ZTInt_msg_Encode_Params_Gather: writes it with the
+// pieces' bytes in their places, by gathering writes on a socket (no copy of the long
+// texts); on any other descriptor it fills the pieces in and sends as Send does.
+int ZTInt_transport_Send_Gather(ZTInt_RPC_Handle* handle, ZTInt_msg_struct* msg,
+                                const ZTInt_msg_gather* gather, char** error);
+// One gathering write of the whole message, for a driver of a non-blocking socket:
+// the count written, or -1 with errno. The pieces' bytes are read, never kept.
+long ZTInt_transport_Send_Gathered_Once(int fd, ZTInt_msg_struct* msg,
+                                        const ZTInt_msg_gather* gather, int flags);
 // Writes the whole message by single writes from its start until one takes it all,
 // so that writers sharing one descriptor never interleave. Leaves Data and Length.
 int ZTInt_transport_Send_Atomic(ZTInt_RPC_Handle* handle, const ZTInt_msg_struct* msg,

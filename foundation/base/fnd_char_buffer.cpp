@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "foundation/base/fnd_array_errors.h"
@@ -37,8 +38,10 @@ long Saturated_Sum(long A, long B) {
     return __builtin_add_overflow(A, B, &sum) ? (B > 0 ? LONG_MAX : LONG_MIN) : sum;
 }
 
+// Counted here rather than by ICU: a process that handles only its own texts then
+// never touches ICU's code.
 unsigned long Terminated_Length(const Code_Unit* Text) {
-    return static_cast<unsigned long>(u_strlen(Text));
+    return static_cast<unsigned long>(std::char_traits<Code_Unit>::length(Text));
 }
 
 }  // namespace

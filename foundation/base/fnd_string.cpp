@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <utility>
 
 #include "foundation/base/fnd_array_errors.h"
@@ -196,7 +197,7 @@ long Fnd_String::Byte_To_Char(const Code_Unit* Pointer) const {
 void Fnd_String::Append(const Fnd_String& Text) { Append_Data(Text.Data(), Text.Length); }
 
 void Fnd_String::Append(const Code_Unit* Text) {
-    if (Text) Append_Data(Text, u_strlen(Text));
+    if (Text) Append_Data(Text, static_cast<long>(std::char_traits<Code_Unit>::length(Text)));
 }
 
 void Fnd_String::Append(const Fnd_Char Unit) { Append_Data(&Unit.Unit, 1); }

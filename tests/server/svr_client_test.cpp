@@ -186,6 +186,14 @@ TEST_F(Svr_Client_Test, EchoesOfEverySizeComeBackWholeAndInOrder)
     Serve_Echoes(texts);
 }
 
+// The answer's text is written from where the call was read, and the reader lets a
+// buffer above its largest kept size go once the call is done: the answer must be out
+// (or copied) by then.
+TEST_F(Svr_Client_Test, AnEchoBeyondTheReadersKeptBufferComesBackWhole)
+{
+    Serve_Echoes({std::string((9 << 20) + 3, 'f'), "small after it", std::string(70000, 'g')});
+}
+
 TEST_F(Svr_Client_Test, InTheSteadyStateTheServerAllocatesNothing)
 {
     if (!Ztint_Counts_Allocations) GTEST_SKIP() << "the sanitizer's allocator is not counted";

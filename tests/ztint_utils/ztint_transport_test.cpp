@@ -347,3 +347,145 @@ TEST(TransportLimits, AHeaderThatNeverComesEndsTheWaitAtItsBound)
     close(ends[0]);
     close(ends[1]);
 }
+
+namespace {
+
+// The bytes of a whole message.
+std::string Bytes_Of(const ZTInt_msg_struct* msg)
+{
+    return std::string(reinterpret_cast<const char*>(msg),
+                       static_cast<std::size_t>(ZTInt_msg_Full_Size(msg)));
+}
+
+// Reads from fd until end of file.
+std::string Read_All(int fd)
+{
+    std::string bytes;
+    char block[65536];
+    ssize_t count;
+    while ((count = read(fd, block, sizeof block)) > 0)
+        bytes.append(block, static_cast<std::size_t>(count));
+    return bytes;
+}
+
+struct Gather_Case {
+    const char* name;
+    std::vector<std::size_t> lengths;  // one text parameter each, between two ints
+    int pieces;                        // texts left in place
+};
+
+// The call of a gather case, and the same call encoded whole for comparison.
+class Gathered_Call {
+public:
+    explicit Gathered_Call(const Gather_Case& c)
+    {
+        for (std::size_t i = 0; i < c.lengths.size(); ++i)
+            Texts.push_back(std::string(c.lengths[i], static_cast<char>('a' + i % 26)));
+        for (const std::string& text : Texts) {
+            Pointers.push_back(text.c_str());
+            Types.push_back(ZTInt_rpc_type_String);
+        }
+        Types.insert(Types.begin(), ZTInt_rpc_type_int);
+        Types.push_back(ZTInt_rpc_type_int);
+        Values.push_back(&First);
+        for (const char*& pointer : Pointers)
+            Values.push_back(&pointer);
+        Values.push_back(&Last);
+    }
+    ZTInt_msg_struct* Encode(ZTInt_msg_gather* gather)
+    {
+        ZTInt_msg_struct* msg = nullptr;
+        char* failure = nullptr;
+        const int count = static_cast<int>(Types.size());
+        const bool done = gather != nullptr
+                              ? ZTInt_msg_Encode_Params_Gather(&msg, &failure, count, Types.data(),
+                                                               Values.data(), gather)
+                              : ZTInt_msg_Encode_Params(&msg, &failure, count, Types.data(),
+                                                        Values.data());
+        EXPECT_TRUE(done) << (failure != nullptr ? failure : "");
+        ZTInt_String_Free(failure);
+        ZTInt_msg_Init_Call(msg, 99, 5, ZTInt_op_ZTZentrak_EchoString);
+        return msg;
+    }
+
+private:
+    std::vector<std::string> Texts;
+    std::vector<const char*> Pointers;
+    std::vector<ZTInt_rpc_type> Types;
+    std::vector<const void*> Values;
+    int32_t First = 17;
+    int32_t Last = -3;
+};
+
+const Gather_Case kGatherCases[] = {
+    {"short texts are copied", {0, 40, 4095}, 0},
+    {"one long text", {ZTInt_msg_Gather_Min_Length}, 1},
+    {"long and short texts mixed", {65536, 3, 70000, 0}, 2},
+    {"one MiB", {1 << 20}, 1},
+    // Texts are measured ahead in the first 16 parameters only (the first is an int).
+    {"long texts past the sixteenth parameter are copied", std::vector<std::size_t>(18, 5000), 15},
+};
+
+}  // namespace
+
+// Whatever is left in place, the bytes sent are those of the message encoded whole,
+// over a socket (gathered) and over a pipe (filled in first).
+TEST(TransportGather, SendsTheBytesOfTheWholeMessage)
+{
+    for (const Gather_Case& c : kGatherCases) {
+        SCOPED_TRACE(c.name);
+        Gathered_Call call(c);
+        ZTInt_msg_struct* whole = call.Encode(nullptr);
+        const std::string expected = Bytes_Of(whole);
+        ZTInt_msg_Free(whole);
+        for (const bool socket : {true, false}) {
+            int ends[2];
+            ASSERT_EQ(socket ? socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends)
+                             : pipe2(ends, O_CLOEXEC),
+                      0);
+            const int reader = socket ? ends[1] : ends[0];
+            const int writer = socket ? ends[0] : ends[1];
+            ZTInt_msg_gather gather;
+            ZTInt_msg_struct* msg = call.Encode(&gather);
+            EXPECT_EQ(gather.Count, c.pieces);
+            ZTInt_RPC_Handle handle;
+            ZTInt_RPC_Handle_Initialize(&handle);
+            handle.Write_File = writer;
+            std::string received;
+            // The reader drains while the writer blocks on a full socket or pipe.
+            std::thread drain([&] { received = Read_All(reader); });
+            char* error = nullptr;
+            EXPECT_EQ(ZTInt_transport_Send_Gather(&handle, msg, &gather, &error),
+                      ZTInt_transport_Done);
+            close(writer);
+            drain.join();
+            EXPECT_EQ(error, nullptr);
+            EXPECT_TRUE(received == expected) << (socket ? "socket: " : "pipe: ") << received.size()
+                                              << " bytes of " << expected.size();
+            ZTInt_String_Free(error);
+            ZTInt_msg_Free(msg);
+            close(reader);
+        }
+    }
+}
+
+// A peer that has gone fails the send with the system's text, and the process lives.
+TEST(TransportGather, APeerThatHasGoneFailsTheSend)
+{
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    close(ends[1]);
+    Gathered_Call call(kGatherCases[2]);
+    ZTInt_msg_gather gather;
+    ZTInt_msg_struct* msg = call.Encode(&gather);
+    ZTInt_RPC_Handle handle;
+    ZTInt_RPC_Handle_Initialize(&handle);
+    handle.Write_File = ends[0];
+    char* error = nullptr;
+    EXPECT_EQ(ZTInt_transport_Send_Gather(&handle, msg, &gather, &error), ZTInt_transport_Failed);
+    const std::string text = error != nullptr ? error : "<null>";
+    EXPECT_NE(text.find("Broken pipe"), std::string::npos) << text;
+    ZTInt_String_Free(error);
+    ZTInt_msg_Free(msg);
+    close(ends[0]);
+}
