@@ -16,7 +16,6 @@
 // Each engine's run and each client runs in a child process, so that its server and
 // its connection are its own; every server is stopped when its client is done.
 #include <fcntl.h>
-#include <libpq-fe.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,6 +30,7 @@
 #include <vector>
 
 #include "bench/bench_calls.h"
+#include "bench/bench_pg_admin.h"
 #include "foundation/host/hst_switches.h"
 #include "ztint.h"
 #include "ztint_values.h"
@@ -275,19 +275,6 @@ std::optional<double> Measure_Servers(int servers, const std::string& store, con
     return servers * kScale_Submits / seconds;
 }
 
-// Runs one SQL command in the maintenance database of the cluster.
-bool Pg_Admin(const std::string& cluster, const std::string& sql)
-{
-    PGconn* conn = PQconnectdb((cluster + " dbname=postgres").c_str());
-    PGresult* result = PQstatus(conn) == CONNECTION_OK ? PQexec(conn, sql.c_str()) : nullptr;
-    const bool ok = PQresultStatus(result) == PGRES_COMMAND_OK;
-    if (!ok)
-        std::fprintf(stderr, "engine_bench: %s: %s\n", sql.c_str(), PQerrorMessage(conn));
-    PQclear(result);
-    PQfinish(conn);
-    return ok;
-}
-
 // One row of the side-by-side table: a figure for each engine, or the reason it has none.
 void Print_Row(const char* what, const char* unit, const std::optional<Engine_Times>& sqlite,
                const std::optional<Engine_Times>& postgres, const std::string& missing,
@@ -317,7 +304,8 @@ int main()
     const char* cluster_value = std::getenv("ZTT_PG");
     const std::string cluster = cluster_value != nullptr ? cluster_value : "";
     const std::string database = "zt_engine_bench_" + std::to_string(getpid());
-    const bool on_postgres = !cluster.empty() && Pg_Admin(cluster, "CREATE DATABASE " + database);
+    const bool on_postgres =
+        !cluster.empty() && Bench_Pg_Admin("engine_bench", cluster, "CREATE DATABASE " + database);
     const std::string store = cluster + " dbname=" + database;
     const std::optional<Engine_Times> postgres =
         on_postgres ? Measure_Engine(user + "_p", store) : std::nullopt;
@@ -337,7 +325,8 @@ int main()
         if (postgres)
             rates.push_back(best);
     }
-    const bool dropped = !on_postgres || Pg_Admin(cluster, "DROP DATABASE " + database + " WITH (FORCE)");
+    const bool dropped =
+        !on_postgres || Bench_Pg_Admin("engine_bench", cluster, "DROP DATABASE " + database + " WITH (FORCE)");
 
     std::printf("%d records of 5 fields submitted and read one by one; a query of 3 columns over %ld matching "
                 "rows, best of %d. Wall-clock times on a shared machine: other work weighs on them.\n",

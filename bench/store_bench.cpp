@@ -13,7 +13,6 @@
 // Runs its own server (ZTT_USER of its own) on a store in a temporary directory. With
 // ZTT_PG naming a PostgreSQL cluster (scripts/pg-cluster.sh), it first runs the same
 // submit and read on a fresh database there.
-#include <libpq-fe.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -27,6 +26,7 @@
 
 #include "server/model/mdl_store.h"
 #include "bench/bench_calls.h"
+#include "bench/bench_pg_admin.h"
 #include "ztint.h"
 #include "ztint_client/ztint_special.h"
 
@@ -219,19 +219,6 @@ void Report(const char* what, double library, double echoes, double direct)
                 what, library, library / kRecords * 1e6, floor, echoes, direct, library / floor);
 }
 
-// Runs one SQL command in the maintenance database of the cluster ZTT_PG names.
-bool Pg_Admin(const std::string& cluster, const std::string& sql)
-{
-    PGconn* conn = PQconnectdb((cluster + " dbname=postgres").c_str());
-    PGresult* result = PQstatus(conn) == CONNECTION_OK ? PQexec(conn, sql.c_str()) : nullptr;
-    const bool ok = PQresultStatus(result) == PGRES_COMMAND_OK;
-    if (!ok)
-        std::fprintf(stderr, "store_bench: %s: %s\n", sql.c_str(), PQerrorMessage(conn));
-    PQclear(result);
-    PQfinish(conn);
-    return ok;
-}
-
 // Submits and reads kRecords records through a server on store; false on a failure.
 bool Run_Library(const std::string& store, double& submit, double& read)
 {
@@ -260,7 +247,7 @@ bool Run_Library(const std::string& store, double& submit, double& read)
 bool Run_On_Postgres(const std::string& cluster)
 {
     const std::string database = "zt_bench_" + std::to_string(getpid());
-    if (!Pg_Admin(cluster, "CREATE DATABASE " + database))
+    if (!Bench_Pg_Admin("store_bench", cluster, "CREATE DATABASE " + database))
         return false;
     std::fflush(stdout);
     const pid_t child = fork();
@@ -279,7 +266,7 @@ bool Run_On_Postgres(const std::string& cluster)
     int status = 0;
     const bool ok = child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) &&
                     WEXITSTATUS(status) == 0;
-    return Pg_Admin(cluster, "DROP DATABASE " + database + " WITH (FORCE)") && ok;
+    return Bench_Pg_Admin("store_bench", cluster, "DROP DATABASE " + database + " WITH (FORCE)") && ok;
 }
 
 }  // namespace
