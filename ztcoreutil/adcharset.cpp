@@ -332,8 +332,7 @@ void AdCharset::registerConverter(unsigned int Code_Page, const Fnd_String& Mime
     if (locale->Mime_Name == Mime_Name) locale->init(Code_Page, Mime_Name, Converter);
 }
 
-bool AdCharset::operator==(const AdCharset& Other) const {
-    if (Cache == Other.Cache) return true;
+bool AdCharset::sameName(const AdCharset& Other) const {
     if (!Cache || !Other.Cache) return false;
     Cache->open();
     Other.Cache->open();

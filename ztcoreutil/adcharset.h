@@ -41,8 +41,9 @@ public:
     AdCharset& operator=(const AdCharset&) = default;
     ~AdCharset() = default;
 
-    // Compares the MIME names exactly (case-sensitive). Two null handles are equal.
-    bool operator==(const AdCharset& Other) const;
+    // Compares the MIME names exactly (case-sensitive). Two null handles are equal. The
+    // usual case, two handles on one record, is decided inline.
+    bool operator==(const AdCharset& Other) const { return Cache == Other.Cache || sameName(Other); }
     bool isValid() const;
     bool isDefault() const;
     // True when the encoding reads ASCII bytes as the same characters and writes them
@@ -79,6 +80,8 @@ public:
 
 private:
     explicit AdCharset(CsCache* Record) : Cache(Record) {}
+    // Two handles on different records: whether their MIME names are the same.
+    bool sameName(const AdCharset& Other) const;
     // The charset of the locale, made once, on a record of its own outside the maps.
     static const AdCharset& localeCharset();
     // The default charset as handed out: the locale's unless a test stood in another.
