@@ -1,5 +1,7 @@
 #include "server/svr_loop.h"
 
+#include "server/svr_transfer.h"
+
 #include <malloc.h>
 #include <poll.h>
 #include <signal.h>
@@ -18,7 +20,6 @@ volatile int Svr_Stop_Signal = 0;
 
 namespace {
 
-constexpr int32_t kLargestKeptBuffer = 8 * 1024 * 1024;
 // The status file is written once the loop has been quiet this long, or at the latest
 // after kLongestStale.
 constexpr std::chrono::milliseconds kQuiet{2};
@@ -197,7 +198,7 @@ void Svr_Loop::Start_Client(ZTInt_msg_struct* startup)
 // a row reuse their memory instead of faulting in fresh pages every time.
 void Svr_Loop::Give_Back_Large_Buffers()
 {
-    if (ZTInt_msg_buffer_Trim(kLargestKeptBuffer) > 0)
+    if (ZTInt_msg_buffer_Trim(Svr_Largest_Kept_Buffer) > 0)
         malloc_trim(0);
 }
 

@@ -15,10 +15,6 @@ namespace {
 constexpr int32_t kHeaderSize = sizeof(ZTInt_msg_struct);
 // Room of a fresh buffer: every call but those with long texts fits at once.
 constexpr int32_t kFirstRoom = 4096;
-// A buffer grown beyond this for one huge message goes back once it is done with;
-// smaller ones stay for the next calls, so that large calls in a row cost no
-// allocation and no fresh pages.
-constexpr int32_t kLargestKept = 8 * 1024 * 1024;
 
 bool Would_Block(int error)
 {
@@ -127,7 +123,7 @@ void Svr_Reader::Reset()
 
 void Svr_Reader::Release_Large_Buffer()
 {
-    if (Capacity <= kLargestKept || Filled >= kFirstRoom)
+    if (Capacity <= Svr_Largest_Kept_Buffer || Filled >= kFirstRoom)
         return;
     if (char* shrunk = static_cast<char*>(std::realloc(Buffer, kFirstRoom))) {
         Buffer = shrunk;
@@ -181,5 +177,8 @@ Svr_Step Svr_Writer::Step(int fd)
     }
     ZTInt_msg_Free(Message);
     Message = nullptr;
+    // A huge answer's buffer goes back now, before a next call is read and answered.
+    if (size > Svr_Largest_Kept_Buffer)
+        (void)ZTInt_msg_buffer_Trim(Svr_Largest_Kept_Buffer);
     return Svr_Step::Complete;
 }

@@ -8,6 +8,11 @@
 #include "ztint_utils/ztint_connect.h"
 #include "ztint_utils/ztint_message.h"
 
+// A buffer grown beyond this for one huge message or value goes back to the system
+// once it is done with; smaller ones stay for the next calls, so that large calls in a
+// row cost no allocation and no fresh pages.
+constexpr int32_t Svr_Largest_Kept_Buffer = 8 * 1024 * 1024;
+
 enum class Svr_Step {
     Pending,   // more bytes to move
     Complete,  // the message is whole (read) or gone (written)

@@ -1,5 +1,7 @@
 #include "server/svr_values.h"
 
+#include "server/svr_transfer.h"
+
 #include <cstdlib>
 #include <cstring>
 
@@ -11,9 +13,6 @@ namespace {
 constexpr int32_t kHeaderSize = sizeof(ZTInt_msg_struct);
 constexpr int64_t kTagSize = 1;
 constexpr int64_t kWordSize = 4;
-// A text buffer grown beyond this for one huge value goes back when the list starts
-// over; smaller ones stay for the next calls.
-constexpr int64_t kLargestKept = 8 * 1024 * 1024;
 
 }  // namespace
 
@@ -48,7 +47,7 @@ void Svr_Values::Reset(const ZTInt_rpc_type* types, int count)
         ZTInt_StringArray_Free(cell.Texts);
         cell.Texts = nullptr;
         Release_Text(cell);
-        if (cell.Room > kLargestKept) {
+        if (cell.Room > Svr_Largest_Kept_Buffer) {
             ZTInt_String_Free(cell.Buffer);
             cell.Buffer = nullptr;
             cell.Room = 0;
