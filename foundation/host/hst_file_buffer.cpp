@@ -56,7 +56,7 @@ inline void Widen_16(const char* Bytes, Code_Unit* Out, __m128i& Seen) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(Out + 8), _mm_unpackhi_epi8(bytes, zero));
 }
 
-bool Widen_Ascii(const char* Bytes, long Count, Code_Unit* Out) {
+inline bool Widen_Ascii(const char* Bytes, long Count, Code_Unit* Out) {
     if (Count < 16) return Widen_Ascii_Bytewise(Bytes, Count, Out);
     __m128i seen = _mm_setzero_si128();
     long i = 0;
@@ -76,25 +76,38 @@ bool Ascii_Compatible(const AdCharset& Charset) {
            Charset == AdCharset::getASCIICharset();
 }
 
-// The bytes of a line as text; false, leaving Line as it was, when they do not convert.
-// ASCII lines (most, by far) are widened into Scratch, which then changes places with
-// Line, so that neither allocates once both have grown to the longest line.
-bool Decode(const AdCharset& Charset, bool Ascii_Fast, const char* Bytes, long Count,
-            Fnd_String& Line, Fnd_String& Scratch) {
-    if (Ascii_Fast) {
-        Scratch.Make_Empty();
-        Scratch.Extend(Count);
-        if (Count == 0 || Widen_Ascii(Bytes, Count, &Scratch[0])) {
-            Line.Swap(Scratch);
-            return true;
-        }
-    }
+// The bytes of a line through the charset's converter; false, leaving Line as it was,
+// when they do not convert.
+[[gnu::noinline]] bool Convert(const AdCharset& Charset, const char* Bytes, long Count,
+                               Fnd_String& Line) {
     Fnd_String decoded;
     if (!AdMbcsString::cvtToTchar(Charset, Bytes, static_cast<int>(Count), decoded,
                                   AdCharset::cvt_stop))
         return false;
     Line = std::move(decoded);
     return true;
+}
+
+// The bytes of a line as text; false, leaving Line as it was, when they do not convert.
+// ASCII lines (most, by far) are widened into Scratch, which then changes places with
+// Line, so that neither allocates once both have grown to the longest line. This runs
+// once a line, inline, and the converter only for what is not ASCII.
+[[gnu::always_inline]] inline bool Decode(const AdCharset& Charset, bool Ascii_Fast, const char* Bytes, long Count,
+                                       Fnd_String& Line, Fnd_String& Scratch) {
+    if (Ascii_Fast) {
+        Scratch.Make_Empty();
+        Scratch.Extend(Count);
+        if (Count == 0 || Widen_Ascii(Bytes, Count, &Scratch[0])) [[likely]] {
+            Line.Swap(Scratch);
+            return true;
+        }
+    }
+    return Convert(Charset, Bytes, Count, Line);
+}
+
+// Clears Condition; a clean one, as it is for nearly every line, needs no call.
+inline void Clear(Fnd_Condition& Condition) {
+    if (Condition.Failed() || Condition.Get_Subordinate() != nullptr) Condition.Clear();
 }
 
 }  // namespace
@@ -223,7 +236,7 @@ Hst_File_Buffer::Read_Status Hst_File_Buffer::Get_Line(const AdCharset& Charset,
     if (Line_Scan < Data_Start) Line_Scan = Data_Start;
     if (Line_Scan < Data_End) {
         if (const void* newline = std::memchr(Line_Scan, '\n', static_cast<size_t>(Data_End - Line_Scan))) {
-            Condition.Clear();
+            Clear(Condition);
             const long count = static_cast<const char*>(newline) - Data_Start;
             (void)Decode(Charset, Ascii_Fast, Data_Start, count, Line, Widened);
             Take_Bytes(count + 1);
