@@ -27,6 +27,7 @@ bool Svr_Client::On_Ready(Svr_Dispatcher& dispatcher)
 {
     if (Writer.Busy() && !Write_Step())
         return false;
+    Consume_When_Sent();
     while (!Writer.Busy() && !Done()) {
         const Svr_Step step = Read_Step(dispatcher);
         if (step == Svr_Step::Ended || step == Svr_Step::Broken)
@@ -49,13 +50,25 @@ Svr_Step Svr_Client::Read_Step(Svr_Dispatcher& dispatcher)
     // The call's texts are read where they are unless a next call follows them.
     const Svr_Texts texts = Reader.Message_Ends_Buffer() ? Svr_Texts::In_Place : Svr_Texts::Copied;
     // The answer's long texts stay in the dispatcher's values, or in the call when it
-    // was read in place: Send writes or copies them before the reader lets the call go.
+    // was read in place. Those in the call are written from there however many turns
+    // the answer takes, and the reader keeps the call until then; the others are
+    // written or copied in this turn, before another client's call reuses the values.
     ZTInt_msg_gather gather;
     ZTInt_msg_struct* answer = dispatcher.Answer(Client_State, call, texts, &gather);
     Svr_Trace::Call(call, answer);  // reads the status, never a text
-    Send(answer, &gather);
-    Reader.Consume();
+    Writer.Start(answer, &gather, Reader.Bytes());
+    (void)Write_Step();
+    Call_Held = true;
+    Consume_When_Sent();
     return Svr_Step::Complete;
+}
+
+void Svr_Client::Consume_When_Sent()
+{
+    if (!Call_Held || Writer.Busy())
+        return;
+    Reader.Consume();
+    Call_Held = false;
 }
 
 // The client reads each answer before its next call, so the socket nearly

@@ -38,6 +38,8 @@ private:
     [[nodiscard]] Svr_Step Read_Step(Svr_Dispatcher& dispatcher);
     [[nodiscard]] bool Write_Step();
     void Send(ZTInt_msg_struct* answer, const ZTInt_msg_gather* gather = nullptr);
+    // Lets the answered call go once its answer, which may be written from it, is gone.
+    void Consume_When_Sent();
 
     ZTInt_Connection Connection;
     Svr_Client_State Client_State;
@@ -45,4 +47,5 @@ private:
     bool Refused;
     Svr_Reader Reader;
     Svr_Writer Writer;
+    bool Call_Held = false;  // the answered call stays in the reader until Writer is done
 };

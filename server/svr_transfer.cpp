@@ -131,7 +131,8 @@ void Svr_Reader::Release_Large_Buffer()
     }
 }
 
-void Svr_Writer::Start(ZTInt_msg_struct* message, const ZTInt_msg_gather* gather)
+void Svr_Writer::Start(ZTInt_msg_struct* message, const ZTInt_msg_gather* gather,
+                       Svr_Bytes stable)
 {
     ZTInt_msg_Free(Message);
     Message = message;
@@ -139,27 +140,52 @@ void Svr_Writer::Start(ZTInt_msg_struct* message, const ZTInt_msg_gather* gather
     Gather.Count = 0;
     if (gather != nullptr)
         Gather = *gather;
+    Stable = stable;
 }
 
-void Svr_Writer::Send_Gathered(int fd)
+// Pieces that may not outlast this turn go into the message; what the socket has
+// taken of them is copied too, which is harmless.
+void Svr_Writer::Keep_Stable_Pieces()
 {
-    long count;
-    do
-        count = ZTInt_transport_Send_Gathered_Once(fd, Message, &Gather,
-                                                   MSG_NOSIGNAL | MSG_DONTWAIT);
-    while (count < 0 && errno == EINTR);
-    // What the socket did not take (or a failure, which the plain write meets again)
-    // goes on from the message itself.
-    if (count < ZTInt_msg_Full_Size(Message))
-        ZTInt_msg_Fill_Gather(Message, &Gather);
-    Sent = count > 0 ? static_cast<int32_t>(count) : 0;
-    Gather.Count = 0;
+    ZTInt_msg_gather copied;
+    copied.Count = 0;
+    int kept = 0;
+    for (int i = 0; i < Gather.Count; ++i) {
+        const ZTInt_msg_gather::Piece& piece = Gather.Pieces[i];
+        if (Stable.Holds(piece.Bytes, piece.Length))
+            Gather.Pieces[kept++] = piece;
+        else
+            copied.Pieces[copied.Count++] = piece;
+    }
+    ZTInt_msg_Fill_Gather(Message, &copied);
+    Gather.Count = kept;
+}
+
+Svr_Step Svr_Writer::Send_Gathered(int fd)
+{
+    const int32_t size = ZTInt_msg_Full_Size(Message);
+    while (Sent < size) {
+        const long count = ZTInt_transport_Send_Gathered_Once(fd, Message, &Gather, Sent,
+                                                              MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0 && !Would_Block(errno))
+            return Svr_Step::Broken;
+        if (count > 0)
+            Sent += static_cast<int32_t>(count);
+        if (Sent < size) {
+            // The socket is full: poll says when it has room again.
+            Keep_Stable_Pieces();
+            return Svr_Step::Pending;
+        }
+    }
+    return Finished();
 }
 
 Svr_Step Svr_Writer::Step(int fd)
 {
     if (Gather.Count > 0)
-        Send_Gathered(fd);
+        return Send_Gathered(fd);
     const int32_t size = ZTInt_msg_Full_Size(Message);
     const char* bytes = reinterpret_cast<const char*>(Message);
     while (Sent < size) {
@@ -175,8 +201,15 @@ Svr_Step Svr_Writer::Step(int fd)
         if (Sent < size)
             return Svr_Step::Pending;  // the socket took what it had room for
     }
+    return Finished();
+}
+
+Svr_Step Svr_Writer::Finished()
+{
+    const int32_t size = ZTInt_msg_Full_Size(Message);
     ZTInt_msg_Free(Message);
     Message = nullptr;
+    Gather.Count = 0;
     // A huge answer's buffer goes back now, before a next call is read and answered.
     if (size > Svr_Largest_Kept_Buffer)
         (void)ZTInt_msg_buffer_Trim(Svr_Largest_Kept_Buffer);

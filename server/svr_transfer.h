@@ -13,6 +13,16 @@
 // row cost no allocation and no fresh pages.
 constexpr int32_t Svr_Largest_Kept_Buffer = 8 * 1024 * 1024;
 
+// A range of bytes that stays where it is for as long as some write needs it.
+struct Svr_Bytes {
+    const char* Begin = nullptr;
+    const char* End = nullptr;
+    [[nodiscard]] bool Holds(const char* bytes, int32_t length) const
+    {
+        return Begin != nullptr && bytes >= Begin && length <= End - bytes;
+    }
+};
+
 enum class Svr_Step {
     Pending,   // more bytes to move
     Complete,  // the message is whole (read) or gone (written)
@@ -45,6 +55,8 @@ public:
     [[nodiscard]] bool More_May_Be_There() const { return Filled > 0 || Read_Filled_Room; }
     // Drops every buffered byte, e.g. after Broken.
     void Reset();
+    // The buffer, which keeps its place until the next Step, Consume or Reset.
+    [[nodiscard]] Svr_Bytes Bytes() const { return {Buffer, Buffer + Capacity}; }
 
 private:
     [[nodiscard]] bool Header_Is_Whole() const;
@@ -69,18 +81,25 @@ public:
     Svr_Writer& operator=(const Svr_Writer&) = delete;
 
     // Takes message over; the first Step begins its transfer. With gather, the
-    // message's long texts are where gather says, and must stay there until the first
-    // Step, which writes what the socket takes of them and copies in the rest.
-    void Start(ZTInt_msg_struct* message, const ZTInt_msg_gather* gather = nullptr);
+    // message's long texts are where gather says. Those in stable are written from
+    // there until the message is gone, and the caller keeps them in place that long;
+    // the others must stay only until the first Step, which copies into the message
+    // what the socket did not take of them.
+    void Start(ZTInt_msg_struct* message, const ZTInt_msg_gather* gather = nullptr,
+               Svr_Bytes stable = {});
     [[nodiscard]] bool Busy() const { return Message != nullptr; }
     // Writes until the message is gone or the socket is full (Pending).
     [[nodiscard]] Svr_Step Step(int fd);
 
 private:
-    // The first write of a message with pieces elsewhere; after it the message is whole.
-    void Send_Gathered(int fd);
+    // Gathering writes while pieces are elsewhere; a full socket keeps only the
+    // stable ones there.
+    [[nodiscard]] Svr_Step Send_Gathered(int fd);
+    void Keep_Stable_Pieces();
+    [[nodiscard]] Svr_Step Finished();
 
     ZTInt_msg_struct* Message = nullptr;
     int32_t Sent = 0;
     ZTInt_msg_gather Gather;
+    Svr_Bytes Stable;
 };

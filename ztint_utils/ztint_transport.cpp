@@ -290,9 +290,10 @@ int ZTInt_transport_Send_Gather(ZTInt_RPC_Handle* handle, ZTInt_msg_struct* msg,
 }
 
 long ZTInt_transport_Send_Gathered_Once(int fd, ZTInt_msg_struct* msg,
-                                        const ZTInt_msg_gather* gather, int flags)
+                                        const ZTInt_msg_gather* gather, long sent, int flags)
 {
     Gather_Runs runs(msg, *gather);
+    runs.Advance(static_cast<std::size_t>(sent));
     return static_cast<long>(runs.Send(fd, flags));
 }
 

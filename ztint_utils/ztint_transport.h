@@ -27,10 +27,10 @@ int ZTInt_transport_Send(ZTInt_RPC_Handle* handle, ZTInt_msg_struct* msg, char**
 // texts); on any other descriptor it fills the pieces in and sends as Send does.
 int ZTInt_transport_Send_Gather(ZTInt_RPC_Handle* handle, ZTInt_msg_struct* msg,
                                 const ZTInt_msg_gather* gather, char** error);
-// One gathering write of the whole message, for a driver of a non-blocking socket:
-// the count written, or -1 with errno. The pieces' bytes are read, never kept.
+// One gathering write of the message from byte sent on, for a driver of a non-blocking
+// socket: the count written, or -1 with errno. The pieces' bytes are read, never kept.
 long ZTInt_transport_Send_Gathered_Once(int fd, ZTInt_msg_struct* msg,
-                                        const ZTInt_msg_gather* gather, int flags);
+                                        const ZTInt_msg_gather* gather, long sent, int flags);
 // Writes the whole message by single writes from its start until one takes it all,
 // so that writers sharing one descriptor never interleave. Leaves Data and Length.
 int ZTInt_transport_Send_Atomic(ZTInt_RPC_Handle* handle, const ZTInt_msg_struct* msg,
