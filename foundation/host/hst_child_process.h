@@ -190,7 +190,8 @@ private:
     Side Error_Side() const;
     long Wait_For(const Side& S, Fnd_Condition& Condition, long By_Line);
     long Process_Data_Status(const Side& S, int Status);
-    long Get_Line(const Side& S, Fnd_String& Line, Fnd_Condition& Condition);
+    long Get_Line(bool Output, Fnd_String& Line, Fnd_Condition& Condition);
+    long Line_Not_Read(bool Output, int Status, Fnd_Condition& Condition);
     long Get_Block(const Side& S, char* Block, long Size, Fnd_Condition& Condition);
     void Close_Side(const Side& S);
     void Close_Reading();
