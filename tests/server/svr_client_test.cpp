@@ -241,6 +241,56 @@ TEST_F(Svr_Client_Test, APeerThatClosesEndsTheClient)
     EXPECT_FALSE(Client->On_Ready(Dispatcher));
 }
 
+// An answer that waits for room in the socket is written on from the stable bytes
+// (the reader's call) where they are; a text elsewhere, which the next call may
+// overwrite, is copied in before the first write returns.
+TEST(Svr_Writer_Test, AnAnswerThatWaitsForRoomKeepsOnlyStableTextsInPlace)
+{
+    int pair[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair), 0);
+    ASSERT_EQ(fcntl(pair[1], F_SETFL, O_NONBLOCK), 0);
+    const std::string first(700000, 's'), second(500000, 'v');
+    std::string stable = first, passing = second;
+    const char* texts[] = {stable.c_str(), passing.c_str()};
+    const ZTInt_rpc_type types[] = {ZTInt_rpc_type_String, ZTInt_rpc_type_String};
+    const void* values[] = {&texts[0], &texts[1]};
+    ZTInt_msg_struct* message = nullptr;
+    char* error = nullptr;
+    ZTInt_msg_gather gather;
+    ASSERT_TRUE(ZTInt_msg_Encode_Params_Gather(&message, &error, 2, types, values, &gather));
+    ASSERT_EQ(gather.Count, 2);
+    ZTInt_msg_Init_Call(message, kClientPid, 7, 3);
+
+    Svr_Writer writer;
+    writer.Start(message, &gather, {stable.data(), stable.data() + stable.size()});
+    ASSERT_EQ(writer.Step(pair[1]), Svr_Step::Pending);  // 1.2 MB do not fit in the socket
+    passing.assign(passing.size(), 'x');                  // the next call's text
+
+    std::vector<char> received;
+    std::thread reader([&] { received = Read_Message(pair[0]); });
+    Svr_Step step = Svr_Step::Pending;
+    while (step == Svr_Step::Pending) {
+        pollfd room = {pair[1], POLLOUT, 0};
+        ASSERT_EQ(poll(&room, 1, 5000), 1);
+        step = writer.Step(pair[1]);
+    }
+    reader.join();
+    EXPECT_EQ(step, Svr_Step::Complete);
+    ASSERT_FALSE(received.empty());
+    char* got[2] = {nullptr, nullptr};
+    void* out[] = {&got[0], &got[1]};
+    EXPECT_EQ(ZTInt_msg_Decode(reinterpret_cast<ZTInt_msg_struct*>(received.data()), &error, 2,
+                               types, out),
+              2);
+    EXPECT_TRUE(got[0] != nullptr && got[0] == first);
+    EXPECT_TRUE(got[1] != nullptr && got[1] == second);
+    ZTInt_String_Free(got[0]);
+    ZTInt_String_Free(got[1]);
+    ZTInt_String_Free(error);
+    close(pair[0]);
+    close(pair[1]);
+}
+
 // Svr_Values keeps its values in fixed storage: every list of the table must fit.
 TEST(Svr_Values_Storage, EveryListOfTheTableFits)
 {
