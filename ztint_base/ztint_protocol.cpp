@@ -235,6 +235,39 @@ extern "C" int ZTInt_rpc_String_Encode_Bytes(ZTInt_msg_info* info, const char* s
     return 1;
 }
 
+namespace {
+
+struct Detached_Text {
+    const char* At = nullptr;
+    int32_t Length = 0;
+    char* Text = nullptr;
+};
+thread_local Detached_Text Detached;
+
+// The detached text for a string of length at at, now the caller's; else NULL.
+char* Claim_Detached_Text(const char* at, int32_t length)
+{
+    if (Detached.Text == nullptr || Detached.At != at || Detached.Length != length)
+        return nullptr;
+    char* text = Detached.Text;
+    Detached = {};
+    return text;
+}
+
+}  // namespace
+
+void ZTInt_rpc_Detach_Text(const char* at, int32_t length, char* text)
+{
+    ZTInt_rpc_Drop_Detached_Text();
+    Detached = {at, length, text};
+}
+
+void ZTInt_rpc_Drop_Detached_Text()
+{
+    ZTInt_String_Free(Detached.Text);
+    Detached = {};
+}
+
 extern "C" int ZTInt_rpc_String_Decode(ZTInt_msg_info* info, char** s)
 {
     char* const start = info->Current;
@@ -248,6 +281,11 @@ extern "C" int ZTInt_rpc_String_Decode(ZTInt_msg_info* info, char** s)
     if (!Has_Room(info, length)) {
         info->Current = start;
         return Fail(info, "ztintsvr decode: insufficent string data");
+    }
+    if (char* detached = Claim_Detached_Text(info->Current, length)) {
+        info->Current += length;
+        *s = detached;
+        return 1;
     }
     char* text = ZTInt_String_Alloc(length);
     if (text == nullptr) {

@@ -83,6 +83,13 @@ ZTINT_EXPORT int ZTInt_rpc_String_Encode(ZTInt_msg_info* info, const char* s);
 int ZTInt_rpc_String_Encode_Bytes(ZTInt_msg_info* info, const char* s, int64_t length);
 // Allocates; the caller owns *s. On failure *s is left alone.
 ZTINT_EXPORT int ZTInt_rpc_String_Decode(ZTInt_msg_info* info, char** s);
+// A long text of a received message whose bytes were read into a string of their own
+// (ZTInt_String_Alloc) rather than into the message: at is where they would stand in
+// it. The next decode of a string of that length there takes that string instead of
+// copying, and owns it. One per thread; one not taken is freed by the next Detach or
+// by Drop.
+void ZTInt_rpc_Detach_Text(const char* at, int32_t length, char* text);
+void ZTInt_rpc_Drop_Detached_Text();
 ZTINT_EXPORT int ZTInt_rpc_StringArray_Encode(ZTInt_msg_info* info, char* const* a);
 // Allocates; the caller owns *a. A failure inside the elements leaves a partial,
 // NULL-terminated array in *a that ZTInt_StringArray_Free releases; a failure on

@@ -54,6 +54,9 @@ void Trace_Call(int procedure)
 // connection it shares with its parent.
 std::atomic<bool> Call_In_Flight{false};
 thread_local int Call_Depth = 0;  // the startup call nests in the first call
+// The out-list of the answer this thread waits for next, if a stub said so.
+thread_local int Expected_Count = 0;
+thread_local const ZTInt_rpc_type* Expected_Types = nullptr;
 thread_local bool Refused_While_Busy = false;
 bool Inherited_By_Fork = false;
 
@@ -121,6 +124,10 @@ ZTInt_transport_Limits Answer_Limits(bool startup)
     limits.Whole_Name = "ZT_CALL_TIMEOUT";
     // The server answers each call with one message and then waits for the next.
     limits.Read_Ahead = true;
+    if (!startup) {
+        limits.Reply_Count = Expected_Count;
+        limits.Reply_Types = Expected_Types;
+    }
     return limits;
 }
 
@@ -194,6 +201,20 @@ bool Accept(ZTInt_Connection* connection)
 }
 
 }  // namespace
+
+ZTInt_Reply_Expectation::ZTInt_Reply_Expectation(int count, const ZTInt_rpc_type* types)
+    : Count_Before(Expected_Count), Types_Before(Expected_Types)
+{
+    Expected_Count = count;
+    Expected_Types = types;
+}
+
+ZTInt_Reply_Expectation::~ZTInt_Reply_Expectation()
+{
+    Expected_Count = Count_Before;
+    Expected_Types = Types_Before;
+    ZTInt_rpc_Drop_Detached_Text();
+}
 
 ZTInt_Connection* ZTInt_client_Connection_Record()
 {

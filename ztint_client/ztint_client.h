@@ -31,6 +31,20 @@ int ZTInt_client_Call(ZTInt_Connection** connection, ZTInt_msg_struct** message,
 // Checks the answer against the call and decodes it into the results.
 void ZTInt_client_Result(ZTInt_Connection* connection, ZTInt_msg_struct* message, int procedure,
                          int count, const ZTInt_rpc_type* types, void* const* values);
+// While one lives, this thread's calls expect their answers in the out-list given
+// (their first long text is then read straight into the caller's string); at its end
+// the expectation before it holds again, and a long text no decode took is freed.
+class ZTInt_Reply_Expectation {
+public:
+    ZTInt_Reply_Expectation(int count, const ZTInt_rpc_type* types);
+    ~ZTInt_Reply_Expectation();
+    ZTInt_Reply_Expectation(const ZTInt_Reply_Expectation&) = delete;
+    ZTInt_Reply_Expectation& operator=(const ZTInt_Reply_Expectation&) = delete;
+
+private:
+    int Count_Before;
+    const ZTInt_rpc_type* Types_Before;
+};
 // No answer came: nil results, status -1.
 void ZTInt_client_Error(ZTInt_Connection* connection, ZTInt_msg_struct* message, int count,
                         const ZTInt_rpc_type* types, void* const* values);

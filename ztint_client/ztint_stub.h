@@ -50,6 +50,7 @@ inline bool ZTInt_stub_Run(int32_t opcode, int in_count, const ZTInt_rpc_type* i
 {
     ZTInt_Connection* connection = nullptr;
     ZTInt_msg_struct* message = nullptr;
+    const ZTInt_Reply_Expectation expectation(out_count, out_types);
     const bool called =
         ZTInt_client_Call(&connection, &message, opcode, in_count, in_types, in) != 0;
     if (called)

@@ -8,6 +8,7 @@
 #include "foundation/host/hst_switches.h"
 #include "ztcoreutil/adcharset.h"
 #include "ztcoreutil/admbcsstring.h"
+#include "ztint_base/ztint_protocol.h"
 #include "ztint_base/ztint_strings.h"
 
 #include <poll.h>
@@ -448,6 +449,85 @@ int ZTInt_transport_Recv_Header(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg
     return Recv_Header_Within(handle, msg_out, error, wait, -1);
 }
 
+namespace {
+
+// A text of an answer that is read into a string of its own: its bytes begin At bytes
+// into the data. Length 0: none.
+struct Long_Text {
+    int32_t At = 0;
+    int32_t Length = 0;
+};
+
+bool Has_Fixed_Size(ZTInt_rpc_type type)
+{
+    return (type >= ZTInt_rpc_type_status && type <= ZTInt_rpc_type_BOOL) ||
+           ZTInt_rpc_type_Is_Object(type);
+}
+
+// The answer's first text, when the caller gave the out-list, only values of a fixed
+// size come before it, its length word has come with the first bytes, and it is long
+// enough to be worth a read of its own.
+Long_Text Find_Long_Text(const ZTInt_msg_struct* msg, int32_t received,
+                         const ZTInt_transport_Limits& limits)
+{
+    if (limits.Reply_Types == nullptr || msg->Type != ZTInt_msg_type_Reply ||
+        msg->Data_Size < ZTInt_transport_Long_Text_Min)
+        return {};
+    const char* data = ZTInt_msg_Data_Addr(const_cast<ZTInt_msg_struct*>(msg));
+    int64_t at = 0;
+    for (int k = 0; k < limits.Reply_Count; ++k) {
+        const ZTInt_rpc_type type = limits.Reply_Types[k];
+        if (type == ZTInt_rpc_type_String) {
+            const int64_t text_at = at + ZTInt_rpc_type_sizeof() + ZTInt_rpc_int_sizeof();
+            if (text_at > received || static_cast<unsigned char>(data[at]) != ZTInt_rpc_type_String)
+                return {};
+            int32_t length = 0;
+            std::memcpy(&length, data + at + ZTInt_rpc_type_sizeof(), sizeof length);
+            if (length < ZTInt_transport_Long_Text_Min || length > msg->Data_Size - text_at)
+                return {};
+            return {static_cast<int32_t>(text_at), length};
+        }
+        if (!Has_Fixed_Size(type))
+            return {};
+        at += ZTInt_rpc_Get_Length(type, nullptr);
+    }
+    return {};
+}
+
+// Reads the rest of the answer with the text's bytes into a string of their own,
+// which decoding then takes (ZTInt_rpc_Detach_Text); the message keeps a gap there.
+template <class Read_All>
+int Read_Around_Long_Text(ZTInt_RPC_Handle* handle, ZTInt_msg_struct* msg, const Long_Text& text,
+                          Read_All& read_all)
+{
+    char* const data = ZTInt_msg_Data_Addr(msg);
+    const int32_t size = ZTInt_msg_Data_Size(msg);
+    const int32_t received = size - handle->Length;
+    char* bytes = ZTInt_String_Alloc(text.Length);
+    if (bytes == nullptr)
+        return read_all(0);  // the plain way: the decoder reports the shortage
+    const int32_t text_end = text.At + text.Length;
+    const int32_t have = std::min(received, text_end) - text.At;
+    std::memcpy(bytes, data + text.At, static_cast<size_t>(have));
+    handle->Data = bytes + have;
+    handle->Length = text.Length - have;
+    int result = read_all(size - std::max(received, text_end));
+    if (result == ZTInt_transport_Done) {
+        bytes[text.Length] = '\0';
+        handle->Data = data + std::max(received, text_end);
+        handle->Length = size - std::max(received, text_end);
+        result = read_all(0);
+    }
+    if (result != ZTInt_transport_Done) {
+        ZTInt_String_Free(bytes);
+        return result;
+    }
+    ZTInt_rpc_Detach_Text(data + text.At, text.Length, bytes);
+    return result;
+}
+
+}  // namespace
+
 int ZTInt_transport_Recv(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out, char** error,
                          const ZTInt_transport_Limits& limits)
 {
@@ -486,27 +566,34 @@ int ZTInt_transport_Recv(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out, c
         Advance(handle, got - kHeaderSize);  // the data that came with the header
         handle->Last_Count = got;
     }
-    while (handle->Length != 0) {
-        const int limit = Tighter(limits.Stall_Ms, Left_Ms(whole));
-        Fnd_Condition condition;
-        long count = 0;
-        if (Read_Within(handle->Read_File, handle->Data, handle->Length, limit, count, condition) ==
-            Read_Outcome::Timed_Out) {
-            if (limit != limits.Stall_Ms)
-                return whole_ran_out();
-            *error = ZTInt_String_Format(
-                "the server sent %d of the %d bytes of its answer and then nothing for %s",
-                static_cast<int>(size - handle->Length), static_cast<int>(size),
-                Duration_Text(limits.Stall_Ms).c_str());
-            return ZTInt_transport_Failed;
+    // Reads Length bytes at Data; later is the count of bytes that follow them.
+    auto read_all = [&](int32_t later) {
+        while (handle->Length != 0) {
+            const int limit = Tighter(limits.Stall_Ms, Left_Ms(whole));
+            Fnd_Condition condition;
+            long count = 0;
+            if (Read_Within(handle->Read_File, handle->Data, handle->Length, limit, count,
+                            condition) == Read_Outcome::Timed_Out) {
+                if (limit != limits.Stall_Ms)
+                    return whole_ran_out();
+                *error = ZTInt_String_Format(
+                    "the server sent %d of the %d bytes of its answer and then nothing for %s",
+                    static_cast<int>(size - handle->Length - later), static_cast<int>(size),
+                    Duration_Text(limits.Stall_Ms).c_str());
+                return ZTInt_transport_Failed;
+            }
+            Advance(handle, count);
+            int step = ZTInt_transport_Done;
+            Set_Result(condition, step, error);
+            if (step == ZTInt_transport_Done && count == 0 && handle->Length > 0)
+                return Fail(error, "incomplete data");
+            if (step != ZTInt_transport_Done)
+                return step;
         }
-        Advance(handle, count);
-        int step = ZTInt_transport_Done;
-        Set_Result(condition, step, error);
-        if (step == ZTInt_transport_Done && count == 0 && handle->Length > 0)
-            return Fail(error, "incomplete data");
-        if (step != ZTInt_transport_Done)
-            return step;
-    }
-    return ZTInt_transport_Done;
+        return static_cast<int>(ZTInt_transport_Done);
+    };
+    const Long_Text text = Find_Long_Text(*msg_out, got - kHeaderSize, limits);
+    if (text.Length == 0)
+        return read_all(0);
+    return Read_Around_Long_Text(handle, *msg_out, text, read_all);
 }

@@ -51,7 +51,15 @@ struct ZTInt_transport_Limits {
     // checked before anything is allocated for the data; bytes beyond the message fail
     // the receive.
     bool Read_Ahead = false;
+    // The out-list the answer is decoded by, when the caller knows it: its first text,
+    // if long, is read into a string of its own that decoding takes instead of copying
+    // it out of the message (see ZTInt_rpc_Detach_Text).
+    int Reply_Count = 0;
+    const ZTInt_rpc_type* Reply_Types = nullptr;
 };
+
+// The shortest text of an answer that is read into a string of its own.
+constexpr int32_t ZTInt_transport_Long_Text_Min = 32 * 1024;
 
 // Receives one message into a new pool buffer in *msg_out. If the data fail after
 // the header, the message stays in *msg_out for the caller to free.

@@ -203,6 +203,61 @@ TEST_F(Transport, ReadingAheadWaitsForTheRestAndRefusesBytesBeyondTheMessage)
     ZTInt_msg_Free(sent);
 }
 
+// An answer whose long text is read into a string of its own, which decoding takes;
+// the values after the text still decode from the message.
+TEST_F(Transport, AnAnswersLongTextGoesStraightIntoTheDecodedString)
+{
+    const ZTInt_rpc_type types[] = {ZTInt_rpc_type_status, ZTInt_rpc_type_String,
+                                    ZTInt_rpc_type_int};
+    std::string text(100000, 't');
+    text[7] = 'x';
+    text.back() = 'y';
+    const char* value = text.c_str();
+    const int32_t status = 0, number = 77;
+    const void* in[] = {&status, &value, &number};
+    ZTInt_msg_struct* sent = nullptr;
+    ASSERT_EQ(ZTInt_msg_Encode(&sent, &error, 3, types, in), 3);
+    sent->Type = ZTInt_msg_type_Reply;
+    const int32_t size = ZTInt_msg_Full_Size(sent);
+    ZTInt_transport_Limits limits;
+    limits.Read_Ahead = true;
+    limits.Stall_Ms = 5000;
+    limits.Reply_Count = 3;
+    limits.Reply_Types = types;
+
+    for (int round = 0; round < 2; ++round) {
+        std::thread writer([&] { Put(sent, size); });
+        ZTInt_msg_struct* received = nullptr;
+        EXPECT_EQ(ZTInt_transport_Recv(&handle, &received, &error, limits), 0) << Error();
+        writer.join();
+        ASSERT_NE(received, nullptr);
+        if (round == 0) {
+            int32_t got_status = -1, got_number = 0;
+            char* got_text = nullptr;
+            void* out[] = {&got_status, &got_text, &got_number};
+            EXPECT_EQ(ZTInt_msg_Decode(received, &error, 3, types, out), 3) << Error();
+            EXPECT_TRUE(got_text != nullptr && got_text == text);
+            EXPECT_EQ(got_number, 77);
+            ZTInt_String_Free(got_text);
+        }
+        // The second answer is not decoded: its text is freed when dropped.
+        ZTInt_rpc_Drop_Detached_Text();
+        ZTInt_msg_Free(received);
+    }
+
+    // A peer that stops inside the text fails the receive; nothing is left behind.
+    std::thread writer([&] {
+        Put(sent, 60000);
+        Close_Far();
+    });
+    ZTInt_msg_struct* received = nullptr;
+    EXPECT_EQ(ZTInt_transport_Recv(&handle, &received, &error, limits), -1);
+    writer.join();
+    EXPECT_EQ(Error(), "incomplete data");
+    ZTInt_msg_Free(received);
+    ZTInt_msg_Free(sent);
+}
+
 TEST_F(Transport, EndOfFileInTheDataFailsAndLeavesTheMessage)
 {
     ZTInt_msg_struct* sent = String_Call("some text");
