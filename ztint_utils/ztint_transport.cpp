@@ -368,18 +368,19 @@ namespace {
 // Room of the first read ahead, unless a larger pool buffer is free.
 constexpr int32_t kFirstReadRoom = 4096;
 
-// The largest free buffer of the pool, at least kFirstReadRoom bytes; its room.
-char* Read_Ahead_Buffer(int32_t& room)
+// The largest free buffer of the pool, at least kFirstReadRoom bytes; its room. With
+// small, the first read asks for kFirstReadRoom bytes alone.
+char* Read_Ahead_Buffer(int32_t& room, bool small)
 {
     int32_t largest = kFirstReadRoom;
-    for (int i = 0; i < ZTInt_msg_buffer_Open_Slots(); ++i) {
+    for (int i = 0; !small && i < ZTInt_msg_buffer_Open_Slots(); ++i) {
         const ZTInt_msg_buffer_struct* slot = ZTInt_msg_buffer_Slot(i);
         if (!slot->In_Use && slot->Size > largest)
             largest = slot->Size;
     }
     char* buffer = static_cast<char*>(ZTInt_msg_buffer_Get(largest));
     const int index = ZTInt_msg_buffer_Slot_Of(buffer);
-    room = index >= 0 ? ZTInt_msg_buffer_Slot(index)->Size : largest;
+    room = index >= 0 && !small ? ZTInt_msg_buffer_Slot(index)->Size : largest;
     return buffer;
 }
 
@@ -408,11 +409,11 @@ int First_Read(ZTInt_RPC_Handle* handle, char* buffer, int32_t room, long& count
 // passed its checks, to a buffer with room for the whole message; got tells how
 // many of its bytes came.
 int Recv_Ahead(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out, int32_t& got,
-               char** error, int limit_ms)
+               char** error, int limit_ms, bool small)
 {
     *error = nullptr;
     int32_t room = 0;
-    char* buffer = Read_Ahead_Buffer(room);
+    char* buffer = Read_Ahead_Buffer(room, small);
     long count = 0;
     int result = First_Read(handle, buffer, room, count, error, limit_ms);
     auto* header = reinterpret_cast<ZTInt_msg_struct*>(buffer);
@@ -462,6 +463,17 @@ bool Has_Fixed_Size(ZTInt_rpc_type type)
 {
     return (type >= ZTInt_rpc_type_status && type <= ZTInt_rpc_type_BOOL) ||
            ZTInt_rpc_type_Is_Object(type);
+}
+
+// Whether the answer may hold a text to read into a string of its own: its first read
+// then takes no more than the values before the text need, so that the text's bytes
+// are not read into the message first and copied after.
+bool Expects_Text(const ZTInt_transport_Limits& limits)
+{
+    for (int k = 0; limits.Reply_Types != nullptr && k < limits.Reply_Count; ++k)
+        if (limits.Reply_Types[k] == ZTInt_rpc_type_String)
+            return true;
+    return false;
 }
 
 // The answer's first text, when the caller gave the out-list, only values of a fixed
@@ -545,7 +557,8 @@ int ZTInt_transport_Recv(ZTInt_RPC_Handle* handle, ZTInt_msg_struct** msg_out, c
     const int header_limit = Tighter(limits.Header_Ms, Left_Ms(whole));
     int32_t got = kHeaderSize;
     const int result = limits.Read_Ahead
-                           ? Recv_Ahead(handle, msg_out, got, error, header_limit)
+                           ? Recv_Ahead(handle, msg_out, got, error, header_limit,
+                                        Expects_Text(limits))
                            : Recv_Header_Within(handle, msg_out, error, 0, header_limit);
     if (result == -2) {
         if (header_limit == limits.Header_Ms)
