@@ -531,6 +531,12 @@ int Read_Around_Long_Text(ZTInt_RPC_Handle* handle, ZTInt_msg_struct* msg, const
         result = read_all(0);
     }
     if (result != ZTInt_transport_Done) {
+        // The handle tells where the transfer stopped: in the message, as without a text
+        // of its own, never in the string that goes now.
+        if (handle->Data >= bytes && handle->Data <= bytes + text.Length) {
+            handle->Data = data + text.At + (handle->Data - bytes);
+            handle->Length += size - std::max(received, text_end);
+        }
         ZTInt_String_Free(bytes);
         return result;
     }

@@ -254,6 +254,9 @@ TEST_F(Transport, AnAnswersLongTextGoesStraightIntoTheDecodedString)
     EXPECT_EQ(ZTInt_transport_Recv(&handle, &received, &error, limits), -1);
     writer.join();
     EXPECT_EQ(Error(), "incomplete data");
+    ASSERT_NE(received, nullptr);
+    EXPECT_EQ(handle.Length, size - 60000);
+    EXPECT_EQ(handle.Data, reinterpret_cast<char*>(received) + 60000);
     ZTInt_msg_Free(received);
     ZTInt_msg_Free(sent);
 }
