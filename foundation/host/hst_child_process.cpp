@@ -558,33 +558,14 @@ long Hst_Child_Process::Wait_For_Data(Fnd_Condition& Condition, long By_Line) {
     }
 }
 
-// A line comes by the million: its way reads the two fields it needs, and the side
-// is made only for what a line that did not come asks for.
-long Hst_Child_Process::Get_Line(bool Output, Fnd_String& Line, Fnd_Condition& Condition) {
-    const Hst_Child_Process_Data& d = *Data;
-    if (Output ? d.Output_Eof : d.Error_Eof) {
-        Condition.Clear();
-        return 0;
-    }
-    // The buffer clears Condition on every way through.
-    Hst_File_Buffer& buffer = *(Output ? d.Output_Buffer : d.Error_Buffer);
-    const Hst_File_Buffer::Read_Status status = buffer.Get_Line(d.Charset, Line, Condition);
-    if (status == Hst_File_Buffer::Read_Ok) [[likely]]
-        return 1;
-    return Line_Not_Read(Output, status, Condition);
+long Hst_Child_Process::No_Line(Fnd_Condition& Condition) {
+    Condition.Clear();
+    return 0;
 }
 
 long Hst_Child_Process::Line_Not_Read(bool Output, int Status, Fnd_Condition& Condition) {
     if (Condition.Failed()) Data->Condition.Add(Condition, 0, 0);
     return Process_Data_Status(Output ? Output_Side() : Error_Side(), Status);
-}
-
-long Hst_Child_Process::Get_Output_Line(Fnd_String& Line, Fnd_Condition& Condition) {
-    return Get_Line(true, Line, Condition);
-}
-
-long Hst_Child_Process::Get_Error_Line(Fnd_String& Line, Fnd_Condition& Condition) {
-    return Get_Line(false, Line, Condition);
 }
 
 long Hst_Child_Process::Get_Block(const Side& S, char* Block, long Size, Fnd_Condition& Condition) {

@@ -28,10 +28,9 @@
 #include "foundation/base/fnd_object.h"
 #include "foundation/base/fnd_string.h"
 #include "foundation/base/fnd_string_array.h"
+#include "foundation/host/hst_file_buffer.h"
 #include "foundation/host/hst_process.h"
 #include "ztcoreutil/adcharset.h"
-
-class Hst_File_Buffer;
 
 // How Start connects the child. A descriptor other than -1 is used as it is; -1 means a
 // new pipe when the matching flag is set, else the null device.
@@ -173,8 +172,12 @@ public:
     [[nodiscard]] long Wait_For_Error(Fnd_Condition& Condition, long By_Line);
     [[nodiscard]] long Wait_For_Data(Fnd_Condition& Condition, long By_Line);
     // 1 if Line got a line.
-    [[nodiscard]] long Get_Output_Line(Fnd_String& Line, Fnd_Condition& Condition);
-    [[nodiscard]] long Get_Error_Line(Fnd_String& Line, Fnd_Condition& Condition);
+    [[nodiscard]] long Get_Output_Line(Fnd_String& Line, Fnd_Condition& Condition) {
+        return Get_Line(true, Line, Condition);
+    }
+    [[nodiscard]] long Get_Error_Line(Fnd_String& Line, Fnd_Condition& Condition) {
+        return Get_Line(false, Line, Condition);
+    }
     // Up to Size bytes; the count.
     [[nodiscard]] long Get_Output_Block(char* Block, long Size, Fnd_Condition& Condition);
     [[nodiscard]] long Get_Error_Block(char* Block, long Size, Fnd_Condition& Condition);
@@ -190,7 +193,19 @@ private:
     Side Error_Side() const;
     long Wait_For(const Side& S, Fnd_Condition& Condition, long By_Line);
     long Process_Data_Status(const Side& S, int Status);
-    long Get_Line(bool Output, Fnd_String& Line, Fnd_Condition& Condition);
+    // A line comes by the million: its way is inline in the caller and reads the two
+    // fields it needs; the side is made only for what a line that did not come asks for.
+    long Get_Line(bool Output, Fnd_String& Line, Fnd_Condition& Condition) {
+        const Hst_Child_Process_Data& d = *Data;
+        if (Output ? d.Output_Eof : d.Error_Eof) return No_Line(Condition);
+        // The buffer clears Condition on every way through.
+        Hst_File_Buffer& buffer = *(Output ? d.Output_Buffer : d.Error_Buffer);
+        const Hst_File_Buffer::Read_Status status = buffer.Get_Line(d.Charset, Line, Condition);
+        if (status == Hst_File_Buffer::Read_Ok) [[likely]]
+            return 1;
+        return Line_Not_Read(Output, status, Condition);
+    }
+    static long No_Line(Fnd_Condition& Condition);
     long Line_Not_Read(bool Output, int Status, Fnd_Condition& Condition);
     long Get_Block(const Side& S, char* Block, long Size, Fnd_Condition& Condition);
     void Close_Side(const Side& S);
