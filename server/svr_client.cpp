@@ -56,8 +56,7 @@ Svr_Step Svr_Client::Read_Step(Svr_Dispatcher& dispatcher)
     ZTInt_msg_gather gather;
     ZTInt_msg_struct* answer = dispatcher.Answer(Client_State, call, texts, &gather);
     Svr_Trace::Call(call, answer);  // reads the status, never a text
-    Writer.Start(answer, &gather, Reader.Bytes());
-    (void)Write_Step();
+    Send(answer, &gather, Reader.Bytes());
     Call_Held = true;
     Consume_When_Sent();
     return Svr_Step::Complete;
@@ -73,9 +72,9 @@ void Svr_Client::Consume_When_Sent()
 
 // The client reads each answer before its next call, so the socket nearly
 // always takes an answer at once: write without asking first.
-void Svr_Client::Send(ZTInt_msg_struct* answer, const ZTInt_msg_gather* gather)
+void Svr_Client::Send(ZTInt_msg_struct* answer, const ZTInt_msg_gather* gather, Svr_Bytes stable)
 {
-    Writer.Start(answer, gather);
+    Writer.Start(answer, gather, stable);
     // A failed write fails again at the client's next turn, which poll soon gives it
     // (the socket reports an error or room), and the client is dropped then.
     (void)Write_Step();

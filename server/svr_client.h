@@ -37,7 +37,8 @@ public:
 private:
     [[nodiscard]] Svr_Step Read_Step(Svr_Dispatcher& dispatcher);
     [[nodiscard]] bool Write_Step();
-    void Send(ZTInt_msg_struct* answer, const ZTInt_msg_gather* gather = nullptr);
+    void Send(ZTInt_msg_struct* answer, const ZTInt_msg_gather* gather = nullptr,
+              Svr_Bytes stable = {});
     // Lets the answered call go once its answer, which may be written from it, is gone.
     void Consume_When_Sent();
 
