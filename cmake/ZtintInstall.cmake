@@ -41,6 +41,8 @@ set(CPACK_DEBIAN_PACKAGE_MAINTAINER "The ztint developers <ztint@localhost>")
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# The server loads PostgreSQL's client library only for a store on PostgreSQL.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS libpq5)
 set(CPACK_STRIP_FILES ON)
 # The library in shlib/ is the package's own, not a system library.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/cmake/libs)

@@ -18,9 +18,10 @@ Svr_Client::Svr_Client(int number, const ZTInt_Connection& connection,
     Send(answer);
 }
 
+// The loop sweeps leftover client sockets once it is quiet.
 Svr_Client::~Svr_Client()
 {
-    ZTInt_Close_Connection(&Connection);
+    ZTInt_Close_Connection_Without_Sweep(&Connection);
 }
 
 bool Svr_Client::On_Ready(Svr_Dispatcher& dispatcher)

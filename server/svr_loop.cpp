@@ -20,8 +20,8 @@ volatile int Svr_Stop_Signal = 0;
 
 namespace {
 
-// The status file is written once the loop has been quiet this long, or at the latest
-// after kLongestStale.
+// The status file is written, and leftover sockets swept, once the loop has been quiet
+// this long, or at the latest after kLongestStale.
 constexpr std::chrono::milliseconds kQuiet{2};
 constexpr std::chrono::milliseconds kLongestStale{100};
 
@@ -86,8 +86,8 @@ std::string Svr_Loop::Run()
     std::string reason = Serve();
     while (!Clients.empty())
         Drop_Client(Clients.size() - 1);
-    if (Status_Stale)
-        Publish_Status();
+    if (Untidy)
+        Tidy_Up();
     return reason;
 }
 
@@ -107,8 +107,8 @@ std::string Svr_Loop::Serve()
         timespec limit = {bound / 1000, (bound % 1000) * 1000000L};
         const int ready =
             ppoll(Wanted.data(), Wanted.size(), bound < 0 ? nullptr : &limit, &waiting_mask);
-        if (ready == 0 && Status_Stale)
-            Publish_Status();  // nothing came for a while: nobody waits for the server
+        if (ready == 0 && Untidy)
+            Tidy_Up();  // nothing came for a while: nobody waits for the server
         if (ready <= 0)
             continue;  // timeout, or a signal (EINTR): the checks above decide
         // Clients first: a client added by the point below has no entry in wanted.
@@ -190,7 +190,7 @@ void Svr_Loop::Start_Client(ZTInt_msg_struct* startup)
         return;
     Clients.push_back(std::move(client));
     Idle_Since = std::chrono::steady_clock::time_point();
-    Mark_Status_Stale();
+    Mark_Untidy();
 }
 
 // Buffers of huge messages go back to the system once the messages are done; the
@@ -209,33 +209,43 @@ void Svr_Loop::Drop_Client(std::size_t index)
         Svr_Trace::Client_Event("disconnect", client.Number(), client.Pid());
     Dispatcher.Client_Gone(Clients[index]->State());
     Clients.erase(Clients.begin() + static_cast<std::ptrdiff_t>(index));
-    Mark_Status_Stale();
+    Sweep_Due = true;
+    Mark_Untidy();
 }
 
 void Svr_Loop::Publish_Status()
 {
-    Status_Stale = false;
     if (!Options.Status_Path.empty())
         Svr_Status_Write(Options.Status_Path, Svr_Status{getpid(), Started, Clients.size()});
 }
 
-// A client that has just connected makes its first call at once: the status file is
-// written once the loop has nothing to do, not in the client's way.
-void Svr_Loop::Mark_Status_Stale()
+void Svr_Loop::Tidy_Up()
 {
-    if (!Status_Stale)
-        Stale_Since = std::chrono::steady_clock::now();
-    Status_Stale = true;
+    Untidy = false;
+    if (Sweep_Due)
+        Unlink_USockets();
+    Sweep_Due = false;
+    Publish_Status();
 }
 
-// The bound of the next wait: the idle bound, or a short one while the status file
-// is stale, which is written now if it has waited long enough.
+// A client that has just connected makes its first call at once, and the next client
+// may be just behind one that has gone: the status file and the sweep wait until the
+// loop has nothing to do, out of the clients' way.
+void Svr_Loop::Mark_Untidy()
+{
+    if (!Untidy)
+        Untidy_Since = std::chrono::steady_clock::now();
+    Untidy = true;
+}
+
+// The bound of the next wait: the idle bound, or a short one while there is tidying
+// to do, which is done now if it has waited long enough.
 int Svr_Loop::Wait_Bound_Ms(int idle_timeout)
 {
-    if (!Status_Stale)
+    if (!Untidy)
         return idle_timeout;
-    if (std::chrono::steady_clock::now() - Stale_Since >= kLongestStale) {
-        Publish_Status();
+    if (std::chrono::steady_clock::now() - Untidy_Since >= kLongestStale) {
+        Tidy_Up();
         return idle_timeout;
     }
     const int quiet = static_cast<int>(kQuiet.count());

@@ -46,7 +46,8 @@ private:
     void Drop_Client(std::size_t index);
     void Give_Back_Large_Buffers();
     void Publish_Status();
-    void Mark_Status_Stale();
+    void Tidy_Up();
+    void Mark_Untidy();
     [[nodiscard]] int Wait_Bound_Ms(int idle_timeout);
 
     ZTInt_Connection Point;
@@ -58,8 +59,11 @@ private:
     std::vector<std::unique_ptr<Svr_Client>> Clients;
     std::vector<pollfd> Wanted;  // Point first, then each client's socket
     int Next_Client_Number = 1;
-    bool Status_Stale = false;
-    std::chrono::steady_clock::time_point Stale_Since;
+    // Work left for a quiet moment: the status file, and the sweep of the sockets that
+    // clients which died before connecting left in /tmp.
+    bool Untidy = false;
+    bool Sweep_Due = false;
+    std::chrono::steady_clock::time_point Untidy_Since;
 };
 
 // Set by the signal handlers the loop installs; read between two polls.

@@ -388,7 +388,9 @@ void ZTInt_Change_Startup_to_Client(ZTInt_Connection* connection)
     connection->State = ZTInt_Connection_State_Ready;
 }
 
-void Internal_Close_Connection(ZTInt_Connection* connection, ZTInt_Connection_State state)
+namespace {
+
+void Close_Descriptors(ZTInt_Connection* connection)
 {
     ZTInt_RPC_Handle& handle = connection->Handle;
     const int read_file = handle.Read_File;
@@ -403,6 +405,13 @@ void Internal_Close_Connection(ZTInt_Connection* connection, ZTInt_Connection_St
         Forget(connection->Listen_File, write_file);
     Close_Once(connection->Listen_File);
     Forget_USocket_Path(connection);
+}
+
+}  // namespace
+
+void Internal_Close_Connection(ZTInt_Connection* connection, ZTInt_Connection_State state)
+{
+    Close_Descriptors(connection);
     Unlink_USockets();
     connection->State = state;
 }
@@ -410,6 +419,12 @@ void Internal_Close_Connection(ZTInt_Connection* connection, ZTInt_Connection_St
 void ZTInt_Close_Connection(ZTInt_Connection* connection)
 {
     Internal_Close_Connection(connection, ZTInt_Connection_State_Nil);
+}
+
+void ZTInt_Close_Connection_Without_Sweep(ZTInt_Connection* connection)
+{
+    Close_Descriptors(connection);
+    connection->State = ZTInt_Connection_State_Nil;
 }
 
 // Only sockets of this user whose process has ended go: the process id is the

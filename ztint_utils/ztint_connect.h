@@ -122,6 +122,9 @@ void ZTInt_Change_Startup_to_Client(ZTInt_Connection* connection);
 void ZTInt_Close_Connection(ZTInt_Connection* connection);
 // The same, ending in the given state.
 void Internal_Close_Connection(ZTInt_Connection* connection, ZTInt_Connection_State state);
+// ZTInt_Close_Connection without the sweep, for the server: it sweeps once it has
+// nothing else to do, not between one client's end and the next one's first call.
+void ZTInt_Close_Connection_Without_Sweep(ZTInt_Connection* connection);
 // Removes the sockets "/tmp/ZTIntSvr_USock_<euid>_<pid>" whose process no longer runs.
 void Unlink_USockets();
 

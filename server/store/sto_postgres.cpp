@@ -23,7 +23,7 @@ bool Is_Busy_State(const char* state)
 
 bool Is_Indeterminate_Type(const PGresult* result)
 {
-    const char* state = PQresultErrorField(result, PG_DIAG_SQLSTATE);
+    const char* state = Pq().PQresultErrorField(result, PG_DIAG_SQLSTATE);
     return state != nullptr && std::strcmp(state, "42P18") == 0;
 }
 
@@ -55,7 +55,7 @@ public:
     {
         if (Rows == nullptr)
             Execute();
-        return ++Row < PQntuples(Rows.get());
+        return ++Row < Pq().PQntuples(Rows.get());
     }
 
 private:
@@ -83,7 +83,7 @@ public:
     ~Pg_Connection() override
     {
         Statements.clear();
-        PQfinish(Conn);
+        Pq().PQfinish(Conn);
     }
     Pg_Connection(const Pg_Connection&) = delete;
     Pg_Connection& operator=(const Pg_Connection&) = delete;
@@ -131,10 +131,10 @@ public:
     // Reconnects a connection that was lost; prepared statements are then gone.
     void Ensure_Open()
     {
-        if (PQstatus(Conn) == CONNECTION_OK)
+        if (Pq().PQstatus(Conn) == CONNECTION_OK)
             return;
         Tx_Open = false;
-        PQfinish(Conn);
+        Pq().PQfinish(Conn);
         Conn = nullptr;
         Connect();
     }
@@ -145,14 +145,14 @@ public:
     {
         if (result != nullptr && Pg_Succeeded(result.get()))
             return;
-        const std::string message = Pg_Trimmed(result != nullptr ? PQresultErrorMessage(result.get())
-                                                               : PQerrorMessage(Conn));
-        if (PQstatus(Conn) != CONNECTION_OK) {
+        const std::string message = Pg_Trimmed(result != nullptr ? Pq().PQresultErrorMessage(result.get())
+                                                               : Pq().PQerrorMessage(Conn));
+        if (Pq().PQstatus(Conn) != CONNECTION_OK) {
             Tx_Open = false;
             throw Sto_Error(what + ": the connection to the PostgreSQL store was lost (" + message +
                             "); nothing of this call was stored, and the next call connects again");
         }
-        const char* state = result != nullptr ? PQresultErrorField(result.get(), PG_DIAG_SQLSTATE) : nullptr;
+        const char* state = result != nullptr ? Pq().PQresultErrorField(result.get(), PG_DIAG_SQLSTATE) : nullptr;
         if (Is_Busy_State(state))
             throw Sto_Busy(what + ": " + message);
         throw Sto_Error(what + ": " + message);
@@ -160,7 +160,7 @@ public:
 
     bool Inside_Transaction() const { return Tx_Open; }
 
-    Result Run_Simple(const char* sql) { return Result(PQexec(Conn, sql)); }
+    Result Run_Simple(const char* sql) { return Result(Pq().PQexec(Conn, sql)); }
 
 protected:
     void Begin_Outer() override
@@ -182,7 +182,7 @@ protected:
         Result result = Run_Simple("COMMIT");
         Tx_Open = false;
         // COMMIT of a transaction that met an error reports "ROLLBACK", not an error.
-        const bool rolled_back = result != nullptr && std::strcmp(PQcmdStatus(result.get()), "ROLLBACK") == 0;
+        const bool rolled_back = result != nullptr && std::strcmp(Pq().PQcmdStatus(result.get()), "ROLLBACK") == 0;
         Check(std::move(result), "cannot commit to the store");
         if (rolled_back)
             throw Sto_Error("cannot commit to the store: the transaction had failed and was rolled back");
@@ -190,8 +190,8 @@ protected:
 
     void Rollback_Outer() noexcept override
     {
-        if (Tx_Open && PQstatus(Conn) == CONNECTION_OK)
-            PQclear(PQexec(Conn, "ROLLBACK"));
+        if (Tx_Open && Pq().PQstatus(Conn) == CONNECTION_OK)
+            Pq().PQclear(Pq().PQexec(Conn, "ROLLBACK"));
         Tx_Open = false;
     }
 
@@ -207,7 +207,7 @@ private:
     // make it, the store still works and users' SQL is refused with the reason.
     void Make_Query_Role() noexcept
     {
-        PQclear(PQexec(Conn, R"(DO $$BEGIN
+        Pq().PQclear(Pq().PQexec(Conn, R"(DO $$BEGIN
   IF NOT EXISTS (SELECT 1 FROM pg_roles WHERE rolname = 'ztint_query') THEN
     CREATE ROLE ztint_query NOLOGIN;
   END IF;
@@ -235,7 +235,7 @@ END$$)"));
 Result Pg_Statement::Try_Prepare(bool typed_text)
 {
     const Pg_Wire_Params wire = Pg_On_The_Wire(Params, typed_text);
-    return Result(PQprepare(Owner.Handle(), Name.c_str(), Sql.c_str(), Count, wire.Types.data()));
+    return Result(Pq().PQprepare(Owner.Handle(), Name.c_str(), Sql.c_str(), Count, wire.Types.data()));
 }
 
 void Pg_Statement::Prepare_On_Server()
@@ -262,7 +262,7 @@ void Pg_Statement::Execute()
     if (Prepared_In != Owner.Generation())
         Prepare_On_Server();
     const Pg_Wire_Params wire = Pg_On_The_Wire(Params, false);
-    Result result(PQexecPrepared(Owner.Handle(), Name.c_str(), Count, wire.Values.data(), wire.Lengths.data(),
+    Result result(Pq().PQexecPrepared(Owner.Handle(), Name.c_str(), Count, wire.Values.data(), wire.Lengths.data(),
                                  wire.Formats.data(), 0));
     if (result == nullptr || !Pg_Succeeded(result.get()))
         Owner.Check(std::move(result), "the store refused a statement");
@@ -313,7 +313,7 @@ Pg_Wire_Params Pg_On_The_Wire(const std::vector<Pg_Param>& params, bool typed_te
 
 bool Pg_Succeeded(const PGresult* result)
 {
-    const ExecStatusType status = PQresultStatus(result);
+    const ExecStatusType status = Pq().PQresultStatus(result);
     return status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK;
 }
 
@@ -331,20 +331,20 @@ PGconn* Pg_Connect(const std::string& conninfo, const Sto_Postgres_Options& opti
     // Values in the connection string come last and win.
     const char* keys[] = {"connect_timeout", "application_name", "client_encoding", "dbname", nullptr};
     const char* values[] = {timeout.c_str(), "ztintsvr", "UTF8", conninfo.c_str(), nullptr};
-    PGconn* conn = PQconnectdbParams(keys, values, 1);
+    PGconn* conn = Pq().PQconnectdbParams(keys, values, 1);
     if (conn == nullptr)
         throw Sto_Error("cannot open the PostgreSQL store: out of memory");
-    if (PQstatus(conn) != CONNECTION_OK) {
-        const std::string message = Pg_Trimmed(PQerrorMessage(conn));
-        PQfinish(conn);
+    if (Pq().PQstatus(conn) != CONNECTION_OK) {
+        const std::string message = Pg_Trimmed(Pq().PQerrorMessage(conn));
+        Pq().PQfinish(conn);
         throw Sto_Error("cannot open the PostgreSQL store: " + message);
     }
-    PQsetNoticeProcessor(conn, Ignore_Notice, nullptr);
+    Pq().PQsetNoticeProcessor(conn, Ignore_Notice, nullptr);
     const std::string setup = "SET lock_timeout = " + std::to_string(options.Lock_Timeout_Ms);
-    const Pg_Result result(PQexec(conn, setup.c_str()));
+    const Pg_Result result(Pq().PQexec(conn, setup.c_str()));
     if (result == nullptr || !Pg_Succeeded(result.get())) {
-        const std::string message = Pg_Trimmed(PQerrorMessage(conn));
-        PQfinish(conn);
+        const std::string message = Pg_Trimmed(Pq().PQerrorMessage(conn));
+        Pq().PQfinish(conn);
         throw Sto_Error("cannot set up the PostgreSQL store: " + message);
     }
     return conn;
@@ -352,12 +352,12 @@ PGconn* Pg_Connect(const std::string& conninfo, const Sto_Postgres_Options& opti
 
 std::string Pg_Text(const PGresult* rows, int row, int column)
 {
-    return std::string(PQgetvalue(rows, row, column), static_cast<std::size_t>(PQgetlength(rows, row, column)));
+    return std::string(Pq().PQgetvalue(rows, row, column), static_cast<std::size_t>(Pq().PQgetlength(rows, row, column)));
 }
 
 int64_t Pg_Number(const PGresult* rows, int row, int column)
 {
-    const char* value = PQgetvalue(rows, row, column);
+    const char* value = Pq().PQgetvalue(rows, row, column);
     if (std::strcmp(value, "t") == 0)  // a boolean expression
         return 1;
     return std::strtoll(value, nullptr, 10);
@@ -365,15 +365,15 @@ int64_t Pg_Number(const PGresult* rows, int row, int column)
 
 std::vector<unsigned char> Pg_Blob(const PGresult* rows, int row, int column)
 {
-    const auto* value = reinterpret_cast<const unsigned char*>(PQgetvalue(rows, row, column));
-    if (PQftype(rows, column) != 17)  // not BYTEA: the text's bytes
-        return std::vector<unsigned char>(value, value + PQgetlength(rows, row, column));
+    const auto* value = reinterpret_cast<const unsigned char*>(Pq().PQgetvalue(rows, row, column));
+    if (Pq().PQftype(rows, column) != 17)  // not BYTEA: the text's bytes
+        return std::vector<unsigned char>(value, value + Pq().PQgetlength(rows, row, column));
     std::size_t size = 0;
-    unsigned char* bytes = PQunescapeBytea(value, &size);
+    unsigned char* bytes = Pq().PQunescapeBytea(value, &size);
     if (bytes == nullptr)
         throw Sto_Error("cannot read a blob of the store: out of memory");
     std::vector<unsigned char> copy(bytes, bytes + size);
-    PQfreemem(bytes);
+    Pq().PQfreemem(bytes);
     return copy;
 }
 

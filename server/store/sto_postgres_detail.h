@@ -2,7 +2,7 @@
 // a connection, a failure's text and reading a row's values.
 #pragma once
 
-#include <libpq-fe.h>
+#include "server/store/sto_libpq.h"
 
 #include <cstdint>
 #include <memory>
@@ -14,7 +14,7 @@
 #include "server/store/sto_postgres.h"
 
 struct Pg_Result_Free {
-    void operator()(PGresult* result) const { PQclear(result); }
+    void operator()(PGresult* result) const { Pq().PQclear(result); }
 };
 using Pg_Result = std::unique_ptr<PGresult, Pg_Result_Free>;
 
@@ -74,7 +74,7 @@ public:
         return *this;
     }
 
-    bool Is_Null(int column) override { return PQgetisnull(Rows.get(), Current(), column) != 0; }
+    bool Is_Null(int column) override { return Pq().PQgetisnull(Rows.get(), Current(), column) != 0; }
     std::string Text(int column) override { return Pg_Text(Rows.get(), Current(), column); }
     int64_t Number(int column) override { return Pg_Number(Rows.get(), Current(), column); }
     std::vector<unsigned char> Blob(int column) override { return Pg_Blob(Rows.get(), Current(), column); }
@@ -95,7 +95,7 @@ protected:
     }
     int Current() const
     {
-        if (Rows == nullptr || Row < 0 || Row >= PQntuples(Rows.get()))
+        if (Rows == nullptr || Row < 0 || Row >= Pq().PQntuples(Rows.get()))
             throw Sto_Error("the store has no current row to read");
         return Row;
     }

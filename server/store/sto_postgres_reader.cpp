@@ -53,7 +53,7 @@ std::string Postgres_Query_Sql(const std::string& sql)
 
 bool Has_State(const PGresult* result, const char* state)
 {
-    const char* found = result != nullptr ? PQresultErrorField(result, PG_DIAG_SQLSTATE) : nullptr;
+    const char* found = result != nullptr ? Pq().PQresultErrorField(result, PG_DIAG_SQLSTATE) : nullptr;
     return found != nullptr && std::strcmp(found, state) == 0;
 }
 
@@ -167,8 +167,8 @@ std::string Restricted_Refusal(const std::string& sql)
 // refusals where they mean the same.
 std::string Refusal_Of(const PGresult* result, PGconn* conn)
 {
-    const char* primary = result != nullptr ? PQresultErrorField(result, PG_DIAG_MESSAGE_PRIMARY) : nullptr;
-    const std::string message = primary != nullptr ? primary : Pg_Trimmed(PQerrorMessage(conn));
+    const char* primary = result != nullptr ? Pq().PQresultErrorField(result, PG_DIAG_MESSAGE_PRIMARY) : nullptr;
+    const std::string message = primary != nullptr ? primary : Pg_Trimmed(Pq().PQerrorMessage(conn));
     static const std::regex denied(R"(^permission denied for (table|view|sequence|schema) (.*)$)");
     std::smatch match;
     if (Has_State(result, "42501") && std::regex_match(message, match, denied))  // insufficient privilege
@@ -222,20 +222,20 @@ public:
             return false;
         if (!Started)
             Start();
-        if (Rows == nullptr || ++Row >= PQntuples(Rows.get())) {
-            if (Rows != nullptr && PQntuples(Rows.get()) < kBatch_Rows)
+        if (Rows == nullptr || ++Row >= Pq().PQntuples(Rows.get())) {
+            if (Rows != nullptr && Pq().PQntuples(Rows.get()) < kBatch_Rows)
                 return Finish();
             Fetch();
-            if (PQntuples(Rows.get()) == 0)
+            if (Pq().PQntuples(Rows.get()) == 0)
                 return Finish();
         }
         return true;
     }
 
-    int Column_Count() override { return PQnfields(Description().get()); }
+    int Column_Count() override { return Pq().PQnfields(Description().get()); }
     std::string Column_Name(int column) override
     {
-        const char* name = PQfname(Description().get(), column);
+        const char* name = Pq().PQfname(Description().get(), column);
         return name != nullptr ? name : "";
     }
 
@@ -250,16 +250,16 @@ private:
     {
         const bool stopped = Has_State(result, kQuery_Canceled);
         const std::string message =
-            Pg_Trimmed(result != nullptr ? PQresultErrorMessage(result) : PQerrorMessage(S.Conn));
+            Pg_Trimmed(result != nullptr ? Pq().PQresultErrorMessage(result) : Pq().PQerrorMessage(S.Conn));
         End();
         if (stopped)
             throw Sto_Error(S.Limit.Stopped());
-        if (PQstatus(S.Conn) != CONNECTION_OK)
+        if (Pq().PQstatus(S.Conn) != CONNECTION_OK)
             throw Sto_Error(what + ": the connection to the PostgreSQL store was lost (" + message + ")");
         throw Sto_Error(what + ": " + message);
     }
 
-    Pg_Result Run(const std::string& sql) { return Pg_Result(PQexec(S.Conn, sql.c_str())); }
+    Pg_Result Run(const std::string& sql) { return Pg_Result(Pq().PQexec(S.Conn, sql.c_str())); }
     void Check(const Pg_Result& result, const std::string& what)
     {
         if (result == nullptr || !Pg_Succeeded(result.get()))
@@ -276,12 +276,12 @@ public:
         Pg_Result declared = Declare(false);
         if (Has_State(declared.get(), kIndeterminate_Type)) {
             // "SELECT ?" leaves the server nothing to type the text by: it is TEXT then.
-            PQclear(PQexec(S.Conn, "ROLLBACK"));
+            Pq().PQclear(Pq().PQexec(S.Conn, "ROLLBACK"));
             Begin_Read();
             declared = Declare(true);
         }
         if (S.Restricted && declared != nullptr && !Pg_Succeeded(declared.get()) &&
-            PQstatus(S.Conn) == CONNECTION_OK) {
+            Pq().PQstatus(S.Conn) == CONNECTION_OK) {
             const std::string refusal = Refusal_Of(declared.get(), S.Conn);
             End();
             throw Sto_Refused(refusal);
@@ -302,7 +302,7 @@ private:
     {
         const Pg_Wire_Params wire = Pg_On_The_Wire(Params, typed_text);
         const std::string sql = "DECLARE " + S.Name + " NO SCROLL CURSOR FOR " + S.Sql;
-        return Pg_Result(PQexecParams(S.Conn, sql.c_str(), S.Count, wire.Types.data(), wire.Values.data(),
+        return Pg_Result(Pq().PQexecParams(S.Conn, sql.c_str(), S.Count, wire.Types.data(), wire.Values.data(),
                                       wire.Lengths.data(), wire.Formats.data(), 0));
     }
 
@@ -317,7 +317,7 @@ private:
         Rows = Run("SET LOCAL statement_timeout = " + std::to_string(remaining) + "; FETCH FORWARD " +
                    std::to_string(kBatch_Rows) + " FROM " + S.Name);
         Row = 0;
-        if (Rows == nullptr || PQresultStatus(Rows.get()) != PGRES_TUPLES_OK) {
+        if (Rows == nullptr || Pq().PQresultStatus(Rows.get()) != PGRES_TUPLES_OK) {
             Pg_Result failed = std::move(Rows);
             Fail(failed.get(), "the store refused a query");
         }
@@ -333,8 +333,8 @@ private:
 
     void End() noexcept
     {
-        if (Started && !Ended && PQstatus(S.Conn) == CONNECTION_OK)
-            PQclear(PQexec(S.Conn, "ROLLBACK"));
+        if (Started && !Ended && Pq().PQstatus(S.Conn) == CONNECTION_OK)
+            Pq().PQclear(Pq().PQexec(S.Conn, "ROLLBACK"));
         Ended = Started;
     }
 
@@ -346,7 +346,7 @@ private:
         if (Described == nullptr) {
             if (!Started)
                 Start();
-            Described = Pg_Result(PQdescribePortal(S.Conn, S.Name.c_str()));
+            Described = Pg_Result(Pq().PQdescribePortal(S.Conn, S.Name.c_str()));
             Check(Described, "cannot describe a query");
         }
         return Described;
@@ -365,11 +365,11 @@ public:
         try {
             Make_Views(views);
         } catch (...) {
-            PQfinish(Conn);
+            Pq().PQfinish(Conn);
             throw;
         }
     }
-    ~Pg_Reader() override { PQfinish(Conn); }
+    ~Pg_Reader() override { Pq().PQfinish(Conn); }
     Pg_Reader(const Pg_Reader&) = delete;
     Pg_Reader& operator=(const Pg_Reader&) = delete;
 
@@ -427,17 +427,17 @@ private:
         Run_Script(script);
         grants += Make_Folded_Views();
         // Without the role, the model's queries still run; users' SQL is refused.
-        const Pg_Result granted(PQexec(Conn, grants.c_str()));
+        const Pg_Result granted(Pq().PQexec(Conn, grants.c_str()));
         if (granted == nullptr || !Pg_Succeeded(granted.get()))
-            Role_Error = Pg_Trimmed(granted != nullptr ? PQresultErrorMessage(granted.get()) : PQerrorMessage(Conn));
+            Role_Error = Pg_Trimmed(granted != nullptr ? Pq().PQresultErrorMessage(granted.get()) : Pq().PQerrorMessage(Conn));
     }
 
     void Run_Script(const std::string& script)
     {
-        const Pg_Result result(PQexec(Conn, script.c_str()));
+        const Pg_Result result(Pq().PQexec(Conn, script.c_str()));
         if (result == nullptr || !Pg_Succeeded(result.get()))
             throw Sto_Error("cannot make the views of the queries: " +
-                            Pg_Trimmed(result != nullptr ? PQresultErrorMessage(result.get()) : PQerrorMessage(Conn)));
+                            Pg_Trimmed(result != nullptr ? Pq().PQresultErrorMessage(result.get()) : Pq().PQerrorMessage(Conn)));
     }
 
     // Users write names as in any SQL, unquoted, which PostgreSQL folds to lower case:
@@ -445,20 +445,20 @@ private:
     // the grants of the twins.
     std::string Make_Folded_Views()
     {
-        const Pg_Result columns(PQexec(Conn, "SELECT c.relname, a.attname FROM pg_attribute AS a JOIN pg_class AS c "
+        const Pg_Result columns(Pq().PQexec(Conn, "SELECT c.relname, a.attname FROM pg_attribute AS a JOIN pg_class AS c "
                                              "ON c.oid = a.attrelid WHERE c.relnamespace = pg_my_temp_schema() "
                                              "AND a.attnum > 0 AND NOT a.attisdropped ORDER BY c.relname, a.attnum"));
-        if (columns == nullptr || PQresultStatus(columns.get()) != PGRES_TUPLES_OK)
-            throw Sto_Error("cannot make the views of the queries: " + Pg_Trimmed(PQerrorMessage(Conn)));
+        if (columns == nullptr || Pq().PQresultStatus(columns.get()) != PGRES_TUPLES_OK)
+            throw Sto_Error("cannot make the views of the queries: " + Pg_Trimmed(Pq().PQerrorMessage(Conn)));
         std::set<std::string> taken(Names.begin(), Names.end());
         std::string script, grants;
-        for (int row = 0; row < PQntuples(columns.get());) {
-            const std::string view = PQgetvalue(columns.get(), row, 0);
+        for (int row = 0; row < Pq().PQntuples(columns.get());) {
+            const std::string view = Pq().PQgetvalue(columns.get(), row, 0);
             std::string list;
             bool folds = Lower(view) != view;
             std::set<std::string> seen;
-            for (; row < PQntuples(columns.get()) && view == PQgetvalue(columns.get(), row, 0); ++row) {
-                const std::string column = PQgetvalue(columns.get(), row, 1);
+            for (; row < Pq().PQntuples(columns.get()) && view == Pq().PQgetvalue(columns.get(), row, 0); ++row) {
+                const std::string column = Pq().PQgetvalue(columns.get(), row, 1);
                 folds = folds || Lower(column) != column;
                 if (seen.insert(Lower(column)).second)
                     list += (list.empty() ? "" : ", ") + Quoted_Name(column) + " AS " + Quoted_Name(Lower(column));

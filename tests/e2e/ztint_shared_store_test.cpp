@@ -3,6 +3,7 @@
 // clearly and is opened again for the next. init-store makes a shared store ready.
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -316,6 +317,29 @@ TEST_F(Ztint_Init_Store_Test, InitStoreOnAStoreOutOfReachSaysWhy)
     EXPECT_EQ(result.Status, 1);
     EXPECT_EQ(result.Output.rfind("ztintsvr: cannot initialise the store: cannot open the PostgreSQL store: ", 0),
               0u) << result.Output;
+}
+
+// PostgreSQL's client library is loaded only for a store on PostgreSQL: a server on
+// SQLite starts where it can't be loaded, and one on PostgreSQL says why it can't open.
+TEST_F(Ztint_Init_Store_Test, OnlyAStoreOnPostgresqlNeedsItsClientLibrary)
+{
+    const std::string broken = Dir + "/broken-libs";
+    ASSERT_EQ(mkdir(broken.c_str(), 0700), 0);
+    FILE* fake = std::fopen((broken + "/libpq.so.5").c_str(), "w");
+    ASSERT_NE(fake, nullptr);
+    std::fputs("not a library\n", fake);
+    std::fclose(fake);
+    const std::string server = "LD_LIBRARY_PATH=" + broken + " " + Home + "/bin/ztintsvr init-store";
+
+    const Command_Result on_sqlite = Run_Command("ZT_SERVER_STORE=" + Dir + "/other.db " + server);
+    EXPECT_EQ(on_sqlite.Status, 0) << on_sqlite.Output;
+
+    const Command_Result on_postgres =
+        Run_Command("ZT_SERVER_STORE='host=/nonexistent/zt dbname=zt' " + server);
+    EXPECT_EQ(on_postgres.Status, 1);
+    const std::string why = "ztintsvr: cannot initialise the store: PostgreSQL's client library can't be loaded: " +
+                            broken + "/libpq.so.5: ";
+    EXPECT_EQ(on_postgres.Output.rfind(why, 0), 0u) << on_postgres.Output;
 }
 
 }  // namespace

@@ -86,6 +86,33 @@ TEST_F(Ztint_Start_Test, ASecondProcessFindsTheRunningServer)
 
 // A child made by fork shares its parent's socket: its calls are refused, so that the
 // two never read each other's replies, until it closes the connection and opens its own.
+// A client that dies before it is connected leaves its socket in /tmp. The server
+// sweeps such sockets once a client has gone and nothing else waits.
+TEST_F(Ztint_Start_Test, TheServerSweepsLeftoverSocketsOnceAClientHasGone)
+{
+    ZTZentrak* zentrak = nullptr;
+    ASSERT_EQ(ZTZentrak_Build(&zentrak), 0) << Server_Error();
+    const pid_t ended = fork();
+    if (ended == 0)
+        _exit(0);
+    ASSERT_EQ(waitpid(ended, nullptr, 0), ended);
+    const std::string leftover =
+        "/tmp/ZTIntSvr_USock_" + std::to_string(geteuid()) + "_" + std::to_string(ended);
+    // The child ends without closing its connection, so that only the server can sweep.
+    EXPECT_TRUE(In_Child([&] {
+        ZTInt_Close_Connection(ZTInt_client_Connection_Record());
+        std::ofstream{leftover};
+        ZTZentrak* own = nullptr;
+        return access(leftover.c_str(), F_OK) == 0 && ZTZentrak_Build(&own) == 0;
+    }));
+    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (access(leftover.c_str(), F_OK) == 0 && std::chrono::steady_clock::now() < give_up)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_NE(access(leftover.c_str(), F_OK), 0) << leftover << " is still there";
+    std::remove(leftover.c_str());
+    EXPECT_EQ(ZTInt_Zentrak_Free(zentrak), 0);
+}
+
 TEST_F(Ztint_Start_Test, AChildMadeByForkMustOpenAConnectionOfItsOwn)
 {
     ZTZentrak* zentrak = nullptr;
