@@ -5,6 +5,7 @@
 #include "server/calls/svr_call.h"
 #include "server/calls/svr_calls.h"
 #include "server/calls/svr_payloads.h"
+#include "ztint_base/ztint_assert.h"
 #include "ztint_string.h"
 
 namespace {
@@ -49,14 +50,23 @@ Svr_Dispatcher::Svr_Dispatcher(Svr_Objects& objects, Mdl_Server& model, std::str
     Svr_Register_Tracking_Calls(*this);
 }
 
+std::function<int32_t(Svr_Request&)>& Svr_Dispatcher::Handler_Of(ZTInt_opcode opcode)
+{
+    const ZTInt_call_entry* entry = ZTInt_call_Find(opcode);
+    if (entry == nullptr)
+        ZTInt_abort3("a handler for an opcode in the table of calls", __FILE__, __LINE__);
+    Handlers.resize(static_cast<std::size_t>(ZTInt_Call_Table_Size));
+    return Handlers[static_cast<std::size_t>(entry - ZTInt_Call_Table)];
+}
+
 void Svr_Dispatcher::Add(ZTInt_opcode opcode, Handler handler)
 {
-    Handlers[opcode] = [this, handler](Svr_Request& request) { return (this->*handler)(request); };
+    Handler_Of(opcode) = [this, handler](Svr_Request& request) { return (this->*handler)(request); };
 }
 
 void Svr_Dispatcher::Add(ZTInt_opcode opcode, Call_Handler handler)
 {
-    Handlers[opcode] = [this, handler](Svr_Request& request) {
+    Handler_Of(opcode) = [this, handler](Svr_Request& request) {
         Svr_Call call(request, Objects, Model);
         return handler(call);
     };
@@ -89,13 +99,13 @@ ZTInt_msg_struct* Svr_Dispatcher::Answer(Svr_Client_State& client, ZTInt_msg_str
 
 int32_t Svr_Dispatcher::Run(Svr_Request& request)
 {
-    const auto handler = Handlers.find(request.Entry.Opcode);
-    if (handler == Handlers.end())
+    const auto place = static_cast<std::size_t>(&request.Entry - ZTInt_Call_Table);
+    if (place >= Handlers.size() || !Handlers[place])
         return Not_Supported(request);
     // No failure of the model or the store ends the server: each is the call's.
     int32_t status = -1;
     try {
-        status = handler->second(request);
+        status = Handlers[place](request);
     } catch (const std::exception& failure) {
         status = Fail(request, std::string(request.Entry.Name) + ": " + failure.what());
     }

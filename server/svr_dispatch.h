@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <unordered_map>
+#include <vector>
 
 #include "server/svr_objects.h"
 #include "server/model/mdl_store.h"
@@ -89,5 +89,7 @@ private:
     bool Shutdown = false;
     Svr_Values In;   // the values of the call being answered
     Svr_Values Out;  // and of its answer
-    std::unordered_map<int32_t, std::function<int32_t(Svr_Request&)>> Handlers;
+    // By the call's place in the table of calls; empty where no handler was added.
+    std::vector<std::function<int32_t(Svr_Request&)>> Handlers;
+    std::function<int32_t(Svr_Request&)>& Handler_Of(ZTInt_opcode opcode);
 };

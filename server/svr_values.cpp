@@ -41,13 +41,19 @@ void Svr_Values::Reset(const ZTInt_rpc_type* types, int count)
         ZTInt_abort3("count >= 0 && count <= Svr_Values::Max_Count", __FILE__, __LINE__);
     Type_List = types;
     Value_Count = count;
+    // Every call starts over twice: the cells that hold nothing cost no call.
     for (Cell& cell : Cells) {
         cell.Number = 0;
         cell.Object = {0, 0, 0, 0};
-        ZTInt_StringArray_Free(cell.Texts);
-        cell.Texts = nullptr;
-        Release_Text(cell);
-        if (cell.Room > Svr_Largest_Kept_Buffer) {
+        if (cell.Texts != nullptr) {
+            ZTInt_StringArray_Free(cell.Texts);
+            cell.Texts = nullptr;
+        }
+        if (cell.Text != nullptr)
+            Release_Text(cell);
+        cell.Length = kUnknown;
+        cell.Borrowed = false;
+        if (cell.Room > Svr_Largest_Kept_Buffer) [[unlikely]] {
             ZTInt_String_Free(cell.Buffer);
             cell.Buffer = nullptr;
             cell.Room = 0;

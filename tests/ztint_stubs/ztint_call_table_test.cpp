@@ -68,6 +68,9 @@ TEST(CallTable, HoldsEveryCallOnceInOpcodeOrder)
     EXPECT_EQ(ZTInt_call_Find(38 * 1024 + 3), nullptr);
     EXPECT_EQ(ZTInt_call_Find(32775), nullptr);  // ZTProductInfo has no methods 7 to 9
     EXPECT_EQ(ZTInt_call_Find(32777), nullptr);
+    EXPECT_EQ(ZTInt_call_Find(-1), nullptr);
+    EXPECT_EQ(ZTInt_call_Find((ZTInt_Call_Table[ZTInt_Call_Table_Size - 1].Opcode | 1023) + 1), nullptr);
+    EXPECT_EQ(ZTInt_call_Find(INT32_MAX), nullptr);
     EXPECT_EQ(ZTInt_call_Find_Name("ZTInt_Session_GetObject"), nullptr);
 }
 
