@@ -3,7 +3,9 @@
 // or sends what is no message is done, and its objects go with it.
 #pragma once
 
-#include <poll.h>
+#include <sys/epoll.h>
+
+#include <cstdint>
 
 #include "server/svr_dispatch.h"
 #include "server/svr_transfer.h"
@@ -21,8 +23,10 @@ public:
     Svr_Client& operator=(const Svr_Client&) = delete;
 
     int Fd() const { return Connection.Handle.Read_File; }
-    // POLLIN while waiting for a call, POLLOUT while an answer is on its way.
-    short Events() const { return Writer.Busy() ? POLLOUT : POLLIN; }
+    // EPOLLIN while waiting for a call, EPOLLOUT while an answer is on its way.
+    uint32_t Events() const { return Writer.Busy() ? EPOLLOUT : EPOLLIN; }
+    // What the loop's wait watches for on the client's behalf.
+    uint32_t Watched_Events = 0;
     // Moves the client on after poll reported its descriptor ready: answers every
     // call that has come, as long as each answer goes out at once. False when the
     // client is done and should be dropped.

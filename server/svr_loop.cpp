@@ -3,15 +3,16 @@
 #include "server/svr_transfer.h"
 
 #include <malloc.h>
-#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include "server/svr_status.h"
 #include "server/svr_trace.h"
+#include "ztint_base/ztint_assert.h"
 #include "ztint_base/ztint_protocol.h"
 #include "ztint_opcodes.h"
 #include "ztint_string.h"
@@ -30,8 +31,8 @@ void On_Stop_Signal(int number)
     Svr_Stop_Signal = number;
 }
 
-// The signals that end the server are blocked except while it waits in ppoll, so
-// that one arriving between two waits is not lost.
+// The signals that end the server are blocked except while it waits, so that one
+// arriving between two waits is not lost.
 sigset_t Install_Stop_Signals()
 {
     struct sigaction action = {};
@@ -72,6 +73,9 @@ Svr_Loop::Svr_Loop(const ZTInt_Connection& point, Svr_Dispatcher& dispatcher,
     : Point(point), Dispatcher(dispatcher), Options(options), Started(std::time(nullptr)),
       Idle_Since(std::chrono::steady_clock::now())
 {
+    Watched = epoll_create1(EPOLL_CLOEXEC);
+    if (Watched < 0 || !Watch(EPOLL_CTL_ADD, Point.Handle.Read_File, EPOLLIN, nullptr))
+        Watch_Failure = std::string("cannot wait for calls: ") + std::strerror(errno);
     Publish_Status();
 }
 
@@ -79,6 +83,8 @@ Svr_Loop::~Svr_Loop()
 {
     Clients.clear();
     ZTInt_Close_Connection(&Point);
+    if (Watched >= 0)
+        close(Watched);
 }
 
 std::string Svr_Loop::Run()
@@ -94,6 +100,8 @@ std::string Svr_Loop::Run()
 std::string Svr_Loop::Serve()
 {
     static const sigset_t waiting_mask = Install_Stop_Signals();
+    if (!Watch_Failure.empty())
+        return Watch_Failure;
     for (;;) {
         if (Dispatcher.Shutdown_Requested())
             return "shut down by a client";
@@ -102,23 +110,28 @@ std::string Svr_Loop::Serve()
         const int timeout = Idle_Timeout_Ms();
         if (timeout == 0)
             return "idle";
-        Update_Poll_Set();
         const int bound = Wait_Bound_Ms(timeout);
-        timespec limit = {bound / 1000, (bound % 1000) * 1000000L};
+        // One event at most for each descriptor; after the first calls this allocates
+        // nothing.
+        Ready.resize(Clients.size() + 1);
         const int ready =
-            ppoll(Wanted.data(), Wanted.size(), bound < 0 ? nullptr : &limit, &waiting_mask);
+            epoll_pwait(Watched, Ready.data(), static_cast<int>(Ready.size()), bound, &waiting_mask);
         if (ready == 0 && Untidy)
             Tidy_Up();  // nothing came for a while: nobody waits for the server
         if (ready <= 0)
             continue;  // timeout, or a signal (EINTR): the checks above decide
-        // Clients first: a client added by the point below has no entry in wanted.
-        for (std::size_t i = Clients.size(); i-- > 0;) {
-            if (Wanted[i + 1].revents == 0)
-                continue;
-            if (!Clients[i]->On_Ready(Dispatcher))
-                Drop_Client(i);
+        // Clients first: the point may add a client, whose events come with the next wait.
+        bool point_ready = false;
+        for (int i = 0; i < ready; ++i) {
+            auto* client = static_cast<Svr_Client*>(Ready[static_cast<std::size_t>(i)].data.ptr);
+            if (client == nullptr)
+                point_ready = true;
+            else if (!client->On_Ready(Dispatcher))
+                Drop_Client(Index_Of(*client));
+            else
+                Watch_Events_Of(*client);
         }
-        if (Wanted[0].revents != 0)
+        if (point_ready)
             On_Point_Ready();
         Give_Back_Large_Buffers();
         if (Clients.empty() && Idle_Since == std::chrono::steady_clock::time_point())
@@ -126,14 +139,30 @@ std::string Svr_Loop::Serve()
     }
 }
 
-// The descriptors to wait for, updated in place: after the first calls the set has
-// the room it needs, and a turn of the loop allocates nothing.
-void Svr_Loop::Update_Poll_Set()
+bool Svr_Loop::Watch(int operation, int fd, uint32_t events, Svr_Client* client)
 {
-    Wanted.resize(Clients.size() + 1);
-    Wanted[0] = {Point.Handle.Read_File, POLLIN, 0};
+    epoll_event event = {};
+    event.events = events;
+    event.data.ptr = client;
+    return epoll_ctl(Watched, operation, fd, &event) == 0;
+}
+
+// A client waits for room instead of a call while an answer is on its way, and back.
+void Svr_Loop::Watch_Events_Of(Svr_Client& client)
+{
+    const uint32_t events = client.Events();
+    if (events == client.Watched_Events)
+        return;
+    if (Watch(EPOLL_CTL_MOD, client.Fd(), events, &client))
+        client.Watched_Events = events;
+}
+
+std::size_t Svr_Loop::Index_Of(const Svr_Client& client) const
+{
     for (std::size_t i = 0; i < Clients.size(); ++i)
-        Wanted[i + 1] = {Clients[i]->Fd(), Clients[i]->Events(), 0};
+        if (Clients[i].get() == &client)
+            return i;
+    ZTInt_abort3("the client of an event is one of the loop's", __FILE__, __LINE__);
 }
 
 // -1 (no limit) while clients are connected, else what is left of the idle time.
@@ -188,6 +217,10 @@ void Svr_Loop::Start_Client(ZTInt_msg_struct* startup)
         std::make_unique<Svr_Client>(Next_Client_Number++, reply, *startup, refused ? -1 : 0);
     if (client->Done())
         return;
+    // A client the loop can't wait for would never be answered: it is let go at once.
+    if (!Watch(EPOLL_CTL_ADD, client->Fd(), client->Events(), client.get()))
+        return;
+    client->Watched_Events = client->Events();
     Clients.push_back(std::move(client));
     Idle_Since = std::chrono::steady_clock::time_point();
     Mark_Untidy();
@@ -208,6 +241,7 @@ void Svr_Loop::Drop_Client(std::size_t index)
     if (!client.Is_Refused())
         Svr_Trace::Client_Event("disconnect", client.Number(), client.Pid());
     Dispatcher.Client_Gone(Clients[index]->State());
+    (void)Watch(EPOLL_CTL_DEL, client.Fd(), 0, nullptr);
     Clients.erase(Clients.begin() + static_cast<std::ptrdiff_t>(index));
     Sweep_Due = true;
     Mark_Untidy();

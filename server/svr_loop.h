@@ -5,6 +5,8 @@
 // time, or on SIGTERM, SIGINT or SIGHUP.
 #pragma once
 
+#include <sys/epoll.h>
+
 #include <chrono>
 #include <ctime>
 #include <memory>
@@ -38,7 +40,9 @@ public:
 
 private:
     std::string Serve();
-    void Update_Poll_Set();
+    [[nodiscard]] bool Watch(int operation, int fd, uint32_t events, Svr_Client* client);
+    void Watch_Events_Of(Svr_Client& client);
+    [[nodiscard]] std::size_t Index_Of(const Svr_Client& client) const;
     void On_Point_Ready();
     void Start_Client(ZTInt_msg_struct* startup);
     void Drain_Point();
@@ -57,7 +61,12 @@ private:
     std::chrono::steady_clock::time_point Idle_Since;
     Svr_Reader Point_Reader;
     std::vector<std::unique_ptr<Svr_Client>> Clients;
-    std::vector<pollfd> Wanted;  // Point first, then each client's socket
+    // The descriptors waited for, in an epoll set made once: the point's, with no
+    // client, and each client's with the events it waits for. The set knows its
+    // descriptors from one wait to the next, which a poll set would be told again.
+    int Watched = -1;
+    std::string Watch_Failure;
+    std::vector<epoll_event> Ready;
     int Next_Client_Number = 1;
     // Work left for a quiet moment: the status file, and the sweep of the sockets that
     // clients which died before connecting left in /tmp.

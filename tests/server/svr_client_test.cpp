@@ -124,7 +124,7 @@ protected:
     void Serve_Until(const std::atomic<bool>& done)
     {
         while (!done.load()) {
-            pollfd wanted = {Client->Fd(), Client->Events(), 0};
+            pollfd wanted = {Client->Fd(), static_cast<short>(Client->Events()), 0};
             if (poll(&wanted, 1, 20) <= 0)
                 continue;
             bool going = false;
