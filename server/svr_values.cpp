@@ -39,10 +39,10 @@ void Svr_Values::Reset(const ZTInt_rpc_type* types, int count)
 {
     if (count < 0 || count > Max_Count)
         ZTInt_abort3("count >= 0 && count <= Svr_Values::Max_Count", __FILE__, __LINE__);
-    Type_List = types;
-    Value_Count = count;
-    // Every call starts over twice: the cells that hold nothing cost no call.
-    for (Cell& cell : Cells) {
+    // Every call starts over twice: only the cells the last values used are cleared,
+    // and those that hold nothing cost no call.
+    for (int i = 0; i < Touched; ++i) {
+        Cell& cell = Cells[static_cast<std::size_t>(i)];
         cell.Number = 0;
         cell.Object = {0, 0, 0, 0};
         if (cell.Texts != nullptr) {
@@ -59,11 +59,14 @@ void Svr_Values::Reset(const ZTInt_rpc_type* types, int count)
             cell.Room = 0;
         }
     }
+    Type_List = types;
+    Value_Count = count;
+    Touched = count;  // the decoder writes these
 }
 
 void* Svr_Values::Pointer_Of(int index)
 {
-    Cell& cell = Cells[index];
+    Cell& cell = Changing(index);
     const ZTInt_rpc_type type = Type_List[index];
     if (type == ZTInt_rpc_type_String)
         return &cell.Text;
@@ -236,15 +239,15 @@ void Svr_Values::Set_Text(int index, const char* text)
 {
     if (text == nullptr)
         text = "";
-    if (!Assign_Text(Cells[index], text, static_cast<int64_t>(std::strlen(text))))
+    if (!Assign_Text(Changing(index), text, static_cast<int64_t>(std::strlen(text))))
         ZTInt_abort3("memory allocation failed for a text of the server's answer", __FILE__,
                      __LINE__);
 }
 
 void Svr_Values::Move_Text(int index, Svr_Values& from, int from_index)
 {
-    Cell& to = Cells[index];
-    Cell& source = from.Cells[from_index];
+    Cell& to = Changing(index);
+    Cell& source = from.Changing(from_index);
     Release_Text(to);
     // The text goes with its buffer; the source keeps this cell's buffer for its next.
     std::swap(to.Text, source.Text);
@@ -267,7 +270,7 @@ std::vector<std::string> Svr_Values::Texts(int index) const
 
 void Svr_Values::Set_Texts(int index, const std::vector<std::string>& texts)
 {
-    Cell& cell = Cells[index];
+    Cell& cell = Changing(index);
     ZTInt_StringArray_Free(cell.Texts);
     cell.Texts = ZTInt_StringArray_Alloc(static_cast<long>(texts.size()));
     for (std::size_t i = 0; i < texts.size(); ++i)

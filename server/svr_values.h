@@ -58,13 +58,13 @@ public:
     // A missing array reads as empty.
     std::vector<std::string> Texts(int index) const;
 
-    void Set_Number(int index, int32_t value) { Cells[index].Number = value; }
+    void Set_Number(int index, int32_t value) { Changing(index).Number = value; }
     void Set_Text(int index, const char* text);  // copies text
     // Hands the text of from's cell over to cell index, without copying it; from's
     // cell reads as "" afterwards.
     void Move_Text(int index, Svr_Values& from, int from_index);
     void Set_Texts(int index, const std::vector<std::string>& texts);  // copies texts
-    void Set_Object(int index, const ZTInt_obj_struct& object) { Cells[index].Object = object; }
+    void Set_Object(int index, const ZTInt_obj_struct& object) { Changing(index).Object = object; }
 
 private:
     static constexpr int64_t kUnknown = -1;
@@ -91,8 +91,17 @@ private:
     [[nodiscard]] bool Encode_Value(ZTInt_msg_info& info, int index, ZTInt_msg_struct* reply,
                                     ZTInt_msg_gather* gather);
 
+    // The cell at index, which the next Reset starts over.
+    Cell& Changing(int index)
+    {
+        if (index >= Touched)
+            Touched = index + 1;
+        return Cells[index];
+    }
+
     const ZTInt_rpc_type* Type_List = nullptr;
     int Value_Count = 0;
+    int Touched = 0;  // the cells before it may hold values; the others are nil
     std::array<Cell, Max_Count> Cells{};
     std::array<void*, Max_Count> Value_Pointers{};
 };

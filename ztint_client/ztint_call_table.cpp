@@ -37,6 +37,12 @@ const ZTInt_call_entry* ZTInt_call_Find(int32_t opcode)
         return nullptr;
     const ZTInt_call_entry* begin = ZTInt_Call_Table + classes[number].First;
     const ZTInt_call_entry* end = begin + classes[number].Count;
+    // A class's methods mostly follow one another without gaps: look there first.
+    if (begin != end) {
+        const int32_t guess = opcode - begin->Opcode;
+        if (guess >= 0 && guess < end - begin && begin[guess].Opcode == opcode)
+            return begin + guess;
+    }
     const ZTInt_call_entry* found = std::lower_bound(
         begin, end, opcode, [](const ZTInt_call_entry& entry, int32_t key) { return entry.Opcode < key; });
     return found != end && found->Opcode == opcode ? found : nullptr;
