@@ -126,10 +126,8 @@ std::string Svr_Loop::Serve()
             auto* client = static_cast<Svr_Client*>(Ready[static_cast<std::size_t>(i)].data.ptr);
             if (client == nullptr)
                 point_ready = true;
-            else if (!client->On_Ready(Dispatcher))
+            else if (!client->On_Ready(Dispatcher) || !Watch_Events_Of(*client))
                 Drop_Client(Index_Of(*client));
-            else
-                Watch_Events_Of(*client);
         }
         if (point_ready)
             On_Point_Ready();
@@ -148,13 +146,16 @@ bool Svr_Loop::Watch(int operation, int fd, uint32_t events, Svr_Client* client)
 }
 
 // A client waits for room instead of a call while an answer is on its way, and back.
-void Svr_Loop::Watch_Events_Of(Svr_Client& client)
+// False when the set can't be changed: the client would wait for the wrong event.
+bool Svr_Loop::Watch_Events_Of(Svr_Client& client)
 {
     const uint32_t events = client.Events();
     if (events == client.Watched_Events)
-        return;
-    if (Watch(EPOLL_CTL_MOD, client.Fd(), events, &client))
-        client.Watched_Events = events;
+        return true;
+    if (!Watch(EPOLL_CTL_MOD, client.Fd(), events, &client))
+        return false;
+    client.Watched_Events = events;
+    return true;
 }
 
 std::size_t Svr_Loop::Index_Of(const Svr_Client& client) const

@@ -32,6 +32,8 @@ public:
     Svr_Loop(const ZTInt_Connection& point, Svr_Dispatcher& dispatcher,
              const Svr_Loop_Options& options);
     ~Svr_Loop();
+    Svr_Loop(const Svr_Loop&) = delete;
+    Svr_Loop& operator=(const Svr_Loop&) = delete;
 
     // Serves until the end, then lets every client go; returns the reason as a text
     // for the log.
@@ -41,7 +43,7 @@ public:
 private:
     std::string Serve();
     [[nodiscard]] bool Watch(int operation, int fd, uint32_t events, Svr_Client* client);
-    void Watch_Events_Of(Svr_Client& client);
+    [[nodiscard]] bool Watch_Events_Of(Svr_Client& client);
     [[nodiscard]] std::size_t Index_Of(const Svr_Client& client) const;
     void On_Point_Ready();
     void Start_Client(ZTInt_msg_struct* startup);
