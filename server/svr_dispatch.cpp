@@ -26,7 +26,8 @@ ZTInt_msg_struct* Error_Answer(const ZTInt_msg_struct* call)
 }  // namespace
 
 Svr_Dispatcher::Svr_Dispatcher(Svr_Objects& objects, Mdl_Server& model, std::string version)
-    : Objects(objects), Model(model), Version(std::move(version))
+    : Objects(objects), Model(model), Version(std::move(version)),
+      Handlers(static_cast<std::size_t>(ZTInt_Call_Table_Size))
 {
     Add(ZTInt_op_ZTInt_Special_Shutdown_Stub, &Svr_Dispatcher::Shutdown_Call);
     Add(ZTInt_op_ZTInt_GetError, &Svr_Dispatcher::Get_Error);
@@ -55,7 +56,6 @@ std::function<int32_t(Svr_Request&)>& Svr_Dispatcher::Handler_Of(ZTInt_opcode op
     const ZTInt_call_entry* entry = ZTInt_call_Find(opcode);
     if (entry == nullptr)
         ZTInt_abort3("a handler for an opcode in the table of calls", __FILE__, __LINE__);
-    Handlers.resize(static_cast<std::size_t>(ZTInt_Call_Table_Size));
     return Handlers[static_cast<std::size_t>(entry - ZTInt_Call_Table)];
 }
 
