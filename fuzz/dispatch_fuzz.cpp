@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/fuzz_files.h"
 #include "server/svr_dispatch.h"
 #include "server/svr_objects.h"
 #include "server/calls/svr_calls.h"
@@ -138,10 +139,8 @@ void Check_Answer(const ZTInt_call_entry& row, const ZTInt_msg_struct* call,
 Mdl_Server& Model()
 {
     static Mdl_Server* model = [] {
-        char directory[] = "/tmp/dispatch_fuzz_XXXXXX";
-        if (mkdtemp(directory) == nullptr)
-            std::abort();
-        setenv("ZT_SERVER_STORE", (std::string(directory) + "/store.db").c_str(), 1);
+        const std::string& directory = Fuzz_Directory("/tmp/dispatch_fuzz_XXXXXX");
+        setenv("ZT_SERVER_STORE", (directory + "/store.db").c_str(), 1);
         return new Mdl_Server({Svr_Users::Default_Store(), ZTINT_SOURCE_DIR "/server/schemas/sample.json"});
     }();
     return *model;

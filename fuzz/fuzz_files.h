@@ -8,19 +8,36 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <string>
+#include <system_error>
+
+// A scratch directory that goes, with what is in it, when the run ends.
+class Fuzz_Scratch_Directory {
+public:
+    explicit Fuzz_Scratch_Directory(const char* Pattern) : Path(Pattern) {
+        if (mkdtemp(Path.data()) == nullptr) abort();
+    }
+    ~Fuzz_Scratch_Directory() {
+        std::error_code ignored;
+        std::filesystem::remove_all(Path, ignored);
+    }
+    Fuzz_Scratch_Directory(const Fuzz_Scratch_Directory&) = delete;
+    Fuzz_Scratch_Directory& operator=(const Fuzz_Scratch_Directory&) = delete;
+    std::string Path;
+};
 
 // A directory made once for the run, from the first call's Pattern (ending in XXXXXX).
 // Standard output goes to /dev/null from then on: the code under test logs bad input there.
 inline const std::string& Fuzz_Directory(const char* Pattern) {
-    static const std::string dir = [Pattern] {
-        std::string name = Pattern;
-        const char* made = mkdtemp(name.data());
+    static const Fuzz_Scratch_Directory dir(Pattern);
+    static const bool quiet = [] {
         const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
         if (null >= 0) dup2(null, 1);
-        return std::string(made ? made : "/tmp");
+        return null >= 0;
     }();
-    return dir;
+    (void)quiet;
+    return dir.Path;
 }
 
 // Path holds exactly the Size bytes at Data; anything else ends the run.

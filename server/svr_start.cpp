@@ -172,15 +172,26 @@ struct Report_Channel {
     }
 };
 
-// Removes the pipe if it is still the one fd has open, and the start lock's
-// file under its own lock, so that an ended server leaves nothing behind.
+// True if the status file at path was written by this process.
+bool Status_Is_Ours(const std::string& path)
+{
+    Svr_Status status;
+    return Svr_Status_Read(path, status) && status.Pid == getpid();
+}
+
+// Removes the pipe if it is still the one fd has open, the status file if it is
+// this server's, and the start lock's file under its own lock, so that an ended
+// server leaves nothing behind. A server whose pipe someone else removed still
+// wrote its status after that; the status of a newer server stays.
 void Remove_Pipe(const std::string& path, int fd)
 {
     const Start_Lock lock(path + ".lock");
-    if (Same_File(fd, path)) {
+    const std::string status = Svr_Status_Path(path);
+    const bool ours = Same_File(fd, path);
+    if (ours)
         unlink(path.c_str());
-        unlink(Svr_Status_Path(path).c_str());
-    }
+    if (ours || Status_Is_Ours(status))
+        unlink(status.c_str());
     lock.Remove();
 }
 

@@ -270,6 +270,27 @@ TEST_F(Ztint_Start_Test, TheShutdownCallEndsTheServerAndLeavesNoPipeOrLock)
     EXPECT_EQ(Trace_Lines().back().rfind("end ", 0), 0u) << Trace_Lines().back();
 }
 
+// A server whose pipe and status someone removed while it ran writes its status
+// again when a client goes, and takes that file away when it ends.
+TEST_F(Ztint_Start_Test, AServerWhosePipeWasRemovedLeavesNoStatusBehind)
+{
+    ZTZentrak* zentrak = nullptr;
+    ASSERT_EQ(ZTZentrak_Build(&zentrak), 0) << Server_Error();
+    const std::vector<int> servers = Server_Pids();
+    ASSERT_EQ(servers.size(), 1u);
+    const std::string status = Pipe + ".status";
+    for (const std::string& file : {Pipe, status, Pipe + ".lock"})
+        unlink(file.c_str());
+    EXPECT_EQ(ZTInt_Zentrak_Free(zentrak), 0);
+    ZTInt_Close_Connection(ZTInt_client_Connection_Record());
+    for (int wait = 0; wait < 200 && access(status.c_str(), F_OK) != 0; ++wait)
+        usleep(10 * 1000);
+    ASSERT_EQ(access(status.c_str(), F_OK), 0) << "the server did not write its status again";
+    ASSERT_EQ(kill(servers[0], SIGTERM), 0);
+    ASSERT_TRUE(Ztint_Ends_Soon(servers[0]));
+    EXPECT_NE(access(status.c_str(), F_OK), 0);
+}
+
 TEST_F(Ztint_Start_Test, AServerWithoutClientsEndsAfterItsIdleTime)
 {
     setenv("ZT_SERVER_IDLE_SECONDS", "1", 1);
