@@ -47,9 +47,23 @@ const Table_Binding& Binding(int Index) {
     return bindings[Index];
 }
 
+// The engine's variables have ASCII names. Most processes set none of them, so an unset
+// one is found out with the plain bytes of its name, before any conversion.
+bool Is_Unset(const Code_Unit* Name) {
+    char bytes[32];
+    std::size_t length = 0;
+    for (; Name[length] != 0; ++length) {
+        if (length + 1 == sizeof bytes || Name[length] >= 0x80) return false;
+        bytes[length] = static_cast<char>(Name[length]);
+    }
+    bytes[length] = '\0';
+    return std::getenv(bytes) == nullptr;
+}
+
 Fnd_String Environment(const Code_Unit* Name) {
     Fnd_String value;
-    if (!Fnd_String_Library::Get_Environment(Fnd_String(Name), value)) value.Make_Empty();
+    if (Is_Unset(Name) || !Fnd_String_Library::Get_Environment(Fnd_String(Name), value))
+        value.Make_Empty();
     return value;
 }
 
@@ -142,6 +156,7 @@ void Evaluate_Table(const Table_Binding& Table) {
     texts.*Table.Text = Environment(Table.Variable);
     const Fnd_String setting =
         Join_Flags(Join_Flags(texts.*Table.Left, texts.*Table.Text), texts.*Table.Right);
+    if (setting.Is_Empty()) return;
     CMapStringToString pairs;
     long message_id = 0;
     Fnd_String context;

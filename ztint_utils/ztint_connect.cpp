@@ -223,17 +223,21 @@ void ZTInt_Set_Message_Timeout_Milliseconds(int milliseconds)
     Message_Timeout_Ms = milliseconds;
 }
 
+// The paths are put together without printf: a process's first call should not be
+// the one that pulls the formatting machinery of the C library into memory.
 void ZTInt_Server_Connection_Name(char** name)
 {
     const char* user = std::getenv("ZTT_USER");
-    *name = ZTInt_String_Format("/tmp/ZTIntSvr_%u%s", static_cast<unsigned>(geteuid()),
-                                user != nullptr ? user : "");
+    const std::string path =
+        "/tmp/ZTIntSvr_" + std::to_string(static_cast<unsigned>(geteuid())) + (user != nullptr ? user : "");
+    *name = ZTInt_String_New(path.c_str());
 }
 
 void ZTInt_Server_USocket_Path(char** path)
 {
-    *path = ZTInt_String_Format("/tmp/ZTIntSvr_USock_%u_%d", static_cast<unsigned>(geteuid()),
-                                static_cast<int>(getpid()));
+    const std::string text = "/tmp/ZTIntSvr_USock_" + std::to_string(static_cast<unsigned>(geteuid())) +
+                             "_" + std::to_string(static_cast<int>(getpid()));
+    *path = ZTInt_String_New(text.c_str());
 }
 
 bool Open_Error_Indicates_No_Server(const Fnd_Condition& condition)
@@ -311,7 +315,7 @@ int ZTInt_Client_Connection_Name(char** name, const char* path, char** error)
         *error = ZTInt_String_New("ztintsvr: the machine's name can't be converted");
         return -1;
     }
-    *name = ZTInt_String_Format("%s:%s", bytes.getData(), path);
+    *name = ZTInt_String_New((std::string(bytes.getData()) + ":" + path).c_str());
     return 0;
 }
 

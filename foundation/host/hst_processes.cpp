@@ -39,7 +39,8 @@ const Fnd_String& Hst_Processes::Machine_Name() {
     static bool known = false;
     if (!known) {
         utsname system;
-        Fnd_Assert(::uname(&system) == 0, Hst_Sys_Call_Error(82, errno), Fnd_String::Null);
+        if (::uname(&system) != 0)
+            Fnd_Assert(0, Hst_Sys_Call_Error(82, errno), Fnd_String::Null);
         if (!AdMbcsString::cvtToTchar(AdCharset::getDefaultCharset(), system.nodename, name,
                                       AdCharset::cvt_substitute))
             name.Make_Empty();
