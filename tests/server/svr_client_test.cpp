@@ -124,7 +124,8 @@ protected:
     void Serve_Until(const std::atomic<bool>& done)
     {
         while (!done.load()) {
-            pollfd wanted = {Client->Fd(), static_cast<short>(Client->Events()), 0};
+            const short events = (Client->Events() & EPOLLOUT) != 0 ? POLLOUT : POLLIN;
+            pollfd wanted = {Client->Fd(), events, 0};
             if (poll(&wanted, 1, 20) <= 0)
                 continue;
             bool going = false;
