@@ -228,16 +228,15 @@ void ZTInt_Set_Message_Timeout_Milliseconds(int milliseconds)
 void ZTInt_Server_Connection_Name(char** name)
 {
     const char* user = std::getenv("ZTT_USER");
-    const std::string path =
-        "/tmp/ZTIntSvr_" + std::to_string(static_cast<unsigned>(geteuid())) + (user != nullptr ? user : "");
-    *name = ZTInt_String_New(path.c_str());
+    const std::string uid = std::to_string(static_cast<unsigned>(geteuid()));
+    *name = ZTInt_String_New(("/tmp/ZTIntSvr_" + uid + (user != nullptr ? user : "")).c_str());
 }
 
 void ZTInt_Server_USocket_Path(char** path)
 {
-    const std::string text = "/tmp/ZTIntSvr_USock_" + std::to_string(static_cast<unsigned>(geteuid())) +
-                             "_" + std::to_string(static_cast<int>(getpid()));
-    *path = ZTInt_String_New(text.c_str());
+    const std::string uid = std::to_string(static_cast<unsigned>(geteuid()));
+    const std::string pid = std::to_string(static_cast<int>(getpid()));
+    *path = ZTInt_String_New(("/tmp/ZTIntSvr_USock_" + uid + "_" + pid).c_str());
 }
 
 bool Open_Error_Indicates_No_Server(const Fnd_Condition& condition)
