@@ -201,12 +201,9 @@ void Fnd_Char_Buffer::Ensure_Storage(const long N) {
     if (N > static_cast<long>(Allocated)) Reallocate(static_cast<unsigned long>(N));
 }
 
-void Fnd_Char_Buffer::Set_Size(const long N) {
-    if (N < 0 || static_cast<unsigned long>(N) > Allocated)
-        Fnd_Assert(0, Fnd_Array_Constraint_Error(static_cast<long>(Allocated), N),
-                   Fnd_String::Null);
-    Size = static_cast<unsigned long>(N);
-    Terminate();
+void Fnd_Char_Buffer::Size_Error(const long N) const {
+    Fnd_Assert(0, Fnd_Array_Constraint_Error(static_cast<long>(Allocated), N), Fnd_String::Null);
+    std::abort();  // not reached: a failed assertion ends the process
 }
 
 // ---- Changing

@@ -82,7 +82,11 @@ public:
         Terminate();
     }
     // Sets the size to N <= capacity and terminates there.
-    void Set_Size(const long N);
+    void Set_Size(const long N) {
+        if (N < 0 || static_cast<unsigned long>(N) > Allocated) Size_Error(N);
+        Size = static_cast<unsigned long>(N);
+        Terminate();
+    }
 
     // Changing. The source may lie inside this buffer.
     void Append_Data(const Code_Unit* Text, const long Count) {
@@ -159,6 +163,7 @@ private:
     void Take(Code_Unit* Text, unsigned long Capacity, unsigned long Count,
               Fnd_Deallocator Release);
     void Reallocate(unsigned long Capacity);
+    [[noreturn]] void Size_Error(long N) const;
     void Terminate() {
         if (Data != Null_Buffer) Data[Size] = 0;
     }

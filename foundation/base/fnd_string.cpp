@@ -306,13 +306,9 @@ void Fnd_String::Extend_Buffer(const long Count) {
     if (need > Buffer.Get_Size()) Buffer.Extend(need - Buffer.Get_Size());
 }
 
-void Fnd_String::Truncate(const long New_Length) {
-    if (New_Length < 0 || New_Length > Buffer.Get_Size())
-        Range_Check_Failure(Buffer.Get_Size(), New_Length);
-    Length = New_Length;
+void Fnd_String::Truncate_Failure(const long New_Length) const {
+    Range_Check_Failure(Buffer.Get_Size(), New_Length);
 }
-
-void Fnd_String::Expunge() { Buffer.Set_Size(Length); }
 
 void Fnd_String::Transfer(Fnd_String& Target) {
     if (&Target == this) return;

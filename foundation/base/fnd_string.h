@@ -176,9 +176,12 @@ public:
     // The buffer's length reaches Length + Count; Length stays.
     void Extend_Buffer(const long Count);
     // Sets Length only; the units stay until Expunge.
-    void Truncate(const long New_Length);
+    void Truncate(const long New_Length) {
+        if (New_Length < 0 || New_Length > Buffer.Get_Size()) Truncate_Failure(New_Length);
+        Length = New_Length;
+    }
     // Drops the units behind Length.
-    void Expunge();
+    void Expunge() { Buffer.Set_Size(Length); }
     void Transfer(Fnd_String& Target);
     // Exchanges the text of two strings without copying or allocating.
     void Swap(Fnd_String& Other) noexcept {
@@ -229,6 +232,7 @@ private:
 
     friend class Fnd_String_Free_List;
     void Sync_Length() { Length = Buffer.Get_Size(); }
+    [[noreturn]] void Truncate_Failure(long New_Length) const;
     void Format_Varargs(const Code_Unit* Format, va_list Args);
 };
 

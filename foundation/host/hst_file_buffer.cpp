@@ -47,13 +47,22 @@ bool Widen_Ascii_Bytewise(const char* Bytes, long Count, Code_Unit* Out) {
 }
 
 #if defined(__SSE2__)
+inline __m128i Load_16(const char* Bytes) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(Bytes));
+}
+
+// 16 bytes widened to 16 units at Out.
+inline void Store_Widened(__m128i Bytes, Code_Unit* Out) {
+    const __m128i zero = _mm_setzero_si128();
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(Out), _mm_unpacklo_epi8(Bytes, zero));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(Out + 8), _mm_unpackhi_epi8(Bytes, zero));
+}
+
 // 16 bytes at Bytes widened to Out; their bits collect in Seen.
 inline void Widen_16(const char* Bytes, Code_Unit* Out, __m128i& Seen) {
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(Bytes));
+    const __m128i bytes = Load_16(Bytes);
     Seen = _mm_or_si128(Seen, bytes);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(Out), _mm_unpacklo_epi8(bytes, zero));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(Out + 8), _mm_unpackhi_epi8(bytes, zero));
+    Store_Widened(bytes, Out);
 }
 
 inline bool Widen_Ascii(const char* Bytes, long Count, Code_Unit* Out) {
@@ -63,6 +72,43 @@ inline bool Widen_Ascii(const char* Bytes, long Count, Code_Unit* Out) {
     for (; i + 16 <= Count; i += 16) Widen_16(Bytes + i, Out + i, seen);
     if (i < Count) Widen_16(Bytes + Count - 16, Out + Count - 16, seen);
     return _mm_movemask_epi8(seen) == 0;
+}
+
+// Looks for the newline that ends the line at Bytes while widening the bytes before it
+// into Out: one pass over the line where a search and then a copy make two. It stops
+// short, false, where the next 16 bytes would pass End or Room units. True with Count
+// the bytes before the newline when all of them are ASCII. Lines are mostly longer than
+// 32 bytes: 32 go at a time until the pair that holds the newline, which then goes again
+// 16 at a time to place it.
+inline bool Widen_Ascii_Line(const char* Bytes, const char* End, Code_Unit* Out, long Room,
+                             long& Count) {
+    const __m128i newline = _mm_set1_epi8('\n');
+    __m128i seen = _mm_setzero_si128();
+    const long limit = std::min(static_cast<long>(End - Bytes), Room);
+    long i = 0;
+    for (; i + 32 <= limit; i += 32) {
+        const __m128i first = Load_16(Bytes + i);
+        const __m128i second = Load_16(Bytes + i + 16);
+        Store_Widened(first, Out + i);
+        Store_Widened(second, Out + i + 16);
+        if (_mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(first, newline), _mm_cmpeq_epi8(second, newline))) != 0)
+            break;
+        seen = _mm_or_si128(seen, _mm_or_si128(first, second));
+    }
+    for (; i + 16 <= limit; i += 16) {
+        const __m128i bytes = Load_16(Bytes + i);
+        Store_Widened(bytes, Out + i);
+        const unsigned found = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, newline)));
+        if (found != 0) {
+            const unsigned offset = static_cast<unsigned>(__builtin_ctz(found));
+            const unsigned before = (1u << offset) - 1;
+            Count = i + offset;
+            return (static_cast<unsigned>(_mm_movemask_epi8(seen)) |
+                    (static_cast<unsigned>(_mm_movemask_epi8(bytes)) & before)) == 0;
+        }
+        seen = _mm_or_si128(seen, bytes);
+    }
+    return false;
 }
 #else
 bool Widen_Ascii(const char* Bytes, long Count, Code_Unit* Out) {
@@ -91,11 +137,13 @@ bool Ascii_Compatible(const AdCharset& Charset) {
 // The bytes of a line as text; false, leaving Line as it was, when they do not convert.
 // ASCII lines (most, by far) are widened into Scratch, which then changes places with
 // Line, so that neither allocates once both have grown to the longest line. This runs
-// once a line, inline, and the converter only for what is not ASCII.
+// once a line, inline, and the converter only for what is not ASCII. The storage gets 16
+// units more than the line: the one-pass way's last vector may reach past the newline.
 [[gnu::always_inline]] inline bool Decode(const AdCharset& Charset, bool Ascii_Fast, const char* Bytes, long Count,
                                        Fnd_String& Line, Fnd_String& Scratch) {
     if (Ascii_Fast) {
         Scratch.Make_Empty();
+        Scratch.Ensure_Storage(Count + 16);
         Scratch.Extend(Count);
         if (Count == 0 || Widen_Ascii(Bytes, Count, &Scratch[0])) [[likely]] {
             Line.Swap(Scratch);
@@ -232,7 +280,24 @@ Hst_File_Buffer::Read_Status Hst_File_Buffer::Get_Line(const AdCharset& Charset,
         Ascii_Fast = Ascii_Compatible(Charset);
     }
     // A buffered line needs no read (the common case, by far): its newline is looked for
-    // here rather than through Have_Line, which saves a call per line.
+    // here rather than through Have_Line, which saves a call per line. An ASCII line that
+    // fits the storage of the last lines is found and widened in one pass; any other goes
+    // the general way below.
+#if defined(__SSE2__)
+    if (const long room = Widened.Get_Buffer().Get_Allocated(); Ascii_Fast && room > 0) {
+        Widened.Make_Empty();
+        Widened.Extend(room);
+        long count = 0;
+        if (Widen_Ascii_Line(Data_Start, Data_End, &Widened[0], room, count)) [[likely]] {
+            Widened.Truncate(count);
+            Widened.Expunge();
+            Line.Swap(Widened);
+            Clear(Condition);
+            Take_Bytes(count + 1);
+            return Read_Ok;
+        }
+    }
+#endif
     if (Line_Scan < Data_Start) Line_Scan = Data_Start;
     if (Line_Scan < Data_End) {
         if (const void* newline = std::memchr(Line_Scan, '\n', static_cast<size_t>(Data_End - Line_Scan))) {
