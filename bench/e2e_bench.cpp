@@ -202,23 +202,44 @@ bool Raw_Round_Trip_At(const std::string& path)
     return done;
 }
 
-// A process that answers first calls on path until it is killed.
+// Answers one startup message from the named pipe: it names a socket to connect to,
+// answer, and take one call on.
+void Serve_Pipe_One(int pipe)
+{
+    char bytes[kFirstCallBytes];
+    if (!Transfer(pipe, bytes, sizeof bytes, true))
+        _exit(1);
+    bytes[sizeof bytes - 1] = 0;
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_un address = Address_Of(bytes);
+    if (fd >= 0 && connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+        Transfer(fd, bytes, sizeof bytes, false) && Transfer(fd, bytes, sizeof bytes, true))
+        (void)Transfer(fd, bytes, sizeof bytes, false);
+    if (fd >= 0)
+        close(fd);
+}
+
+// A process that serves on fd (a listening socket or a named pipe at path), one
+// first call after another, until it is killed.
 class Raw_Server {
 public:
-    explicit Raw_Server(const std::string& path) : Path(path)
+    Raw_Server(const std::string& path, int fd, void (*serve)(int)) : Path(path)
     {
-        const int listener = Listen_At(path);
+        if (fd < 0)
+            return;
         Child = fork();
         if (Child == 0) {
             for (;;)
-                Serve_One(listener);
+                serve(fd);
         }
-        close(listener);
+        close(fd);
     }
     ~Raw_Server()
     {
-        kill(Child, SIGKILL);
-        waitpid(Child, nullptr, 0);
+        if (Child > 0) {
+            kill(Child, SIGKILL);
+            waitpid(Child, nullptr, 0);
+        }
         unlink(Path.c_str());
     }
     Raw_Server(const Raw_Server&) = delete;
@@ -229,53 +250,17 @@ private:
     pid_t Child = -1;
 };
 
+// A named pipe at path, open for reading (and writing, so that it never sees an end).
+int Pipe_At(const std::string& path)
+{
+    unlink(path.c_str());
+    return mkfifo(path.c_str(), 0600) == 0 ? open(path.c_str(), O_RDWR | O_CLOEXEC) : -1;
+}
+
 // The exchanges of a library's first call, made raw: the client listens on a socket of
 // its own and writes its path into the server's named pipe; the server connects to it
 // and answers, and only then goes the call and its reply. This is the least a first call
 // of this wire can cost here, whatever the library does around it.
-class Raw_Pipe_Server {
-public:
-    explicit Raw_Pipe_Server(const std::string& pipe_path) : Path(pipe_path)
-    {
-        unlink(Path.c_str());
-        if (mkfifo(Path.c_str(), 0600) != 0)
-            return;
-        Child = fork();
-        if (Child == 0)
-            Serve(open(Path.c_str(), O_RDWR | O_CLOEXEC));
-    }
-    ~Raw_Pipe_Server()
-    {
-        if (Child > 0) {
-            kill(Child, SIGKILL);
-            waitpid(Child, nullptr, 0);
-        }
-        unlink(Path.c_str());
-    }
-    Raw_Pipe_Server(const Raw_Pipe_Server&) = delete;
-    Raw_Pipe_Server& operator=(const Raw_Pipe_Server&) = delete;
-
-private:
-    std::string Path;
-    pid_t Child = -1;
-
-    [[noreturn]] static void Serve(int pipe)
-    {
-        char bytes[kFirstCallBytes];
-        while (pipe >= 0 && Transfer(pipe, bytes, sizeof bytes, true)) {
-            bytes[sizeof bytes - 1] = 0;
-            const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-            const sockaddr_un address = Address_Of(bytes);
-            if (fd >= 0 && connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-                Transfer(fd, bytes, sizeof bytes, false) && Transfer(fd, bytes, sizeof bytes, true))
-                (void)Transfer(fd, bytes, sizeof bytes, false);
-            if (fd >= 0)
-                close(fd);
-        }
-        _exit(0);
-    }
-};
-
 // The client's side of those exchanges; the seconds they took, or -1.
 double Raw_Pipe_First_Call(const std::string& pipe_path)
 {
@@ -449,14 +434,14 @@ int Make_Table(const char* self, const char* title, int rounds)
     Figure warm{"first call, server running", -1, -1, 3.0};
     Figure floor{"  its exchanges replayed raw", -1, -1, 0};
     if (done && Run({kServer, "start"})) {
-        Raw_Server raw(raw_path);
+        Raw_Server raw(raw_path, Listen_At(raw_path), Serve_One);
         const auto raw_first_call = [&] {
             const auto start = Clock::now();
             return Raw_Round_Trip_At(raw_path) ? Bench_Seconds_Since(start) : -1;
         };
         done = Interleaved(rounds * 3, [&] { return In_Child(raw_first_call); },
                            [&] { return In_Child(First_Call); }, warm);
-        Raw_Pipe_Server pipe_server(raw_path + "_pipe");
+        Raw_Server pipe_server(raw_path + "_pipe", Pipe_At(raw_path + "_pipe"), Serve_Pipe_One);
         done = done && Interleaved(rounds * 3, [&] { return In_Child(raw_first_call); },
                                    [&] { return In_Child([&] { return Raw_Pipe_First_Call(raw_path + "_pipe"); }); },
                                    floor);
