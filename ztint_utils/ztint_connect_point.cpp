@@ -65,15 +65,13 @@ void Restrict_To_Owner(int fd, const Fnd_String& path, Fnd_Condition& condition)
         condition.Set(new Fnd_Sys_Call_Error(u"fchmod", errno, path, 0));
 }
 
-// Connects to a client's socket without ever blocking the server: a socket whose
-// queue is full (a client that does not accept, or one naming a socket not its own)
-// is tried for a short while and then given up.
+// Connects a non-blocking socket to a client's without ever blocking the server: a
+// socket whose queue is full (a client that does not accept, or one naming a socket not
+// its own) is tried for a short while and then given up.
 void Connect_Without_Blocking(int socket, Hst_Sockaddr_Un& address, Fnd_Condition& condition)
 {
     constexpr int kAttempts = 20;
     constexpr auto kPause = std::chrono::milliseconds(5);
-    if (!Hst_Socket::Set_Blocking(socket, 0, condition))
-        return;
     for (int attempt = 1; !Hst_Socket::Connect(socket, address, condition); ++attempt) {
         if (attempt == kAttempts || !Fnd_Sys_Call_Error::Is_Errno(condition, EAGAIN))
             return;
@@ -148,7 +146,7 @@ int ZTInt_Open_Reply_Connection_Un(ZTInt_Connection* point, ZTInt_Connection* re
 {
     Assert_Point(point, 786, 787);
     Fnd_Condition condition;
-    int socket = Hst_Socket::Socket(AF_UNIX, SOCK_STREAM, 0, condition);
+    int socket = Hst_Socket::Socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, condition);
     if (socket != kInvalid) {
         char* host = nullptr;
         char* path = nullptr;
